@@ -1,0 +1,43 @@
+# Compiler settings shared by every target of this project, kept off the targets of a parent
+# project: all of it hangs on the interface target qvcommon_build_options.
+
+set(QVCOMMON_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+mark_as_advanced(QVCOMMON_SANITIZE)
+
+add_library(qvcommon_build_options INTERFACE)
+target_compile_features(qvcommon_build_options INTERFACE cxx_std_17)
+target_compile_options(qvcommon_build_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
+    -Wformat=2 -Wundef
+    $<$<BOOL:${QVCOMMON_WERROR}>:-Werror>)
+target_compile_definitions(qvcommon_build_options INTERFACE
+    QT_NO_KEYWORDS
+    QT_NO_FOREACH
+    QT_NO_CAST_TO_ASCII
+    QT_NO_CAST_FROM_BYTEARRAY
+    QT_NO_URL_CAST_FROM_STRING
+    QT_DEPRECATED_WARNINGS)
+
+if(QVCOMMON_SANITIZE)
+    target_compile_options(qvcommon_build_options INTERFACE
+        -fsanitize=${QVCOMMON_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(qvcommon_build_options INTERFACE -fsanitize=${QVCOMMON_SANITIZE})
+endif()
+
+if(PROJECT_IS_TOP_LEVEL)
+    find_program(CCACHE_PROGRAM ccache)
+    mark_as_advanced(CCACHE_PROGRAM)
+    if(CCACHE_PROGRAM AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+        set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+    endif()
+endif()
+
+# qvcommon_configure_target(<target>): what every target of this project has in common.
+function(qvcommon_configure_target target)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:qvcommon_build_options>)
+    set_target_properties(${target} PROPERTIES
+        AUTOMOC ON
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+endfunction()

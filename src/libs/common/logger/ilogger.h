@@ -1,0 +1,91 @@
+#pragma once
+
+#include "common/logger/message.h"
+#include "common/qvcommon_export.h"
+
+#include <QString>
+
+namespace common::logger {
+
+/**
+ * A destination of log messages.
+ *
+ * Implement it to route the log elsewhere and install the object with SetLogger():
+ * @code
+ * class ForwardingLogger : public common::logger::ILogger { ... };
+ *
+ * ForwardingLogger logger;
+ * ILogger* previous = common::logger::SetLogger(&logger);
+ * ...
+ * common::logger::SetLogger(previous);
+ * @endcode
+ *
+ * Append() may be called from any thread, from several at once. Everything else is set-up, meant
+ * for program start before other threads log. The order of the virtual functions is part of the
+ * binary interface.
+ */
+class QVCOMMON_EXPORT ILogger
+{
+public:
+    /** Emits one message, or drops it. The message lives only for this call. Must not throw. */
+    virtual void Append(const IMessage& message) = 0;
+
+    /** The threshold: messages of a higher number are dropped. NOTSET when none was set. */
+    virtual IMessage::Priority GetLevel() const = 0;
+    virtual void SetLevel(IMessage::Priority level) = 0;
+
+    /** Whether the source position is written with each message. */
+    virtual bool IsPositionEnabled() const = 0;
+    virtual void EnablePosition(bool on) = 0;
+
+    /** Configures from a file. True when the file was used, false when nothing came of it. */
+    virtual bool Configure(const QString& configFile) = 0;
+
+    /**
+     * Configures from parameters; tries Configure(configFile) first and ignores the rest if that
+     * succeeds.
+     *
+     * @param level          threshold, as for SetLevel()
+     * @param outputs        bits: 0x1 console, 0x4 plain file, 0x8 rolling file (wins over 0x4)
+     * @param format         bits: 0x1 source position, 0x2 function name with it, 0x100 use
+     *                       @p pattern, 0x400 basic layout
+     * @param pattern        layout pattern; empty for the built-in one
+     * @param qtCategory     category under which Qt's own messages are logged
+     * @param configFile     configuration file, tried first
+     * @param logFile        path of the log file
+     * @param maxFileSize    size in bytes at which a rolling file is rolled
+     * @param maxBackupIndex number of rolled files that are kept
+     * @return whether the logger could be configured
+     */
+    virtual bool Configure(IMessage::Priority level, unsigned int outputs, unsigned int format,
+                           const QString& pattern, const QString& qtCategory,
+                           const QString& configFile, const QString& logFile,
+                           unsigned long maxFileSize, int maxBackupIndex) = 0;
+
+    /** Disposes of the logger; it must not be used afterwards. */
+    virtual void Destroy() = 0;
+
+    /** Switches the file output on or off, where the logger has one. */
+    virtual void SetFileLoggingEnabled(bool on) = 0;
+
+    /** A logger that is destroyed while it is current gives way to the default logger. */
+    virtual ~ILogger();
+};
+
+/**
+ * The process-wide current logger: the default logger (Logger::Instance()) until another is set.
+ *
+ * Never fails; null only after SetLogger(nullptr). The pointer is not synchronised: see
+ * SetLogger().
+ */
+QVCOMMON_EXPORT ILogger* GetLogger();
+
+/**
+ * Makes @p logger current and returns the one that was.
+ *
+ * Neither is owned, configured or destroyed. Null silences all logging. Call it at program start,
+ * before other threads log.
+ */
+QVCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
+
+} // namespace common::logger

@@ -1,0 +1,123 @@
+#include "common/logger/logger.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QLoggingCategory>
+#include <QMessageLogger>
+
+namespace common::logger {
+
+namespace {
+
+constexpr quint32 positionBit = 0x1;
+constexpr quint32 functionBit = 0x2;
+
+// Never null: Qt would take a null name for "default".
+const char* CategoryName(const IMessage& message)
+{
+    const ICategory* category = message.Category();
+    return category && category->name ? category->name : "";
+}
+
+QDebug OpenStream(IMessage::Priority level, const QLoggingCategory& category)
+{
+    const QMessageLogger logger(nullptr, 0, nullptr);
+    switch (level) {
+    case IMessage::EMERG:
+    case IMessage::ALERT:
+    case IMessage::CRIT:
+    case IMessage::ERROR:
+        return logger.critical(category);
+    case IMessage::WARN:
+        return logger.warning(category);
+    case IMessage::NOTICE:
+    case IMessage::INFO:
+        return logger.info(category);
+    default:
+        return logger.debug(category);
+    }
+}
+
+} // namespace
+
+Logger::~Logger() = default;
+
+Logger* Logger::Instance()
+{
+    static auto* instance = new Logger; // never freed: static destructors log, too
+    return instance;
+}
+
+void Logger::Append(const IMessage& message)
+{
+    if (static_cast<qint32>(level_) < message.Level())
+        return;
+
+    const QString stamp =
+        QDateTime::currentDateTime().toString(QStringLiteral("yyyy.MM.dd HH:mm:ss.zzz:"));
+    const QLoggingCategory category(CategoryName(message));
+    OpenStream(message.Level(), category)
+        << stamp.toStdString().c_str() << message.Text().toStdString().c_str()
+        << PositionText(message).toStdString().c_str();
+}
+
+QString Logger::PositionText(const IMessage& message) const
+{
+    QString text;
+    if (!IsPositionEnabled() || !message.File())
+        return text;
+
+    QTextStream out(&text);
+    out << " (";
+    if ((format_ & functionBit) && message.Function())
+        out << message.Function() << ": ";
+    out << "file: " << QString::fromUtf8(message.File()) << '(' << message.Line() << "))";
+    return text;
+}
+
+IMessage::Priority Logger::GetLevel() const
+{
+    return level_ < IMessage::NOTSET ? static_cast<IMessage::Priority>(level_) : IMessage::NOTSET;
+}
+
+void Logger::SetLevel(IMessage::Priority level)
+{
+    level_ = static_cast<quint32>(level);
+}
+
+bool Logger::IsPositionEnabled() const
+{
+    return format_ & positionBit;
+}
+
+void Logger::EnablePosition(bool on)
+{
+    format_ = (format_ & ~positionBit) | (on ? positionBit : 0);
+}
+
+bool Logger::Configure(const QString&)
+{
+    return false;
+}
+
+bool Logger::Configure(IMessage::Priority level, unsigned int outputs, unsigned int format,
+                       const QString&, const QString&, const QString& configFile, const QString&,
+                       unsigned long, int)
+{
+    outputs_ = outputs;
+    format_ = format;
+    if (!Configure(configFile))
+        SetLevel(level);
+    return true;
+}
+
+void Logger::Destroy()
+{
+    delete this;
+}
+
+void Logger::SetFileLoggingEnabled(bool)
+{
+}
+
+} // namespace common::logger

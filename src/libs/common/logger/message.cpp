@@ -1,0 +1,61 @@
+#include "common/logger/message.h"
+
+#include "common/logger/ilogger.h"
+
+namespace common::logger {
+
+// QTextStream only stores the address, so the string may still be unborn here.
+Message::Stream::Stream() : QTextStream(&text_, QIODevice::ReadWrite)
+{
+}
+
+Message::Stream::~Stream() = default;
+
+Message::Message(ILogger* logger, const ICategory* category, Priority level, const char* file,
+                 const char* function, int line)
+    : logger_(logger),
+      category_(category),
+      level_(level),
+      file_(file),
+      function_(function),
+      line_(line)
+{
+}
+
+Message::~Message()
+{
+    if (level_ < NOTSET && logger_)
+        logger_->Append(*this);
+}
+
+IMessage::Priority Message::Level() const
+{
+    return level_;
+}
+
+const ICategory* Message::Category() const
+{
+    return category_;
+}
+
+const QString& Message::Text() const
+{
+    return stream_.Text();
+}
+
+int Message::Line() const
+{
+    return line_;
+}
+
+const char* Message::File() const
+{
+    return file_;
+}
+
+const char* Message::Function() const
+{
+    return function_;
+}
+
+} // namespace common::logger

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QString>
+#include <QTextStream>
+
+namespace common::logger {
+
+class ILogger;
+
+/**
+ * A log category: one static object per component, passed by address with every message.
+ *
+ * @c name is a NUL-terminated 8-bit string that must outlive every message of the category; a
+ * string literal does.
+ */
+struct ICategory
+{
+    const char* name;
+};
+
+/**
+ * Read-only view of one log record, as a logger gets it in ILogger::Append().
+ *
+ * The record and everything it returns by reference or pointer live only for the duration of that
+ * call. There is no virtual destructor: a record is never owned through this interface.
+ */
+class QVCOMMON_EXPORT IMessage
+{
+public:
+    /** Severity on the syslog scale (RFC 5424, section 6.2.1): a lower number is more severe. */
+    enum Priority : int {
+        EMERG = 0,
+        ALERT = 1,
+        CRIT = 2,
+        ERROR = 3,
+        WARN = 4,
+        NOTICE = 5,
+        INFO = 6,
+        DEBUG = 7,
+        NOTSET = 8 ///< no priority: such a message never reaches a logger
+    };
+
+    virtual Priority Level() const = 0;
+    /** The category, or null. */
+    virtual const ICategory* Category() const = 0;
+    /** The text streamed into the message so far. */
+    virtual const QString& Text() const = 0;
+    /** Source line number. */
+    virtual int Line() const = 0;
+    /** Source file path, or null. */
+    virtual const char* File() const = 0;
+    /** Bare function name, or null. */
+    virtual const char* Function() const = 0;
+
+protected:
+    IMessage() = default;
+    ~IMessage() = default;
+    Q_DISABLE_COPY_MOVE(IMessage)
+};
+
+/**
+ * One log statement: built on the stack, filled through Out(), handed to its logger when it is
+ * destroyed at the end of the statement.
+ *
+ * Normally written with the macro of common/logger/log.h, which supplies all arguments:
+ * @code
+ * QVLOG(ERROR) << "Failed to open file '" << path << "'";
+ * @endcode
+ *
+ * The destructor calls ILogger::Append() exactly once, on the thread that built the message, if
+ * the priority is below NOTSET and the logger is not null, whatever the logger's level: filtering
+ * is the logger's business. An exception thrown by Append() ends the process.
+ */
+class QVCOMMON_EXPORT Message final : public IMessage
+{
+public:
+    /** The text stream of a message together with the string it writes to. */
+    class QVCOMMON_EXPORT Stream : public QTextStream
+    {
+    public:
+        Stream();
+        ~Stream() override;
+
+        const QString& Text() const { return text_; }
+
+    private:
+        QString text_;
+    };
+
+    /**
+     * @param logger    receives the message, normally GetLogger(); null drops it. Not owned.
+     * @param category  not owned, may be null
+     * @param level     priority; NOTSET and above drop the message
+     * @param file      source file path, not copied; null for none
+     * @param function  bare function name, not copied; null for none
+     * @param line      source line number
+     */
+    Message(ILogger* logger, const ICategory* category, Priority level, const char* file,
+            const char* function, int line);
+    ~Message();
+
+    /** The stream that takes the text. Literals are read as Latin-1, byte arrays as UTF-8. */
+    QTextStream& Out() { return stream_; }
+
+    Priority Level() const override;
+    const ICategory* Category() const override;
+    const QString& Text() const override;
+    int Line() const override;
+    const char* File() const override;
+    const char* Function() const override;
+
+private:
+    Stream stream_;
+    ILogger* logger_;
+    const ICategory* category_;
+    Priority level_;
+    const char* file_;
+    const char* function_;
+    int line_;
+};
+
+} // namespace common::logger
