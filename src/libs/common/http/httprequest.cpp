@@ -1,0 +1,498 @@
+#include "common/http/httprequest.h"
+
+#include "common/http/httprequestdatamap.h"
+#include "common/http/httprequestmultipartformdata.h"
+#include "common/http/networkerrorname_p.h"
+#include "common/logger/log.h"
+#include "common/tools/qcompressor.h"
+
+#include <QSslConfiguration>
+
+#include <limits>
+#include <memory>
+
+namespace common::http {
+
+namespace {
+
+constexpr logger::ICategory logCategory{"http.request"};
+constexpr char logSource[] = "src/libs/common/http/httprequest";
+
+constexpr int defaultAttemptCount = 1;
+constexpr int defaultAttemptInterval = 20;
+constexpr char finishedSlot[] = "OnRequestFinished";
+constexpr int tooManyRequests = 429; // RFC 6585, section 4
+
+const auto acceptEncoding = QStringLiteral("Accept-Encoding");
+const auto inactivityTimerName = QStringLiteral("qvcommon inactivity timer");
+
+// A timer with a negative interval would be active but never fire.
+int Milliseconds(int seconds)
+{
+    return qBound(0, seconds, std::numeric_limits<int>::max() / 1000) * 1000;
+}
+
+bool IsNetworkProblem(int code)
+{
+    return (code >= QNetworkReply::ConnectionRefusedError &&
+            code <= QNetworkReply::BackgroundRequestNotAllowedError) ||
+           code == QNetworkReply::UnknownNetworkError;
+}
+
+bool IsProxyProblem(int code)
+{
+    return (code >= QNetworkReply::ProxyConnectionRefusedError &&
+            code <= QNetworkReply::ProxyAuthenticationRequiredError) ||
+           code == QNetworkReply::UnknownProxyError;
+}
+
+int HttpStatus(const QNetworkReply& reply)
+{
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+QString HttpReason(const QNetworkReply& reply)
+{
+    return reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
+}
+
+} // namespace
+
+#define REQUEST_LOG(priority) QVLOG(priority) << LogPrefix()
+#define REQUEST_LOG_FROM(function, priority) QVLOG_FROM(function, priority) << LogPrefix()
+
+IHttpRequest::~IHttpRequest() = default;
+
+IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent)
+{
+    return new HttpRequest(manager, parent);
+}
+
+HttpRequest::HttpRequest(QNetworkAccessManager* manager, QObject* parent)
+    : IHttpRequest(parent), manager_(manager), resendTimer_(new QTimer(this))
+{
+    SetAttemptCountOnNetworkProblem(defaultAttemptCount);
+    SetAttemptIntervalOnNetworkProblem(defaultAttemptInterval);
+    resendTimer_->setSingleShot(true);
+    connect(resendTimer_, &QTimer::timeout, this, &HttpRequest::Resend);
+}
+
+HttpRequest::~HttpRequest()
+{
+    Abort();
+    ReleaseReply();
+}
+
+void HttpRequest::SetUrl(const QUrl& url)
+{
+    url_ = url;
+}
+
+QUrl HttpRequest::GetUrl() const
+{
+    return url_;
+}
+
+void HttpRequest::SetData(const QSharedPointer<IHttpRequestData>& data)
+{
+    data_ = data;
+}
+
+QSharedPointer<IHttpRequestData> HttpRequest::Data() const
+{
+    return data_;
+}
+
+void HttpRequest::SetRawHeader(const QString& name, const QString& value)
+{
+    rawHeaders_.insert(name, value);
+}
+
+QString HttpRequest::GetRawHeader(const QString& name) const
+{
+    return rawHeaders_.value(name);
+}
+
+void HttpRequest::SetAttribute(QNetworkRequest::Attribute attribute, const QVariant& value)
+{
+    attributes_.insert(attribute, value);
+}
+
+QVariant HttpRequest::GetAttribute(QNetworkRequest::Attribute attribute) const
+{
+    return attributes_.value(attribute);
+}
+
+void HttpRequest::SetAttemptCountOnNetworkProblem(int count)
+{
+    attemptCount_ = count;
+}
+
+int HttpRequest::GetAttemptCountOnNetworkProblem() const
+{
+    return attemptCount_;
+}
+
+void HttpRequest::SetAttemptIntervalOnNetworkProblem(int seconds)
+{
+    attemptInterval_ = seconds;
+    if (resendTimer_)
+        resendTimer_->setInterval(Milliseconds(seconds));
+}
+
+int HttpRequest::GetAttemptIntervalOnNetworkProblem() const
+{
+    return attemptInterval_;
+}
+
+void HttpRequest::SetTimeout(int seconds)
+{
+    timeout_ = seconds;
+}
+
+int HttpRequest::GetTimeout() const
+{
+    return timeout_;
+}
+
+bool HttpRequest::IgnoreSSLErrors() const
+{
+    return ignoreSslErrors_;
+}
+
+void HttpRequest::SetIgnoreSSLErrors(bool ignore)
+{
+    ignoreSslErrors_ = ignore;
+}
+
+void HttpRequest::SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
+                                    const QList<QSslCertificate>& caCertificates)
+{
+    certificate_ = certificate;
+    key_ = key;
+    caCertificates_ = caCertificates;
+}
+
+QNetworkReply* HttpRequest::Reply() const
+{
+    return reply_;
+}
+
+bool HttpRequest::isRunning() const
+{
+    return reply_ && reply_->isRunning();
+}
+
+bool HttpRequest::Send(HTTPRequestMethod method)
+{
+    attempt_ = 0;
+    return SendRequest(method);
+}
+
+bool HttpRequest::Post()
+{
+    return Send(POST);
+}
+
+bool HttpRequest::Get()
+{
+    return Send(GET);
+}
+
+void HttpRequest::Resend()
+{
+    ++attempt_;
+    SendRequest(method_);
+}
+
+void HttpRequest::Abort()
+{
+    if (isRunning())
+        ReleaseReply();
+    else
+        SilenceReply(); // a reply may be done before its finished() is delivered
+
+    if (resendTimer_)
+        resendTimer_->stop();
+}
+
+bool HttpRequest::SendRequest(HTTPRequestMethod method)
+{
+    method_ = method;
+    Abort(); // a pending re-send, too: it would cut off the new transfer later
+    ReleaseReply();
+
+    if (!manager_) {
+        REQUEST_LOG(CRIT) << "Failed to  SendRequest(): HttpRequestManager is NULL!";
+        return false;
+    }
+
+    QNetworkReply* reply = nullptr;
+    if (method == GET)
+        reply = SendGetRequest();
+    else if (method == POST)
+        reply = SendPostRequest();
+    if (!reply) {
+        REQUEST_LOG(ERROR)
+            << QStringLiteral("Failed to send request to URL='%1'").arg(GetUrl().toString());
+        return false;
+    }
+
+    HoldReply(reply);
+    return true;
+}
+
+void HttpRequest::HoldReply(QNetworkReply* reply)
+{
+    if (GetTimeout() > 0)
+        StartInactivityTimer(reply);
+
+    connect(reply, &QNetworkReply::finished, this, &HttpRequest::OnRequestFinished);
+    connect(reply, &QNetworkReply::sslErrors, this, &HttpRequest::OnSslErrors);
+    connect(reply, &QNetworkReply::downloadProgress, this, &HttpRequest::downloadProgress);
+    connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::uploadProgress);
+    connect(reply, &QNetworkReply::downloadProgress, this, &HttpRequest::progress);
+    connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::progress);
+    reply_ = reply;
+}
+
+void HttpRequest::StartInactivityTimer(QNetworkReply* reply)
+{
+    auto* timer = new QTimer(reply);
+    timer->setObjectName(inactivityTimerName);
+    connect(timer, &QTimer::timeout, this, &HttpRequest::OnRequestTimeout);
+    connect(this, &HttpRequest::progress, timer, QOverload<>::of(&QTimer::start));
+    connect(reply, &QNetworkReply::finished, timer, &QTimer::stop);
+    timer->setSingleShot(true);
+    timer->setInterval(Milliseconds(GetTimeout()));
+    timer->start();
+}
+
+void HttpRequest::SilenceReply()
+{
+    if (!reply_)
+        return;
+    disconnect(reply_, nullptr, this, nullptr);
+    if (auto* timer = reply_->findChild<QTimer*>(inactivityTimerName)) {
+        disconnect(this, nullptr, timer, nullptr);
+        timer->stop();
+    }
+}
+
+void HttpRequest::ReleaseReply()
+{
+    if (!reply_)
+        return;
+    SilenceReply();
+    QNetworkReply* reply = reply_;
+    reply_.clear(); // before abort(), whose finished() other receivers may answer with a new send
+    if (reply->isRunning())
+        reply->abort();
+    reply->deleteLater(); // not at once: one of its own signals may be on the stack
+}
+
+QNetworkRequest HttpRequest::BuildRequest()
+{
+    QNetworkRequest request(GetUrl());
+    SetSslConfiguration(request);
+    for (auto it = rawHeaders_.cbegin(); it != rawHeaders_.cend(); ++it)
+        request.setRawHeader(it.key().toUtf8(), it.value().toUtf8());
+    if (!rawHeaders_.contains(acceptEncoding))
+        request.setRawHeader(acceptEncoding.toUtf8(), "gzip");
+    for (auto it = attributes_.cbegin(); it != attributes_.cend(); ++it)
+        request.setAttribute(it.key(), it.value());
+    return request;
+}
+
+// Peers are not verified, deliberately: the service runs on certificates of its own.
+void HttpRequest::SetSslConfiguration(QNetworkRequest& request)
+{
+    QSslConfiguration configuration = request.sslConfiguration();
+    configuration.setCaCertificates(caCertificates_);
+    configuration.setLocalCertificate(certificate_);
+    configuration.setPrivateKey(key_);
+    configuration.setProtocol(QSsl::AnyProtocol);
+    configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+    request.setSslConfiguration(configuration);
+}
+
+QNetworkReply* HttpRequest::SendGetRequest()
+{
+    QNetworkRequest request = BuildRequest();
+    if (!data_)
+        return manager_->get(request);
+
+    const auto* form = dynamic_cast<const HttpRequestUrlencodedDataMap*>(data_.data());
+    if (!form) {
+        REQUEST_LOG(ERROR) << QStringLiteral("Failed to send GET request to URL='%1'. "
+                                             "Invalid request parameters type")
+                                  .arg(GetUrl().toString());
+        return nullptr;
+    }
+
+    // Appended even to a URL that has a query already: that is the service's convention.
+    const QString query = QString::fromUtf8(form->GetBody());
+    if (!query.isEmpty())
+        request.setUrl(QUrl(GetUrl().toString() + QLatin1Char('?') + query));
+    REQUEST_LOG(DEBUG) << QStringLiteral("Sending GET request to URL='%1', attempt='%2'.")
+                              .arg(request.url().toString(), QString::number(attempt_));
+    return manager_->get(request);
+}
+
+QNetworkReply* HttpRequest::SendPostRequest()
+{
+    QNetworkRequest request = BuildRequest();
+    if (!data_)
+        return manager_->post(request, QByteArray());
+
+    if (const auto* simple = dynamic_cast<const IHttpRequestSimpleData*>(data_.data())) {
+        request.setHeader(QNetworkRequest::ContentTypeHeader, simple->ContentTypeHeader());
+        REQUEST_LOG(DEBUG) << QStringLiteral("Sending POST request to URL='%1', attempt='%2'.")
+                                  .arg(request.url().toString(), QString::number(attempt_));
+        return manager_->post(request, simple->GetBody());
+    }
+    if (const auto* multi = dynamic_cast<const IHttpRequestMultiPartData*>(data_.data()))
+        return PostMultiPart(request, *multi);
+    return nullptr;
+}
+
+QNetworkReply* HttpRequest::PostMultiPart(const QNetworkRequest& request,
+                                          const IHttpRequestMultiPartData& data)
+{
+    std::unique_ptr<QHttpMultiPart> multiPart(data.MultiPart());
+    if (!multiPart) {
+        REQUEST_LOG_FROM("SendPostRequest", ERROR)
+            << QStringLiteral("Failed to create multipart/form-data POST request "
+                              "to URL='%1'.")
+                   .arg(GetUrl().toString());
+        return nullptr;
+    }
+
+    REQUEST_LOG_FROM("SendPostRequest", DEBUG)
+        << QStringLiteral("Sending multipart/form-data POST request to URL='%1', "
+                          "attempt='%2'.")
+               .arg(request.url().toString(), QString::number(attempt_));
+    QNetworkReply* reply = manager_->post(request, multiPart.get());
+    if (reply)
+        multiPart.release()->setParent(reply);
+    return reply;
+}
+
+bool HttpRequest::AskRetryIfPossible()
+{
+    if (attempt_ + 1 >= attemptCount_) {
+        REQUEST_LOG(DEBUG) << "Cannot retry request. The attempt count reached maximum.";
+        return false;
+    }
+    if (!resendTimer_) {
+        REQUEST_LOG(ERROR) << "Cannot retry request. Resend timer is NULL.";
+        return false;
+    }
+    REQUEST_LOG(DEBUG) << QStringLiteral("The next request attempt will be taken in '%1' seconds.")
+                              .arg(attemptInterval_);
+    resendTimer_->start();
+    return true;
+}
+
+void HttpRequest::OnRequestTimeout()
+{
+    REQUEST_LOG(ERROR) << QStringLiteral("Request to URL='%1' timed out! attempt='%2'.")
+                              .arg(GetUrl().toString(), QString::number(attempt_));
+    Abort();
+    if (!AskRetryIfPossible())
+        Q_EMIT requestError(QNetworkReply::TimeoutError, QStringLiteral("Request timed out"),
+                            QByteArray());
+}
+
+void HttpRequest::OnSslErrors(const QList<QSslError>&)
+{
+    if (!ignoreSslErrors_)
+        return;
+    REQUEST_LOG(WARN) << "Ignoring SSL errors!";
+    if (auto* reply = qobject_cast<QNetworkReply*>(sender()))
+        reply->ignoreSslErrors();
+}
+
+void HttpRequest::OnRequestFinished()
+{
+    if (sender() && qobject_cast<QNetworkReply*>(sender()) != reply_) {
+        REQUEST_LOG(CRIT) << "Cannot process unknown QNetworkReply";
+        return;
+    }
+    if (!reply_) {
+        REQUEST_LOG(ERROR) << "Cannot process QNetworkReply = NULL";
+        return;
+    }
+
+    if (HttpStatus(*reply_) == tooManyRequests) {
+        LogAcceptedReply();
+        if (AskRetryIfPossible())
+            return;
+    }
+
+    const QByteArray body = ReadBody();
+    if (reply_->error() == QNetworkReply::NoError)
+        ReportSuccess(body);
+    else
+        ReportFailure(body);
+}
+
+QByteArray HttpRequest::ReadBody()
+{
+    const QByteArray body = reply_->readAll();
+    if (reply_->rawHeader("Content-Encoding") != "gzip")
+        return body;
+
+    QByteArray decoded;
+    if (tools::QCompressor::gzipDecompress(body, decoded))
+        return decoded;
+    REQUEST_LOG_FROM(finishedSlot, WARN) << "Failed to decompress gzip, using uncompressed data!";
+    return body;
+}
+
+void HttpRequest::LogAcceptedReply() const
+{
+    REQUEST_LOG_FROM(finishedSlot, DEBUG)
+        << "Accepted reply from server: "
+        << QStringLiteral("%1/%2; URL='%3', attempt='%4'.")
+               .arg(QString::number(HttpStatus(*reply_)), HttpReason(*reply_),
+                    reply_->url().toString(), QString::number(attempt_));
+}
+
+void HttpRequest::ReportSuccess(const QByteArray& body)
+{
+    LogAcceptedReply();
+    Q_EMIT requestFinishedWithBinaryData(body);
+    Q_EMIT requestFinished(QString::fromUtf8(body)); // up to the first zero byte
+}
+
+void HttpRequest::ReportFailure(const QByteArray& body)
+{
+    const int code = reply_->error();
+    const QString text = reply_->errorString();
+    REQUEST_LOG_FROM(finishedSlot, ERROR)
+        << "Accepted reply from server: "
+        << QStringLiteral("%1/%2;    %3 (%4), URL='%5', attempt='%6'.")
+               .arg(QString::number(HttpStatus(*reply_)), HttpReason(*reply_),
+                    QLatin1String(NetworkErrorName(code)), text, reply_->url().toString(),
+                    QString::number(attempt_));
+
+    if (IsNetworkProblem(code) && AskRetryIfPossible())
+        return;
+    if (IsProxyProblem(code))
+        Q_EMIT proxyError(code, text);
+    if (code == QNetworkReply::ProtocolInvalidOperationError)
+        Q_EMIT invalidOperationError(code, text);
+    Q_EMIT requestError(code, text, body);
+}
+
+// "[request, reply]: ", numbers that tell objects apart in a log.
+QString HttpRequest::LogPrefix() const
+{
+    QString prefix = QLatin1Char('[') + QString::number(qHash(this));
+    if (reply_)
+        prefix += QLatin1String(", ") + QString::number(qHash(reply_.data()));
+    return prefix + QLatin1String("]: ");
+}
+
+} // namespace common::http

@@ -1,0 +1,252 @@
+#pragma once
+
+#include "common/http/httprequestdata.h"
+#include "common/qvcommon_export.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QMap>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QObject>
+#include <QPointer>
+#include <QSharedPointer>
+#include <QSslCertificate>
+#include <QSslError>
+#include <QSslKey>
+#include <QString>
+#include <QTimer>
+#include <QUrl>
+#include <QVariant>
+
+namespace common::http {
+
+class IHttpRequestMultiPartData;
+
+/**
+ * One logical HTTP request: set up once, sent, re-sent after network problems, timed out, aborted.
+ *
+ * @code
+ * auto* request = common::http::CreateHttpRequest(&manager, this);
+ * request->SetUrl(QUrl("https://service.test/status"));
+ * request->SetTimeout(30);
+ * request->SetAttemptCountOnNetworkProblem(3);
+ * connect(request, &IHttpRequest::requestFinished, this, &Client::ShowStatus);
+ * connect(request, QOverload<int, const QString&, const
+ * QByteArray&>::of(&IHttpRequest::requestError), this, &Client::ShowError); if (!request->Get())
+ *     ShowError(...);
+ * @endcode
+ *
+ * A send that returned true ends with exactly one of requestFinished() and requestError(), unless
+ * it is aborted, replaced by another send, or loses its manager: then it ends in silence. A send
+ * that returned false emits nothing.
+ *
+ * An attempt is repeated, after GetAttemptIntervalOnNetworkProblem() seconds and up to
+ * GetAttemptCountOnNetworkProblem() attempts in all, when it ends with a network problem (codes 1
+ * to 9 and 99), with HTTP status 429, or by time-out.
+ *
+ * The request lives on the thread of its QNetworkAccessManager. A handler of its signals may send
+ * or abort it at once, but delete it only with deleteLater().
+ *
+ * Error codes are QNetworkReply::NetworkError values. A reply's HTTP error status arrives as such
+ * a code (404 as 203); redirects are not followed unless the caller sets the attribute for it.
+ * Replies with "Content-Encoding: gzip" are decoded.
+ *
+ * @warning The peer's TLS certificate is never verified, whatever IgnoreSSLErrors() says: the
+ * connection is encrypted, but the server is not authenticated.
+ *
+ * @warning A connection that breaks in the middle of a body counts as success with the part that
+ * arrived (a property of Qt's network layer). Check the length or a digest where that matters;
+ * IFileDownload does.
+ */
+class QVCOMMON_EXPORT IHttpRequest : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum HTTPRequestMethod : int { POST = 0, GET = 1 };
+
+    using QObject::QObject;
+    ~IHttpRequest() override;
+
+    // Settings: none of them affects a transfer under way, only later sends.
+
+    virtual void SetUrl(const QUrl& url) = 0;
+    virtual QUrl GetUrl() const = 0;
+
+    /** The body, shared with the caller; null for none. A GET takes a URL-encoded map only. */
+    virtual void SetData(const QSharedPointer<IHttpRequestData>& data) = 0;
+    virtual QSharedPointer<IHttpRequestData> Data() const = 0;
+
+    /**
+     * Stores or replaces a header, sent as UTF-8. Names are compared exactly, case included: only
+     * "Accept-Encoding" in just that spelling replaces the default "Accept-Encoding: gzip".
+     */
+    virtual void SetRawHeader(const QString& name, const QString& value) = 0;
+    /** The stored header, or an empty string. */
+    virtual QString GetRawHeader(const QString& name) const = 0;
+
+    virtual void SetAttribute(QNetworkRequest::Attribute attribute, const QVariant& value) = 0;
+    /** The stored attribute, or an invalid QVariant. */
+    virtual QVariant GetAttribute(QNetworkRequest::Attribute attribute) const = 0;
+
+    /** Attempts in all, the first included. Default 1: no retry; less counts as 1. */
+    virtual void SetAttemptCountOnNetworkProblem(int count) = 0;
+    virtual int GetAttemptCountOnNetworkProblem() const = 0;
+
+    /** Pause before a retry in seconds, default 20; clamped to 0 ... 2,147,483 when it is used. */
+    virtual void SetAttemptIntervalOnNetworkProblem(int seconds) = 0;
+    virtual int GetAttemptIntervalOnNetworkProblem() const = 0;
+
+    /**
+     * Longest silence in seconds, default 0: any transferred data restarts the period, so a slow
+     * transfer is not cut off. 0 or less for none; more than 2,147,483 counts as that.
+     */
+    virtual void SetTimeout(int seconds) = 0;
+    virtual int GetTimeout() const = 0;
+
+    /**
+     * Begins a new series of attempts, dropping silently whatever this request was doing.
+     *
+     * @return false if nothing could be sent (manager gone, body of the wrong kind, a file part
+     *         that cannot be opened; logged): no signal follows
+     */
+    virtual bool Send(HTTPRequestMethod method) = 0;
+    virtual bool Post() = 0;
+    virtual bool Get() = 0;
+
+    /** Whether a transfer is under way. False while a retry is pending. */
+    virtual bool isRunning() const = 0;
+
+    /** Whether TLS errors reported by the network layer are ignored; default false. */
+    virtual bool IgnoreSSLErrors() const = 0;
+    virtual void SetIgnoreSSLErrors(bool ignore) = 0;
+
+    /** Client certificate, its key, and the CA certificates for later sends; all copied. */
+    virtual void SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
+                                   const QList<QSslCertificate>& caCertificates) = 0;
+
+    /** The reply of the latest send, or null. Stays owned by the request; gone at the next send. */
+    virtual QNetworkReply* Reply() const = 0;
+
+public Q_SLOTS:
+    /** Ends a transfer or a pending retry in silence: none of the signals is emitted. */
+    virtual void Abort() = 0;
+
+Q_SIGNALS:
+    /** Success; the body as UTF-8 text, up to its first zero byte. Always the second of the two. */
+    void requestFinished(const QString& result);
+    /** Success; the body as bytes. Emitted just before requestFinished(). */
+    void requestFinishedWithBinaryData(const QByteArray& result);
+    /** Final failure, no attempt left; @p result is the body of the error reply, if any. */
+    void requestError(int error, const QString& errorDesc, const QByteArray& result = QByteArray());
+    /** Just before requestError() of code 302, as HTTP status 400 gives. */
+    void invalidOperationError(int error, const QString& errorDesc);
+    /** Just before requestError() of a proxy failure (codes 101 to 105 and 199). */
+    void proxyError(int error, const QString& errorDesc);
+    /** Bytes received so far, of a total that is -1 while unknown; at most every 100 ms. */
+    void downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
+    /** Bytes of the body sent so far. */
+    void uploadProgress(qint64 bytesSent, qint64 bytesTotal);
+};
+
+/**
+ * A new request that sends through @p manager, which is not owned and must outlive its transfers.
+ * The request is owned by @p parent, or by the caller if that is null.
+ */
+QVCOMMON_EXPORT IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent);
+
+/** The one implementation of IHttpRequest. A client uses the interface; subclasses change steps. */
+class QVCOMMON_EXPORT HttpRequest : public IHttpRequest
+{
+    Q_OBJECT
+
+public:
+    HttpRequest(QNetworkAccessManager* manager, QObject* parent);
+    ~HttpRequest() override;
+
+    void SetUrl(const QUrl& url) override;
+    QUrl GetUrl() const override;
+    void SetData(const QSharedPointer<IHttpRequestData>& data) override;
+    QSharedPointer<IHttpRequestData> Data() const override;
+    void SetRawHeader(const QString& name, const QString& value) override;
+    QString GetRawHeader(const QString& name) const override;
+    void SetAttribute(QNetworkRequest::Attribute attribute, const QVariant& value) override;
+    QVariant GetAttribute(QNetworkRequest::Attribute attribute) const override;
+    void SetAttemptCountOnNetworkProblem(int count) override;
+    int GetAttemptCountOnNetworkProblem() const override;
+    void SetAttemptIntervalOnNetworkProblem(int seconds) override;
+    int GetAttemptIntervalOnNetworkProblem() const override;
+    void SetTimeout(int seconds) override;
+    int GetTimeout() const override;
+    bool Send(HTTPRequestMethod method) override;
+    bool Post() override;
+    bool Get() override;
+    bool isRunning() const override;
+    bool IgnoreSSLErrors() const override;
+    void SetIgnoreSSLErrors(bool ignore) override;
+    void SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
+                           const QList<QSslCertificate>& caCertificates) override;
+    QNetworkReply* Reply() const override;
+
+public Q_SLOTS:
+    void Abort() override;
+    /** Sends once more with the latest method, as the next attempt, whatever the attempt limit. */
+    virtual void Resend();
+    /** Reports the outcome of the held reply. */
+    void OnRequestFinished();
+    /** Ends the attempt as timed out. */
+    void OnRequestTimeout();
+    /** Tells the sending reply to go on, if TLS errors are to be ignored. */
+    void OnSslErrors(const QList<QSslError>& errors);
+
+Q_SIGNALS:
+    /** The current reply reported download or upload progress. */
+    void progress();
+
+protected:
+    /** Prepares the TLS settings of a request; applied to plain HTTP, too, where it is harmless. */
+    virtual void SetSslConfiguration(QNetworkRequest& request);
+    /** Sends one attempt; see Send() for the result. */
+    virtual bool SendRequest(HTTPRequestMethod method);
+    /** Sends a POST; null if that is not possible. The reply is the caller's to hold. */
+    virtual QNetworkReply* SendPostRequest();
+    /** Sends a GET; null if that is not possible. The reply is the caller's to hold. */
+    virtual QNetworkReply* SendGetRequest();
+    /** Schedules the next attempt; false if none is left. */
+    bool AskRetryIfPossible();
+
+private:
+    QString LogPrefix() const;
+    QNetworkRequest BuildRequest();
+    void HoldReply(QNetworkReply* reply);
+    void SilenceReply();
+    void ReleaseReply();
+    void StartInactivityTimer(QNetworkReply* reply);
+    QNetworkReply* PostMultiPart(const QNetworkRequest& request,
+                                 const IHttpRequestMultiPartData& data);
+    QByteArray ReadBody();
+    void ReportSuccess(const QByteArray& body);
+    void ReportFailure(const QByteArray& body);
+    void LogAcceptedReply() const;
+
+    QPointer<QNetworkAccessManager> manager_;
+    QUrl url_;
+    int timeout_ = 0;
+    QSharedPointer<IHttpRequestData> data_;
+    QMap<QString, QString> rawHeaders_;
+    QMap<QNetworkRequest::Attribute, QVariant> attributes_;
+    QPointer<QNetworkReply> reply_; // owned, but dies with the manager if that goes first
+    bool ignoreSslErrors_ = false;
+    HTTPRequestMethod method_ = POST;
+    int attemptCount_ = 0;
+    int attemptInterval_ = 20;
+    int attempt_ = 0;
+    QPointer<QTimer> resendTimer_;
+    QSslCertificate certificate_;
+    QSslKey key_;
+    QList<QSslCertificate> caCertificates_;
+};
+
+} // namespace common::http
