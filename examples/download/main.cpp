@@ -1,0 +1,27 @@
+// Downloads a file with three tries: example_download URL FILE MD5
+
+#include <common/http/filedownload.h>
+#include <common/logger/ilogger.h>
+
+#include <QCoreApplication>
+#include <QDebug>
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication app(argc, argv);
+    const QStringList args = QCoreApplication::arguments();
+    if (args.size() != 4)
+        qFatal("usage: example_download URL FILE MD5");
+
+    using common::http::IFileDownload;
+    common::logger::GetLogger()->SetLevel(common::logger::IMessage::ERROR);
+    QNetworkAccessManager manager;
+    IFileDownload* download = common::http::CreateFileDownload(&manager, &manager);
+    download->SetUrl(QUrl(args[1]));
+    download->SetFileName(args[2]);
+    download->SetExpectedMD5(args[3]);
+    download->SetRetryCount(3);
+    QObject::connect(download, &IFileDownload::complete, [] { QCoreApplication::exit(0); });
+    QObject::connect(download, &IFileDownload::failed, [] { QCoreApplication::exit(1); });
+    return download->Start() ? QCoreApplication::exec() : 1;
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "command.h"
+#include "demoserver.h"
+
+#include <common/http/httprequest.h>
+
+#include <QNetworkAccessManager>
+#include <QTemporaryDir>
+
+namespace qvtool {
+
+/**
+ * Shows the library at work against a loopback server of its own: a transcript, a step at a time.
+ * Each step checks what came out of it.
+ */
+class Demo : public Command
+{
+    Q_OBJECT
+
+public:
+    explicit Demo(ToolLogger& log);
+
+protected:
+    void Declare(QCommandLineParser& parser) override;
+    void Configure(Arguments& arguments) override;
+    void Start() override;
+    QString Stop() override;
+
+private:
+    struct Step
+    {
+        const char* title;
+        bool (Demo::*run)();
+    };
+    struct Outcome
+    {
+        bool success = false;
+        QByteArray body;
+    };
+
+    bool RunStep(int number, const Step& step);
+    bool GetWithForm();
+    bool PostJson();
+    bool PostMultiPart();
+    bool GetCompressed();
+    bool SurviveDroppedConnection();
+    bool DownloadVerified();
+
+    common::http::IHttpRequest* NewRequest(const QString& path);
+    Outcome Await(common::http::IHttpRequest* request,
+                  common::http::IHttpRequest::HTTPRequestMethod method);
+    void Say(const QString& text);
+
+    QByteArray file_;
+    DemoServer server_;
+    QNetworkAccessManager manager_;
+    QTemporaryDir directory_;
+    bool stopped_ = false;
+};
+
+} // namespace qvtool

@@ -1,0 +1,51 @@
+#include "interrupt.h"
+
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <initializer_list>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace qvtool {
+
+namespace {
+
+int pipeEnds[2] = {-1, -1};
+
+// All that is allowed in a signal handler: wake the event loop through a pipe.
+void OnSignal(int)
+{
+    const char byte = 0;
+    [[maybe_unused]] const auto written = write(pipeEnds[1], &byte, 1);
+}
+
+} // namespace
+
+Interrupt::Interrupt(QObject* parent) : QObject(parent)
+{
+    if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
+        notifier->setEnabled(false);
+        Q_EMIT interrupted();
+    });
+
+    struct sigaction action = {};
+    action.sa_handler = OnSignal;
+    action.sa_flags = SA_RESETHAND | SA_RESTART;
+    for (const int number : {SIGINT, SIGTERM})
+        sigaction(number, &action, nullptr);
+}
+
+Interrupt::~Interrupt()
+{
+    for (const int number : {SIGINT, SIGTERM})
+        std::signal(number, SIG_DFL);
+    for (const int end : pipeEnds)
+        close(end);
+}
+
+} // namespace qvtool

@@ -1,0 +1,72 @@
+#include "command.h"
+#include "demo.h"
+#include "downloadcommand.h"
+#include "requestcommand.h"
+#include "text.h"
+
+#include <QCoreApplication>
+
+#include <memory>
+#include <vector>
+
+namespace {
+
+using Commands = std::vector<std::unique_ptr<qvtool::Command>>;
+
+// The library's log arrives here once --log has given it a level.
+void WriteToStandardError(QtMsgType, const QMessageLogContext& context, const QString& text)
+{
+    const QString category = QString::fromUtf8(context.category ? context.category : "");
+    qvtool::PrintLine(stderr, category + QStringLiteral(": ") + text);
+}
+
+QString Usage(const Commands& commands)
+{
+    QString text = QStringLiteral("usage: qvtool COMMAND [ARGUMENT...]\n\n");
+    for (const auto& command : commands)
+        text += QStringLiteral("  %1%2\n").arg(command->Name(), -12).arg(command->Summary());
+    text += QStringLiteral("\n'qvtool COMMAND --help' tells more; 'qvtool --version' the version.\n"
+                           "Exit codes: 0 success, 1 the job failed, 2 wrong usage.\n");
+    return text;
+}
+
+int Run(const Commands& commands, QStringList arguments)
+{
+    if (arguments.isEmpty()) {
+        qvtool::Print(stderr, Usage(commands));
+        return qvtool::WrongUsage;
+    }
+    const QString name = arguments.takeFirst();
+    if (name == QLatin1String("--help") || name == QLatin1String("-h"))
+        return qvtool::Print(stdout, Usage(commands)) ? qvtool::Success : qvtool::JobFailed;
+    if (name == QLatin1String("--version") || name == QLatin1String("-v"))
+        return qvtool::PrintLine(stdout, QStringLiteral("qvtool " QVTOOL_VERSION))
+                   ? qvtool::Success
+                   : qvtool::JobFailed;
+    for (const auto& command : commands) {
+        if (command->Name() == name)
+            return command->Execute(arguments);
+    }
+    qvtool::PrintLine(stderr, QStringLiteral("qvtool: there is no command '%1' (see 'qvtool "
+                                             "--help')")
+                                  .arg(name));
+    return qvtool::WrongUsage;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    qInstallMessageHandler(WriteToStandardError);
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("qvtool"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(QVTOOL_VERSION));
+
+    qvtool::ToolLogger log;
+    Commands commands;
+    commands.push_back(std::make_unique<qvtool::DownloadCommand>(log));
+    commands.push_back(std::make_unique<qvtool::GetCommand>(log));
+    commands.push_back(std::make_unique<qvtool::PostCommand>(log));
+    commands.push_back(std::make_unique<qvtool::Demo>(log));
+    return Run(commands, QCoreApplication::arguments().mid(1));
+}

@@ -1,0 +1,35 @@
+#include "text.h"
+
+namespace qvtool {
+
+QString HumanSize(qint64 bytes)
+{
+    constexpr double step = 1024;
+    const char* const units[] = {"KiB", "MiB", "GiB", "TiB"};
+    if (bytes < step)
+        return QStringLiteral("%1 B").arg(bytes);
+
+    double value = bytes / step;
+    int unit = 0;
+    for (; value >= step && unit < 3; ++unit)
+        value /= step;
+    return QStringLiteral("%1 %2").arg(value, 0, 'f', 1).arg(QLatin1String(units[unit]));
+}
+
+bool PrintBytes(FILE* stream, const QByteArray& bytes)
+{
+    const auto size = static_cast<size_t>(bytes.size());
+    return fwrite(bytes.constData(), 1, size, stream) == size && fflush(stream) == 0;
+}
+
+bool Print(FILE* stream, const QString& text)
+{
+    return PrintBytes(stream, text.toUtf8());
+}
+
+bool PrintLine(FILE* stream, const QString& text)
+{
+    return Print(stream, text + QLatin1Char('\n'));
+}
+
+} // namespace qvtool

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdio>
+
+namespace qvtool {
+
+/** A size for people: "14.2 MiB". */
+QString HumanSize(qint64 bytes);
+
+/** Writes the text as UTF-8, flushed. False if it could not be written. */
+bool Print(FILE* stream, const QString& text);
+bool PrintLine(FILE* stream, const QString& text);
+bool PrintBytes(FILE* stream, const QByteArray& bytes);
+
+} // namespace qvtool
