@@ -2,6 +2,8 @@
 
 #include <loopback/server.h>
 
+#include <QElapsedTimer>
+
 namespace qvtool {
 
 /** The server that the demo talks to: one path a step, some of them faulty on purpose. */
@@ -22,10 +24,11 @@ public:
 private:
     loopback::Reply Handle(const loopback::Request& request);
     loopback::Reply Packed() const;
-    loopback::Reply Flaky() const;
+    loopback::Reply Flaky();
     loopback::Reply File() const;
 
     QByteArray file_;
+    QElapsedTimer sinceDrop_;
 };
 
 } // namespace qvtool

@@ -18,13 +18,24 @@ QString WithoutPrefix(const QString& text)
 
 } // namespace
 
-ToolLogger::ToolLogger() : next_(common::logger::SetLogger(this))
+ToolLogger::ToolLogger() : previous_(common::logger::SetLogger(this))
 {
 }
 
 ToolLogger::~ToolLogger()
 {
-    common::logger::SetLogger(next_);
+    common::logger::SetLogger(previous_);
+}
+
+void ToolLogger::Append(const IMessage& message)
+{
+    Logger::Append(message);
+    if (message.Level() > IMessage::ERROR)
+        return;
+    const QString text = WithoutPrefix(message.Text());
+    failures_.insert(message.Function(), text);
+    if (listener_)
+        listener_(text);
 }
 
 QString ToolLogger::LastFailure(const char* function) const
@@ -35,61 +46,6 @@ QString ToolLogger::LastFailure(const char* function) const
 void ToolLogger::SetFailureListener(std::function<void(const QString&)> listener)
 {
     listener_ = std::move(listener);
-}
-
-void ToolLogger::Append(const IMessage& message)
-{
-    next_->Append(message);
-    if (message.Level() > IMessage::ERROR)
-        return;
-    const QString text = WithoutPrefix(message.Text());
-    failures_.insert(message.Function(), text);
-    if (listener_)
-        listener_(text);
-}
-
-IMessage::Priority ToolLogger::GetLevel() const
-{
-    return next_->GetLevel();
-}
-
-void ToolLogger::SetLevel(IMessage::Priority level)
-{
-    next_->SetLevel(level);
-}
-
-bool ToolLogger::IsPositionEnabled() const
-{
-    return next_->IsPositionEnabled();
-}
-
-void ToolLogger::EnablePosition(bool on)
-{
-    next_->EnablePosition(on);
-}
-
-bool ToolLogger::Configure(const QString& configFile)
-{
-    return next_->Configure(configFile);
-}
-
-bool ToolLogger::Configure(IMessage::Priority level, unsigned int outputs, unsigned int format,
-                           const QString& pattern, const QString& qtCategory,
-                           const QString& configFile, const QString& logFile,
-                           unsigned long maxFileSize, int maxBackupIndex)
-{
-    return next_->Configure(level, outputs, format, pattern, qtCategory, configFile, logFile,
-                            maxFileSize, maxBackupIndex);
-}
-
-void ToolLogger::Destroy()
-{
-    delete this;
-}
-
-void ToolLogger::SetFileLoggingEnabled(bool on)
-{
-    next_->SetFileLoggingEnabled(on);
 }
 
 } // namespace qvtool

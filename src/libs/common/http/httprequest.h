@@ -56,9 +56,12 @@ class IHttpRequestMultiPartData;
  * @warning The peer's TLS certificate is never verified, whatever IgnoreSSLErrors() says: the
  * connection is encrypted, but the server is not authenticated.
  *
- * @warning A connection that breaks in the middle of a body counts as success with the part that
- * arrived (a property of Qt's network layer). Check the length or a digest where that matters;
- * IFileDownload does.
+ * @warning A connection that breaks in the middle of a body may count as success with the part
+ * that arrived: timing decides, in Qt's network layer. Check the length or a digest where that
+ * matters; IFileDownload does.
+ *
+ * @warning Qt itself sends a request again, a POST too, if the connection closes before a reply
+ * came. A server may therefore see one attempt more than once.
  */
 class QVCOMMON_EXPORT IHttpRequest : public QObject
 {

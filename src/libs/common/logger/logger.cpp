@@ -1,7 +1,8 @@
 #include "common/logger/logger.h"
 
+#include "common/logger/debugtext_p.h"
+
 #include <QDateTime>
-#include <QDebug>
 #include <QLoggingCategory>
 #include <QMessageLogger>
 
@@ -56,9 +57,9 @@ void Logger::Append(const IMessage& message)
     const QString stamp =
         QDateTime::currentDateTime().toString(QStringLiteral("yyyy.MM.dd HH:mm:ss.zzz:"));
     const QLoggingCategory category(CategoryName(message));
-    OpenStream(message.Level(), category)
-        << stamp.toStdString().c_str() << message.Text().toStdString().c_str()
-        << PositionText(message).toStdString().c_str();
+    QDebug stream = OpenStream(message.Level(), category);
+    for (const QString& item : {stamp, message.Text(), PositionText(message)})
+        WriteDebugText(stream, item.toStdString().c_str());
 }
 
 QString Logger::PositionText(const IMessage& message) const

@@ -1,0 +1,539 @@
+#include <common/http/httprequest.h>
+#include <common/http/httprequestdatamap.h>
+#include <common/http/httprequestmultipartformdata.h>
+#include <common/tools/qcompressor.h>
+
+#include "support/recordinglogger.h"
+#include "support/requestrecord.h"
+#include "support/scriptedserver.h"
+
+#include <QTemporaryFile>
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+
+using namespace common::http;
+using loopback::Reply;
+
+namespace {
+
+using Replies = QList<Reply>;
+
+const char* const attemptLimitLine =
+    "7 http.request AskRetryIfPossible: Cannot retry request. The attempt count reached maximum.";
+const char* const nextAttemptLine = "7 http.request AskRetryIfPossible: The next request attempt "
+                                    "will be taken in '0' seconds.";
+
+// Long enough for a signal that must not come to show up on loopback.
+constexpr int quietPeriod = 300;
+
+// Runs a function in a slot that any signal can be connected to by name.
+class Relay : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Relay(std::function<void()> run) : run_(std::move(run)) {}
+
+public Q_SLOTS:
+    void Run() { run_(); }
+
+private:
+    std::function<void()> run_;
+};
+
+} // namespace
+
+class TestHttpRequest : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<IHttpRequest> NewRequest(const QString& path = "/x")
+    {
+        std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&manager_, nullptr));
+        request->SetUrl(server_.Url(path));
+        request->SetAttemptIntervalOnNetworkProblem(0);
+        return request;
+    }
+
+    ScriptedServer server_;
+    QNetworkAccessManager manager_;
+
+private Q_SLOTS:
+    void cleanup() { server_.Script("/x", {Reply::Ok("body")}); }
+
+    void defaults()
+    {
+        const HttpRequest request(&manager_, nullptr);
+        QCOMPARE(request.GetAttemptCountOnNetworkProblem(), 1);
+        QCOMPARE(request.GetAttemptIntervalOnNetworkProblem(), 20);
+        QCOMPARE(request.findChild<QTimer*>()->interval(), 20000);
+        QCOMPARE(request.GetTimeout(), 0);
+        QVERIFY(!request.isRunning() && !request.Reply() && !request.IgnoreSSLErrors());
+
+        // Clients connect by index through their own meta-object tools.
+        const QMetaObject& meta = IHttpRequest::staticMetaObject;
+        const int first = meta.methodOffset();
+        QCOMPARE(meta.indexOfSignal("requestFinished(QString)"), first);
+        QCOMPARE(meta.indexOfSignal("requestError(int,QString)"), first + 3);
+        QCOMPARE(meta.indexOfSignal("uploadProgress(qint64,qint64)"), first + 7);
+    }
+
+    void outcome_data()
+    {
+        QTest::addColumn<Replies>("script");
+        QTest::addColumn<int>("attempts");
+        QTest::addColumn<QStringList>("signalsSeen");
+        QTest::addColumn<QString>("logged");
+        QByteArray packed;
+        tools::QCompressor::gzipCompress("unpacked", packed, 9);
+        QByteArray damaged = packed;
+        damaged[damaged.size() - 6] = static_cast<char>(~damaged[damaged.size() - 6]);
+        const auto raw = [](const QByteArray& bytes) {
+            return QStringList{"binary " + QString::fromLatin1(bytes), "text " + QString(bytes)};
+        };
+        const QByteArray zero("ab\0cd", 5);
+        const QString damagedLine = "4 http.request OnRequestFinished: Failed to decompress gzip, "
+                                    "using uncompressed data!";
+        const QStringList body = {"binary body", "text body"};
+        const auto status = [](int code, const char* reason) {
+            return Reply::Status(code, reason, "why");
+        };
+        const auto row = [](const char* name, const Replies& script, int attempts,
+                            const QStringList& signalsSeen, const QString& logged = QString()) {
+            QTest::newRow(name) << script << attempts << signalsSeen << logged;
+        };
+
+        row("success", {Reply::Ok("body")}, 3, body,
+            "7 http.request OnRequestFinished: Accepted reply from server: 200/OK; "
+            "URL='%1', attempt='0'.");
+        row("204", {Reply::Status(204, "No Content")}, 3, {"binary ", "text "});
+        row("redirect is not followed", {status(302, "Found")}, 3, {"binary why", "text why"});
+        row("zero byte", {Reply::Ok(zero)}, 1, {"binary " + QString::fromLatin1(zero), "text ab"});
+        row("chunked", {Chunked("body")}, 1, body);
+        row("gzip", {Gzip(packed)}, 1, {"binary unpacked", "text unpacked"});
+        row("gzip damaged", {Gzip(damaged)}, 1, raw(damaged), damagedLine);
+        row("gzip cut", {Gzip(packed.chopped(3))}, 1, raw(packed.chopped(3)), damagedLine);
+        row("GZIP is not recognised", {Gzip(packed, "GZIP")}, 1, raw(packed));
+        row("length too short", {WrongLength("body and more", 4)}, 3, body);
+
+        row("400", {status(400, "Bad")}, 3, {"invalid 302", "error 302 why"}, "ProtocolInvalidOp");
+        row("401", {status(401, "Who")}, 3, {"error 204 why"}, "AuthenticationRequiredError");
+        row("404", {status(404, "Not Found")}, 3, {"error 203 why"},
+            "3 http.request OnRequestFinished: Accepted reply from server: 404/Not Found;    "
+            "ContentNotFoundError (Error transferring %1 - server replied: Not Found), URL='%1', "
+            "attempt='0'.");
+        row("407", {status(407, "Proxy")}, 3, {"proxy 105", "error 105 why"},
+            "ProxyAuthentication");
+        row("429, no attempt left", {status(429, "Slow Down")}, 1, {"error 299 why"},
+            "7 http.request OnRequestFinished: Accepted reply from server: 429/Slow Down; "
+            "URL='%1', attempt='0'.");
+        row("429, attempt left", {status(429, "Slow Down"), Reply::Ok("body")}, 2, body,
+            nextAttemptLine);
+        row("503", {status(503, "Busy")}, 3, {"error 403 why"}, "ServiceUnavailableError");
+        row("504", {status(504, "Gateway")}, 3, {"error 499 why"}, "UnknownServerError");
+        row("dropped, no attempt left", {Reply::Dropped()}, 0, {"error 2 "},
+            "Accepted reply from server: 0/;    RemoteHostClosedError (Connection closed), URL=");
+        row("all attempts dropped", {Reply::Dropped()}, 3, {"error 2 "}, attemptLimitLine);
+    }
+
+    void outcome()
+    {
+        QFETCH(Replies, script);
+        QFETCH(int, attempts);
+        QFETCH(QString, logged);
+        server_.Script("/x", script);
+        const RecordingLogger log;
+        const auto request = NewRequest();
+        request->SetAttemptCountOnNetworkProblem(attempts);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Finals(), 1);
+        QTest::qWait(20);
+        QTEST(record.Signals(), "signalsSeen");
+        logged.replace("%1", request->GetUrl().toString());
+        QVERIFY2(!log.Lines(logged).isEmpty(), qPrintable(log.Lines().join('\n')));
+        QVERIFY(!request->isRunning());
+    }
+
+    void networkProblemIsRetried()
+    {
+        server_.Script("/x", {Reply::Dropped()});
+        const RecordingLogger log;
+        const auto request = NewRequest();
+        request->SetAttemptCountOnNetworkProblem(2);
+        request->SetAttemptIntervalOnNetworkProblem(1);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_VERIFY(!log.Lines("will be taken in '1' seconds.").isEmpty());
+        server_.Script("/x", {Reply::Ok("body")});
+        QTRY_COMPARE(record.Signals(), QStringList({"binary body", "text body"}));
+        QVERIFY(!log.Lines("URL='" + request->GetUrl().toString() + "', attempt='1'.").isEmpty());
+    }
+
+    void cutBody_data()
+    {
+        QTest::addColumn<Reply>("reply");
+        QTest::newRow("by length") << Cut("body and more", 4);
+        QTest::newRow("length too long") << WrongLength("body", 100);
+        QTest::newRow("chunked") << Cut("body and more", 4, true);
+    }
+
+    // Timing decides whether Qt takes the end of the connection for the end of the body.
+    void cutBody()
+    {
+        QFETCH(Reply, reply);
+        server_.Script("/x", {reply});
+        const auto request = NewRequest();
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Finals(), 1);
+        const QStringList passed = {"binary body", "text body"};
+        QVERIFY(record.Signals() == passed || record.Signals() == QStringList("error 2 body"));
+    }
+
+    void unreachable_data()
+    {
+        QTest::addColumn<QString>("url");
+        QTest::addColumn<int>("code");
+        QTest::newRow("refused port") << "http://127.0.0.1:1/" << 1;
+        QTest::newRow("unknown host") << "http://no-such-host.invalid/" << 3;
+        QTest::newRow("unknown scheme") << "nonsense://host/" << 301;
+        QTest::newRow("empty") << "" << 301;
+    }
+
+    void unreachable()
+    {
+        QFETCH(QString, url);
+        QFETCH(int, code);
+        const auto request = NewRequest();
+        request->SetUrl(QUrl(url));
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Finals(), 1);
+        QCOMPARE(record.Signals(), QStringList(QString("error %1 ").arg(code)));
+    }
+
+    void getOnTheWire_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QByteArray>("target");
+        QTest::newRow("plain") << "/x" << QByteArray("/x?q=a%20b&r=%2F");
+        QTest::newRow("second ?") << "/x?x=1" << QByteArray("/x?x=1?q=a%20b&r=%2F");
+    }
+
+    void getOnTheWire()
+    {
+        QFETCH(QString, path);
+        const RecordingLogger log;
+        const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
+        form->SetParam("q", "a b");
+        form->SetParam("r", "/");
+        const auto request = NewRequest(path);
+        request->SetData(form);
+        request->SetRawHeader("X-Number", "42");
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Finals(), 1);
+
+        const auto& received = server_.Requests().last();
+        QTEST(received.target, "target");
+        QCOMPARE(received.Header("X-Number"), QByteArray("42"));
+        QCOMPARE(received.Header("Accept-Encoding"), QByteArray("gzip"));
+        QVERIFY(!log.Lines("7 http.request SendGetRequest: Sending GET request to URL='" +
+                           request->Reply()->url().toString() + "', attempt='0'.")
+                     .isEmpty());
+    }
+
+    void acceptEncoding_data()
+    {
+        QTest::addColumn<QString>("header");
+        QTest::addColumn<QByteArray>("received");
+        QTest::newRow("replaced") << "Accept-Encoding" << QByteArray("identity");
+        QTest::newRow("another case") << "accept-encoding" << QByteArray("gzip");
+    }
+
+    void acceptEncoding()
+    {
+        QFETCH(QString, header);
+        const auto request = NewRequest();
+        request->SetRawHeader(header, "identity");
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Finals(), 1);
+        QTEST(server_.Requests().last().Header("Accept-Encoding"), "received");
+    }
+
+    void postOnTheWire_data()
+    {
+        QTest::addColumn<QSharedPointer<IHttpRequestData>>("data");
+        QTest::addColumn<QByteArray>("contentType");
+        QTest::addColumn<QByteArray>("body");
+        const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
+        form->SetParam("a", "x y");
+        const auto row = [](const char* name, QSharedPointer<IHttpRequestData> data,
+                            const QByteArray& type, const QByteArray& body) {
+            QTest::newRow(name) << data << type << body;
+        };
+        row("none", {}, "", "");
+        row("form", form, "application/x-www-form-urlencoded", "a=x%20y");
+        row("json", IHttpRequestSimpleData::CreateJsonData({{"n", 5}}), "application/json",
+            R"({"n":5})");
+    }
+
+    void postOnTheWire()
+    {
+        QFETCH(QSharedPointer<IHttpRequestData>, data);
+        const auto request = NewRequest();
+        request->SetData(data);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Post());
+        QTRY_COMPARE(record.Finals(), 1);
+        const auto& received = server_.Requests().last();
+        QCOMPARE(received.method, QByteArray("POST"));
+        if (data)
+            QTEST(received.Header("Content-Type"), "contentType");
+        QTEST(received.body, "body");
+    }
+
+    void multiPartIsBuiltAnewForEachAttempt()
+    {
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        const QByteArray content = QByteArray("\0\r\n--x", 6).repeated(20000);
+        QCOMPARE(file.write(content), content.size());
+        QVERIFY(file.flush());
+        const auto body = IHttpRequestMultiPartData::CreateMultiPartFormData();
+        body->AddPart(IHttpRequestPartData::CreateTextPartFormData("t", QChar(0xE4)));
+        body->AddPart(IHttpRequestPartData::CreateFilePartFormData("f", file.fileName()));
+        server_.Script("/x", {Reply::Status(429, "Slow"), Reply::Ok("body")});
+        const RecordingLogger log;
+        const auto request = NewRequest();
+        request->SetData(body);
+        request->SetAttemptCountOnNetworkProblem(2);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Post());
+        QTRY_COMPARE(record.Signals().size(), 2);
+
+        const auto received = server_.Requests().mid(server_.Requests().size() - 2);
+        for (const auto& each : received) {
+            const QByteArray type = each.Header("Content-Type");
+            const int at = type.indexOf("boundary=\"");
+            QVERIFY(type.startsWith("multipart/form-data;") && at > 0);
+            const QByteArray boundary = "--" + type.mid(at + 10).chopped(1);
+            const QByteArray name = QFileInfo(file).fileName().toUtf8();
+            QCOMPARE(each.body,
+                     boundary + "\r\nContent-Type: text/plain; charset=UTF-8\r\n" +
+                         "Content-Disposition: form-data; name=\"t\"\r\n\r\n\xC3\xA4\r\n" +
+                         boundary + "\r\nContent-Disposition: form-data; name=\"f\"; filename=\"" +
+                         name + "\"\r\n\r\n" + content + "\r\n" + boundary + "--\r\n");
+        }
+        QCOMPARE(log.Lines("SendPostRequest: Sending multipart/form-data POST request").size(), 2);
+    }
+
+    void sendThatCannotStart()
+    {
+        const RecordingLogger log;
+        const auto request = NewRequest();
+        const RequestRecord record(request.get());
+        const QString url = request->GetUrl().toString();
+        request->SetData(IHttpRequestDataMap::CreateJsonDataMap());
+        QVERIFY(!request->Get());
+        const auto body = IHttpRequestMultiPartData::CreateMultiPartFormData();
+        body->AddPart(IHttpRequestPartData::CreateFilePartFormData("f", "/missing"));
+        request->SetData(body);
+        QVERIFY(!request->Post());
+        QVERIFY(!request->Send(static_cast<IHttpRequest::HTTPRequestMethod>(7)));
+        const QString failed =
+            "3 http.request SendRequest: Failed to send request to URL='" + url + "'";
+        QCOMPARE(
+            log.Lines(),
+            QStringList({"3 http.request SendGetRequest: Failed to send GET request to URL='" +
+                             url + "'. Invalid request parameters type",
+                         failed, "3 http.form.part AppendTo: Failed to open file '/missing'",
+                         "3 http.form.multipart MultiPart: Failed to append part to multipart",
+                         "3 http.request SendPostRequest: Failed to create multipart/form-data "
+                         "POST request to URL='" +
+                             url + "'.",
+                         failed, failed}));
+        QTest::qWait(quietPeriod);
+        QCOMPARE(record.Signals(), QStringList());
+    }
+
+    void managerGoesFirst()
+    {
+        const RecordingLogger log;
+        auto manager = std::make_unique<QNetworkAccessManager>();
+        server_.Script("/x", {Silent()});
+        HttpRequest request(manager.get(), nullptr);
+        request.SetUrl(server_.Url("/x"));
+        request.SetTimeout(1);
+        QVERIFY(request.Get());
+        manager.reset();
+        QVERIFY(!request.isRunning() && !request.Reply());
+        QVERIFY(!request.Get());
+        QCOMPARE(log.Lines(), QStringList("2 http.request SendRequest: Failed to  SendRequest(): "
+                                          "HttpRequestManager is NULL!"));
+    }
+
+    void timeout()
+    {
+        server_.Script("/x", {Silent()});
+        const RecordingLogger log;
+        const auto request = NewRequest();
+        request->SetTimeout(1);
+        request->SetAttemptCountOnNetworkProblem(2);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Finals(), 1);
+        QCOMPARE(record.Signals(), QStringList("error 4 "));
+        QCOMPARE(record.ErrorText(), QString("Request timed out"));
+        const QString line = "3 http.request OnRequestTimeout: Request to URL='" +
+                             request->GetUrl().toString() + "' timed out! attempt='%1'.";
+        QCOMPARE(log.Lines(),
+                 QStringList({line.arg(0), nextAttemptLine, line.arg(1), attemptLimitLine}));
+    }
+
+    void slowDripIsNoSilence()
+    {
+        server_.Script("/x", {Drip("123456", 1, 400)});
+        const auto request = NewRequest();
+        request->SetTimeout(1);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Signals().value(1), QString("text 123456"));
+    }
+
+    void abort_data()
+    {
+        QTest::addColumn<Replies>("script");
+        QTest::addColumn<int>("wait");
+        QTest::newRow("before the reply") << Replies{Silent()} << 50;
+        QTest::newRow("before anything is sent") << Replies{Reply::Ok("body")} << 0;
+        QTest::newRow("amid the body") << Replies{Drip("body", 1, 50)} << 120;
+        QTest::newRow("retry pending") << Replies{Reply::Status(429, "Slow")} << 200;
+    }
+
+    void abort()
+    {
+        QFETCH(Replies, script);
+        QFETCH(int, wait);
+        server_.Script("/x", script);
+        const auto request = NewRequest();
+        request->SetAttemptCountOnNetworkProblem(2);
+        request->SetAttemptIntervalOnNetworkProblem(1);
+        request->SetTimeout(1);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTest::qWait(wait);
+        QCOMPARE(record.Signals(), QStringList());
+        request->Abort();
+        QVERIFY(!request->isRunning());
+        const int hits = server_.Requests().size();
+        QTest::qWait(1200);
+        QCOMPARE(record.Signals(), QStringList());
+        QVERIFY(server_.Requests().size() <= hits + (wait == 0 ? 1 : 0));
+    }
+
+    void abortKeepsPendingLocalReplyFromReporting()
+    {
+        const auto request = NewRequest();
+        request->SetUrl(QUrl("data:text/plain,body"));
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        request->Abort();
+        QTest::qWait(quietPeriod);
+        QCOMPARE(record.Signals(), QStringList());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Signals(), QStringList({"binary body", "text body"}));
+        request->Abort();
+        QVERIFY(request->Reply()); // a finished reply stays
+    }
+
+    // Whatever a handler does to the request from inside the reply's own signals is safe.
+    void interferenceFromHandlers_data()
+    {
+        QTest::addColumn<QByteArray>("signal");
+        QTest::addColumn<int>("skip");
+        for (const char* signal :
+             {SIGNAL(uploadProgress(qint64, qint64)), SIGNAL(downloadProgress(qint64, qint64)),
+              SIGNAL(progress()), SIGNAL(requestFinishedWithBinaryData(QByteArray)),
+              SIGNAL(requestFinished(QString))}) {
+            for (const int skip : {0, 1})
+                QTest::addRow("%s %d", signal, skip) << QByteArray(signal) << skip;
+        }
+    }
+
+    void interferenceFromHandlers()
+    {
+        QFETCH(QByteArray, signal);
+        QFETCH(int, skip);
+        using Action = void (*)(HttpRequest*);
+        const Action actions[] = {[](HttpRequest* request) { request->Abort(); },
+                                  [](HttpRequest* request) { request->Get(); },
+                                  [](HttpRequest* request) {
+                                      request->deleteLater();
+                                  }};
+        server_.Script("/x", {Drip(QByteArray(3000, 'x'), 1000, 120)});
+        for (const Action action : actions) {
+            const QPointer<HttpRequest> request(new HttpRequest(&manager_, nullptr));
+            request->SetUrl(server_.Url("/x"));
+            request->SetTimeout(5);
+            request->SetData(IHttpRequestDataMap::CreateUrlencodedDataMap());
+            int seen = 0;
+            Relay relay([&] {
+                if (seen++ == skip)
+                    action(request);
+            });
+            QVERIFY(connect(request, signal.constData(), &relay, SLOT(Run())));
+            QVERIFY(request->Post());
+            QTRY_VERIFY(seen > skip || !request || !request->isRunning());
+            QTest::qWait(20);
+            delete request.data();
+        }
+    }
+
+    void staleReplyIsRejected()
+    {
+        server_.Script("/x", {Silent()});
+        const RecordingLogger log;
+        HttpRequest request(&manager_, nullptr);
+        request.SetUrl(server_.Url("/x"));
+        const RequestRecord record(&request);
+        request.OnRequestFinished();
+        QVERIFY(request.Get());
+        std::unique_ptr<QNetworkReply> stranger(
+            manager_.get(QNetworkRequest(QUrl("data:text/plain,other"))));
+        connect(stranger.get(), &QNetworkReply::finished, &request,
+                &HttpRequest::OnRequestFinished);
+        QTRY_COMPARE(
+            log.Lines(),
+            QStringList({"3 http.request OnRequestFinished: Cannot process QNetworkReply = "
+                         "NULL",
+                         "2 http.request OnRequestFinished: Cannot process unknown "
+                         "QNetworkReply"}));
+        QVERIFY(request.isRunning());
+        QCOMPARE(record.Signals(), QStringList());
+    }
+
+    void newSendReplacesEverythingPending()
+    {
+        server_.Script("/x", {Reply::Status(429, "Slow"), Drip("body", 1, 400)});
+        const auto request = NewRequest();
+        request->SetAttemptCountOnNetworkProblem(2);
+        request->SetAttemptIntervalOnNetworkProblem(1);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(server_.RequestsFor("/x").last().method, QByteArray("GET"));
+        QTest::qWait(100); // now the retry is scheduled
+        const int hits = server_.Requests().size();
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Signals(), QStringList({"binary body", "text body"}));
+        QCOMPARE(server_.Requests().size(), hits + 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestHttpRequest)
+#include "tst_httprequest.moc"

@@ -1,0 +1,163 @@
+#include <common/logger/log.h>
+#include <common/logger/logger.h>
+
+#include "support/recordinglogger.h"
+
+#include <QRegularExpression>
+#include <QtTest>
+
+using namespace common::logger;
+
+namespace {
+
+constexpr ICategory logCategory{"test.category"};
+constexpr char logSource[] = "tests/logger/tst_logger";
+
+struct QtLine
+{
+    QtMsgType type;
+    QString category;
+    QString text;
+};
+QList<QtLine> qtLines;
+
+void RecordQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    qtLines << QtLine{type, QString::fromUtf8(context.category), text};
+}
+
+// What the default logger makes of one message, with Qt's output caught.
+QList<QtLine> Append(Logger& logger, IMessage::Priority level, const QString& text,
+                     const ICategory* category = &logCategory, const char* file = "src/file",
+                     const char* function = "Load")
+{
+    qtLines.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(RecordQtMessage);
+    Message(&logger, category, level, file, function, 40).Out() << text;
+    qInstallMessageHandler(previous);
+    return qtLines;
+}
+
+} // namespace
+
+class TestLogger : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // Must be the first: nothing has asked for a logger yet.
+    void firstSetLoggerReturnsDefault()
+    {
+        QCOMPARE(SetLogger(nullptr), Logger::Instance());
+        QVLOG(EMERG) << "dropped without a logger";
+        QCOMPARE(SetLogger(Logger::Instance()), nullptr);
+        QCOMPARE(GetLogger(), Logger::Instance());
+    }
+
+    void statementFillsMessage()
+    {
+        RecordingLogger logger;
+        QVLOG(WARN) << "text " << 42 << QString(QChar(0xE4)) << QByteArray("\xC3\xA4");
+        QVLOG(INFO);
+        QVLOG_FROM("Other", ERROR) << "helper";
+        QVLOG(NOTSET) << "never appended";
+
+        const QStringList expected = {
+            QString("4 test.category statementFillsMessage: text 42") + QChar(0xE4) + QChar(0xE4),
+            "6 test.category statementFillsMessage: ", "3 test.category Other: helper"};
+        QCOMPARE(logger.Lines(), expected);
+        QCOMPARE(logger.Files(), QStringList(logSource));
+    }
+
+    void destroyedLoggerIsReplaced()
+    {
+        auto* logger = new Logger;
+        QCOMPARE(SetLogger(logger), Logger::Instance());
+        logger->Destroy();
+        QCOMPARE(GetLogger(), Logger::Instance());
+    }
+
+    void levelAndType_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("reportedLevel");
+        QTest::addColumn<int>("lastWritten");
+        QTest::newRow("unset") << -1 << 8 << -1;
+        QTest::newRow("emergencies") << 0 << 0 << 0;
+        QTest::newRow("errors") << 3 << 3 << 3;
+        QTest::newRow("all") << 7 << 7 << 7;
+        QTest::newRow("beyond the scale") << 9 << 8 << 7;
+    }
+
+    void levelAndType()
+    {
+        QFETCH(int, level);
+        QFETCH(int, lastWritten);
+        const QtMsgType types[] = {QtCriticalMsg, QtCriticalMsg, QtCriticalMsg, QtCriticalMsg,
+                                   QtWarningMsg,  QtInfoMsg,     QtInfoMsg,     QtDebugMsg};
+        Logger logger;
+        if (level >= 0)
+            logger.SetLevel(static_cast<IMessage::Priority>(level));
+        QTEST(static_cast<int>(logger.GetLevel()), "reportedLevel");
+        for (int priority = 0; priority < 8; ++priority) {
+            const auto lines = Append(logger, static_cast<IMessage::Priority>(priority), "x");
+            QCOMPARE(lines.size(), priority <= lastWritten ? 1 : 0);
+            if (!lines.isEmpty())
+                QCOMPARE(lines[0].type, types[priority]);
+        }
+    }
+
+    void line_data()
+    {
+        QTest::addColumn<unsigned>("format");
+        QTest::addColumn<bool>("hasFile");
+        QTest::addColumn<bool>("hasFunction");
+        QTest::addColumn<QString>("ending");
+        QTest::newRow("no position") << 0x2u << true << true << "text ";
+        QTest::newRow("file") << 0x1u << true << true << "text  (file: src/file(40))";
+        QTest::newRow("function") << 0x3u << true << true << "text  (Load: file: src/file(40))";
+        QTest::newRow("no function") << 0x3u << true << false << "text  (file: src/file(40))";
+        QTest::newRow("no file") << 0x3u << false << true << "text ";
+    }
+
+    void line()
+    {
+        QFETCH(unsigned, format);
+        QFETCH(bool, hasFile);
+        QFETCH(bool, hasFunction);
+        QFETCH(QString, ending);
+        Logger logger;
+        QVERIFY(logger.Configure(IMessage::DEBUG, 0, format, {}, {}, {}, {}, 0, 0));
+        QCOMPARE(logger.IsPositionEnabled(), (format & 1) != 0);
+
+        const auto lines = Append(logger, IMessage::INFO, "text", &logCategory,
+                                  hasFile ? "src/file" : nullptr, hasFunction ? "Load" : nullptr);
+        const QRegularExpression whole(
+            "\\A\\d{4}\\.\\d\\d\\.\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}: " +
+            QRegularExpression::escape(ending) + "\\z");
+        QVERIFY2(whole.match(lines.value(0).text).hasMatch(), qPrintable(lines.value(0).text));
+        QCOMPARE(lines[0].category, QString(logCategory.name));
+    }
+
+    void positionSwitchKeepsOtherBits()
+    {
+        Logger logger;
+        logger.Configure(IMessage::DEBUG, 0, 0x2, {}, {}, {}, {}, 0, 0);
+        logger.EnablePosition(true);
+        QVERIFY(Append(logger, IMessage::INFO, "x").value(0).text.contains("(Load: file: "));
+        logger.EnablePosition(false);
+        QVERIFY(!logger.IsPositionEnabled());
+    }
+
+    void missingCategoryIsEmpty()
+    {
+        Logger logger;
+        logger.SetLevel(IMessage::DEBUG);
+        const ICategory nameless{nullptr};
+        QCOMPARE(Append(logger, IMessage::INFO, "x", nullptr).value(0).category, QString(""));
+        QCOMPARE(Append(logger, IMessage::INFO, "x", &nameless).value(0).category, QString(""));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLogger)
+#include "tst_logger.moc"

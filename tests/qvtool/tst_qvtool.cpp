@@ -1,0 +1,231 @@
+#include "support/scriptedserver.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+#include <memory>
+
+using loopback::Reply;
+
+class TestQvtool : public QObject
+{
+    Q_OBJECT
+
+private:
+    struct Result
+    {
+        int code = -1;
+        QString out;
+        QString err;
+    };
+
+    // The event loop goes on meanwhile, as the server needs it.
+    Result Run(QStringList arguments, const QByteArray& input = {}, const QString& stdOut = {})
+    {
+        QProcess process;
+        arguments.replaceInStrings("URL", server_.Url({}).toString());
+        arguments.replaceInStrings("DIR", directory_.path());
+        if (!stdOut.isEmpty())
+            process.setStandardOutputFile(stdOut);
+        process.start(QVTOOL_PATH, arguments);
+        process.write(input);
+        process.closeWriteChannel();
+        [&] {
+            QTRY_COMPARE_WITH_TIMEOUT(process.state(), QProcess::NotRunning, 30000);
+        }();
+        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
+    }
+
+    QString Path(const QString& name) const { return directory_.filePath(name); }
+
+    QByteArray ContentOf(const QString& name) const
+    {
+        QFile file(Path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+    }
+
+    void Write(const QString& name, const QByteArray& bytes)
+    {
+        QFile file(Path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    }
+
+    ScriptedServer server_;
+    QTemporaryDir directory_;
+
+private Q_SLOTS:
+    void init()
+    {
+        server_.Script("/ok", {Reply::Ok("body")});
+        server_.Script("/cut", {Cut("body and more", 4)});
+        server_.Script("/drop", {Reply::Dropped()});
+        server_.Script("/silent", {Silent()});
+        Write("list.json", "[1]");
+        Write("broken.json", "{\"a\":");
+        Write("old", "precious");
+    }
+
+    void failures_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("error");
+        const auto row = [](const char* arguments, int code, const char* error) {
+            QTest::newRow(arguments) << QString(arguments).split(' ') << code << error;
+        };
+        row("nonsense", 2, "qvtool: there is no command 'nonsense'");
+        row("get", 2, "qvtool get: URL is missing");
+        row("get --nonsense URL/ok", 2, "qvtool get: Unknown option 'nonsense'");
+        row("get URL/ok more", 2, "qvtool get: 'more' is one argument too many");
+        row("get 127.0.0.1/ok", 2, "is no HTTP address");
+        row("get http:///ok", 2, "qvtool get: ");
+        row("get ftp://host/ok", 2, "is no HTTP address");
+        row("get --log loud URL/ok", 2, "qvtool get: --log takes one of emerg, alert");
+        row("get --tries 0 URL/ok", 2, "qvtool get: --tries takes a whole number from 1 to");
+        row("get --timeout x URL/ok", 2, "qvtool get: --timeout takes a whole number");
+        row("get --header a URL/ok", 2, "qvtool get: --header takes NAME=VALUE, not 'a'");
+        row("get --form a=1 --form a=2 URL/ok", 2, "the form field 'a' is given twice");
+        row("post --json x --form a=b URL/ok", 2, "exclude each other");
+        row("download URL/ok", 2, "qvtool download: FILE is missing");
+        row("download --size -1 URL/ok DIR/f", 2, "qvtool download: --size takes a whole number");
+        row("download --md5 12xy URL/ok DIR/f", 2, "--md5 takes 32 hexadecimal digits");
+        row("get http://127.0.0.1:1/", 1, "qvtool get: http://127.0.0.1:1/: Connection refused");
+        row("get http://no-such-host.invalid/", 1, "Host no-such-host.invalid not found (code 3)");
+        row("get URL/missing", 1, "server replied: Not Found (code 203)");
+        row("get URL/silent --timeout 1", 1, "Request timed out (code 4)");
+        row("post --json DIR/none URL/ok", 1, "/none': No such file or directory");
+        row("post --json DIR/list.json URL/ok", 1, "holds no JSON object");
+        row("post --json DIR/broken.json URL/ok", 1, "is no JSON: ");
+        row("post --file f=DIR/none URL/ok", 1, "Failed to open file '");
+        row("download URL/ok DIR", 1, "it is a directory");
+        row("download URL/ok /dev/null", 1, "it is not a regular file");
+        row("download URL/ok DIR/old/below", 1, "Can't prepare file! (Failed to create directory");
+        row("download URL/ok DIR/old --size 5", 1, "Expected 5 bytes, downloaded 4 bytes.");
+        row("download URL/ok DIR/old --md5 00000000000000000000000000000000", 1, "by checksum!");
+        row("download URL/cut DIR/old", 1, "/cut -> '");
+        row("download URL/drop DIR/old", 1, "Connection closed");
+    }
+
+    void failures()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, error);
+        const Result result = Run(arguments);
+        QVERIFY2(result.err.contains(error), qPrintable(result.err));
+        QCOMPARE(result.out, QString());
+        QCOMPARE(result.err.split('\n').filter("qvtool").size(), 1);
+        QTEST(result.code, "code");
+        QCOMPARE(ContentOf("old"), QByteArray("precious"));
+        QVERIFY(!QFile::exists(Path("old.part")));
+    }
+
+    void help_data()
+    {
+        QTest::addColumn<QString>("command");
+        for (const char* command : {"", "get", "post", "download", "demo"})
+            QTest::newRow(command) << command;
+    }
+
+    void help()
+    {
+        QFETCH(QString, command);
+        QStringList arguments(command);
+        arguments.removeAll(QString());
+        const Result result = Run(arguments << "--help");
+        QCOMPARE(result.code, 0);
+        QVERIFY(result.out.startsWith("usage: qvtool", Qt::CaseInsensitive));
+        QVERIFY(command.isEmpty() || result.out.contains("qvtool " + command));
+    }
+
+    void download()
+    {
+        const QString line = Path("old") + "  4 bytes  MD5 841a2d689ad86bd1611447453c22c6fc\n";
+        for (const char* md5 : {"", "--md5=841A2D689AD86BD1611447453C22C6FC"}) {
+            QStringList arguments = {"download", "URL/ok", "DIR/old", md5};
+            arguments.removeAll(QString());
+            const Result result = Run(arguments);
+            QCOMPARE(result.out, line);
+            QCOMPARE(result.code, 0);
+            QCOMPARE(ContentOf("old"), QByteArray("body"));
+        }
+        QVERIFY(QFile::link(Path("old"), Path("link")));
+        server_.Script("/ok", {Reply::Ok("other")});
+        QCOMPARE(Run({"download", "URL/ok", "DIR/link"}).code, 0);
+        QVERIFY(QFileInfo(Path("link")).isSymLink());
+        QCOMPARE(ContentOf("old"), QByteArray("other"));
+    }
+
+    void diskFull()
+    {
+        const QString script = "ulimit -f 1; trap '' XFSZ; exec " QVTOOL_PATH " download " +
+                               server_.Url("/large").toString() + ' ' + Path("old");
+        server_.Script("/large", {Reply::Ok(QByteArray(100000, 'x'))});
+        QProcess process;
+        process.start("sh", {"-c", script});
+        QTRY_COMPARE(process.state(), QProcess::NotRunning);
+        QCOMPARE(process.exitCode(), 1);
+        QVERIFY(
+            process.readAllStandardError().contains("bytes could be written, is the disk full?"));
+        QCOMPARE(ContentOf("old"), QByteArray("precious"));
+    }
+
+    void getAndPost()
+    {
+        Result result =
+            Run({"get", "URL/ok", "--form", "q=a=b", "--header", "X-A=1", "--log", "debug"});
+        QCOMPARE(result.out, QString("body"));
+        QVERIFY(result.err.contains("http.request: "));
+        QVERIFY(result.err.contains("Sending GET request to URL="));
+        QCOMPARE(server_.Requests().last().target, QByteArray("/ok?q=a%3Db"));
+        QCOMPARE(server_.Requests().last().Header("X-A"), QByteArray("1"));
+
+        QCOMPARE(Run({"post", "URL/ok", "--json", "-"}, " {\"b\": [1, 2.5]} ").code, 0);
+        QCOMPARE(server_.Requests().last().body, QByteArray("{\"b\":[1,2.5]}"));
+        QCOMPARE(Run({"post", "URL/ok", "--part", "t=x", "--file", "f=DIR/old"}).code, 0);
+        QVERIFY(server_.Requests().last().body.contains("\r\n\r\nprecious\r\n"));
+        server_.Script("/slow", {Reply::Status(429, "Slow Down")});
+        QCOMPARE(Run({"get", "URL/slow", "--tries", "2", "--interval", "0"}).code, 1);
+        QCOMPARE(server_.RequestsFor("/slow").size(), 2);
+
+        result = Run({"get", "URL/ok"}, {}, "/dev/full");
+        QCOMPARE(result.code, 1);
+        QVERIFY(result.err.contains("cannot write to standard output"));
+    }
+
+    void interrupt()
+    {
+        server_.Script("/drip", {Drip(QByteArray(1000, 'x'), 1, 20)});
+        for (const QString command : {"get URL/silent", "download URL/drip DIR/old", "demo"}) {
+            QProcess process;
+            auto arguments = command.split(' ');
+            arguments.replaceInStrings("URL", server_.Url({}).toString());
+            arguments.replaceInStrings("DIR", directory_.path());
+            process.start(QVTOOL_PATH, arguments);
+            QVERIFY(process.waitForStarted());
+            QTest::qWait(700);
+            QCOMPARE(process.state(), QProcess::Running);
+            ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+            QTRY_COMPARE(process.state(), QProcess::NotRunning);
+            QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+            QCOMPARE(process.exitCode(), 1);
+            QVERIFY(process.readAllStandardError().contains("interrupted: "));
+        }
+        QCOMPARE(ContentOf("old"), QByteArray("precious"));
+        QVERIFY(!QFile::exists(Path("old.part")));
+    }
+
+    void demo()
+    {
+        const Result result = Run({"demo"});
+        QVERIFY2(result.code == 0, qPrintable(result.out + result.err));
+        QVERIFY(result.out.contains("All 6 steps ended as they should"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestQvtool)
+#include "tst_qvtool.moc"
