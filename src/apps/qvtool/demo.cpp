@@ -35,9 +35,7 @@ QByteArray RandomFile()
 
 Demo::Demo(ToolLogger& log)
     : Command(QStringLiteral("demo"),
-              QStringLiteral("Show the library at work; needs no arguments and no network."), log),
-      file_(RandomFile()),
-      server_(file_)
+              QStringLiteral("Show the library at work; needs no arguments and no network."), log)
 {
 }
 
@@ -58,9 +56,11 @@ QString Demo::Stop()
 
 void Demo::Start()
 {
-    if (!directory_.isValid() || !server_.Listen())
+    file_ = RandomFile();
+    server_ = std::make_unique<DemoServer>(file_);
+    if (!directory_.isValid() || !server_->Listen())
         return Fail(QStringLiteral("cannot start: %1 %2")
-                        .arg(directory_.errorString(), server_.errorString()));
+                        .arg(directory_.errorString(), server_->errorString()));
     Log().SetFailureListener([this](const QString& text) { Say(QStringLiteral("log: ") + text); });
 
     const Step steps[] = {
@@ -74,7 +74,7 @@ void Demo::Start()
     QElapsedTimer clock;
     clock.start();
     PrintLine(stdout, QStringLiteral("libqvcommon %1 talks to its own server, %2\n")
-                          .arg(QStringLiteral(QVTOOL_VERSION), server_.Url({}).toString()));
+                          .arg(QStringLiteral(QVTOOL_VERSION), server_->Url({}).toString()));
     int number = 0;
     for (const Step& step : steps) {
         if (!RunStep(++number, step))
@@ -103,7 +103,7 @@ void Demo::Say(const QString& text)
 IHttpRequest* Demo::NewRequest(const QString& path)
 {
     IHttpRequest* request = CreateHttpRequest(&manager_, this);
-    request->SetUrl(server_.Url(path));
+    request->SetUrl(server_->Url(path));
     request->SetTimeout(5);
     return request;
 }
@@ -199,7 +199,7 @@ bool Demo::SurviveDroppedConnection()
 
     const Outcome outcome = Await(request, IHttpRequest::GET);
     Say(QStringLiteral("sent again after a second: \"%1\"").arg(QString::fromUtf8(outcome.body)));
-    return outcome.success && outcome.body == "here at last" && server_.Hits("/flaky") > 1;
+    return outcome.success && outcome.body == "here at last" && server_->Hits("/flaky") > 1;
 }
 
 bool Demo::DownloadVerified()
@@ -211,7 +211,7 @@ bool Demo::DownloadVerified()
     bool completed = false;
 
     IFileDownload* download = CreateFileDownload(&manager_, this);
-    download->SetUrl(server_.Url(QStringLiteral("/file")));
+    download->SetUrl(server_->Url(QStringLiteral("/file")));
     download->SetFileName(target);
     download->SetExpectedSize(file_.size());
     download->SetExpectedMD5(md5);
@@ -233,7 +233,7 @@ bool Demo::DownloadVerified()
     if (completed)
         Say(QStringLiteral("%1 bytes, MD5 %2, as announced")
                 .arg(QString::number(QFile(target).size()), md5));
-    return completed && server_.Hits("/file") == 2;
+    return completed && server_->Hits("/file") == 2;
 }
 
 } // namespace qvtool

@@ -8,6 +8,8 @@
 #include <QNetworkAccessManager>
 #include <QTemporaryDir>
 
+#include <memory>
+
 namespace qvtool {
 
 /**
@@ -53,7 +55,7 @@ private:
     void Say(const QString& text);
 
     QByteArray file_;
-    DemoServer server_;
+    std::unique_ptr<DemoServer> server_;
     QNetworkAccessManager manager_;
     QTemporaryDir directory_;
     bool stopped_ = false;

@@ -1,6 +1,7 @@
 #include "common/tools/qcompressor.h"
 
 #include <array>
+#include <limits>
 #include <new>
 
 #include <zlib.h>
@@ -10,6 +11,8 @@ namespace tools {
 namespace {
 
 constexpr int chunkSize = 32768;
+// What a QByteArray can hold, its header and final zero allowed for.
+constexpr int maxOutputSize = std::numeric_limits<int>::max() - 64;
 constexpr int gzipWindowBits = 15 + 16; // 32 KiB window, gzip wrapper
 constexpr int memoryLevel = 8;
 
@@ -29,7 +32,8 @@ public:
         z_.avail_in = static_cast<uInt>(qMin<qint64>(chunkSize, input.size() - offset));
     }
 
-    // Calls step with fresh output buffers until one is not filled; returns its last result.
+    // Calls step with fresh output buffers until one is not filled; returns its last result. An
+    // output that has grown too large counts as failed memory.
     template <typename Step, typename Failed>
     int Drain(QByteArray& output, Step step, Failed failed)
     {
@@ -40,8 +44,10 @@ public:
             result = step(&z_);
             if (failed(result))
                 return result;
-            output.append(reinterpret_cast<const char*>(buffer_.data()),
-                          chunkSize - static_cast<int>(z_.avail_out));
+            const int produced = chunkSize - static_cast<int>(z_.avail_out);
+            if (output.size() > maxOutputSize - produced)
+                return Z_MEM_ERROR;
+            output.append(reinterpret_cast<const char*>(buffer_.data()), produced);
         } while (z_.avail_out == 0);
         return result;
     }
@@ -98,7 +104,7 @@ bool Inflate(const QByteArray& input, QByteArray& output)
     return false;
 }
 
-// QByteArray reports what it cannot hold by an exception.
+// QByteArray reports exhausted memory by an exception.
 template <typename Operation>
 bool WithoutException(Operation operation)
 {
