@@ -25,7 +25,7 @@ private Q_SLOTS:
             IHttpRequestDataMap::CreateUrlencodedDataMap(),
             IHttpRequestDataMap::CreateUrlencodedDataMap(),
             IHttpRequestDataMap::CreateJsonDataMap(), IHttpRequestDataMap::CreateJsonDataMap()};
-        const auto row = [](const char* name, QSharedPointer<IHttpRequestSimpleData> data,
+        const auto row = [](const char* name, const QSharedPointer<IHttpRequestSimpleData>& data,
                             const QString& type, const QByteArray& body) {
             QTest::newRow(name) << data << type << body;
         };
@@ -68,8 +68,8 @@ private Q_SLOTS:
 
     void dispositions()
     {
-        const auto text = IHttpRequestPartData::CreateTextPartFormData("com\"ment", "x");
-        QCOMPARE(text->ContentDispositionHeader(), QString("form-data; name=\"com\"ment\""));
+        const auto text = IHttpRequestPartData::CreateTextPartFormData("a\"b", "x");
+        QCOMPARE(text->ContentDispositionHeader(), QString("form-data; name=\"a\"b\""));
         const auto file = IHttpRequestPartData::CreateFilePartFormData("f", "/tmp/dir/a%1.png");
         QCOMPARE(file->ContentDispositionHeader(),
                  QString("form-data; name=\"f\"; filename=\"a%1.png\""));

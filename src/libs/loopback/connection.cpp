@@ -6,7 +6,7 @@ namespace loopback {
 
 namespace {
 
-constexpr qint64 maxUnsent = 256 * 1024;
+constexpr qint64 maxUnsent = Q_INT64_C(256) << 10;
 
 } // namespace
 

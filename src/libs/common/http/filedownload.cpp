@@ -20,7 +20,7 @@ constexpr int verificationError = 900103;
 
 constexpr int defaultTimeout = 30;
 constexpr int retryPause = 5000;
-constexpr qint64 replyBufferSize = 4 * 1024 * 1024;
+constexpr qint64 replyBufferSize = Q_INT64_C(4) << 20;
 
 quint64 nextId = 100000;
 
