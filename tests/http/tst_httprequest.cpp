@@ -7,7 +7,6 @@
 #include "support/requestrecord.h"
 #include "support/scriptedserver.h"
 
-#include <QTemporaryFile>
 #include <QtTest>
 
 #include <functional>
@@ -264,73 +263,6 @@ private Q_SLOTS:
         QVERIFY(request->Get());
         QTRY_COMPARE(record.Finals(), 1);
         QTEST(server_.Requests().last().Header("Accept-Encoding"), "received");
-    }
-
-    void postOnTheWire_data()
-    {
-        QTest::addColumn<QSharedPointer<IHttpRequestData>>("data");
-        QTest::addColumn<QByteArray>("contentType");
-        QTest::addColumn<QByteArray>("body");
-        const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
-        form->SetParam("a", "x y");
-        const auto row = [](const char* name, const QSharedPointer<IHttpRequestData>& data,
-                            const QByteArray& type, const QByteArray& body) {
-            QTest::newRow(name) << data << type << body;
-        };
-        row("none", {}, "", "");
-        row("form", form, "application/x-www-form-urlencoded", "a=x%20y");
-        row("json", IHttpRequestSimpleData::CreateJsonData({{"n", 5}}), "application/json",
-            R"({"n":5})");
-    }
-
-    void postOnTheWire()
-    {
-        QFETCH(QSharedPointer<IHttpRequestData>, data);
-        const auto request = NewRequest();
-        request->SetData(data);
-        const RequestRecord record(request.get());
-        QVERIFY(request->Post());
-        QTRY_COMPARE(record.Finals(), 1);
-        const auto& received = server_.Requests().last();
-        QCOMPARE(received.method, QByteArray("POST"));
-        if (data)
-            QTEST(received.Header("Content-Type"), "contentType");
-        QTEST(received.body, "body");
-    }
-
-    void multiPartIsBuiltAnewForEachAttempt()
-    {
-        QTemporaryFile file;
-        QVERIFY(file.open());
-        const QByteArray content = QByteArray("\0\r\n--x", 6).repeated(20000);
-        QCOMPARE(file.write(content), content.size());
-        QVERIFY(file.flush());
-        const auto body = IHttpRequestMultiPartData::CreateMultiPartFormData();
-        body->AddPart(IHttpRequestPartData::CreateTextPartFormData("t", QChar(0xE4)));
-        body->AddPart(IHttpRequestPartData::CreateFilePartFormData("f", file.fileName()));
-        server_.Script("/x", {Reply::Status(429, "Slow"), Reply::Ok("body")});
-        const RecordingLogger log;
-        const auto request = NewRequest();
-        request->SetData(body);
-        request->SetAttemptCountOnNetworkProblem(2);
-        const RequestRecord record(request.get());
-        QVERIFY(request->Post());
-        QTRY_COMPARE(record.Signals().size(), 2);
-
-        const auto received = server_.Requests().mid(server_.Requests().size() - 2);
-        for (const auto& each : received) {
-            const QByteArray type = each.Header("Content-Type");
-            const int at = type.indexOf("boundary=\"");
-            QVERIFY(type.startsWith("multipart/form-data;") && at > 0);
-            const QByteArray boundary = "--" + type.mid(at + 10).chopped(1);
-            const QByteArray name = QFileInfo(file).fileName().toUtf8();
-            QCOMPARE(each.body,
-                     boundary + "\r\nContent-Type: text/plain; charset=UTF-8\r\n" +
-                         "Content-Disposition: form-data; name=\"t\"\r\n\r\n\xC3\xA4\r\n" +
-                         boundary + "\r\nContent-Disposition: form-data; name=\"f\"; filename=\"" +
-                         name + "\"\r\n\r\n" + content + "\r\n" + boundary + "--\r\n");
-        }
-        QCOMPARE(log.Lines("SendPostRequest: Sending multipart/form-data POST request").size(), 2);
     }
 
     void sendThatCannotStart()

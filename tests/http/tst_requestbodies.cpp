@@ -2,10 +2,14 @@
 #include <common/http/httprequestmultipartformdata.h>
 
 #include "support/recordinglogger.h"
+#include "support/requestrecord.h"
+#include "support/scriptedserver.h"
 
 #include <QDir>
 #include <QTemporaryFile>
 #include <QtTest>
+
+#include <memory>
 
 using namespace common::http;
 
@@ -15,18 +19,37 @@ class TestRequestBodies : public QObject
 {
     Q_OBJECT
 
+private:
+    // Posts the body, with a second attempt if the server wants one.
+    void Post(const QSharedPointer<IHttpRequestData>& data)
+    {
+        const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&manager_, nullptr));
+        request->SetUrl(server_.Url("/x"));
+        request->SetData(data);
+        request->SetAttemptCountOnNetworkProblem(2);
+        request->SetAttemptIntervalOnNetworkProblem(0);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Post());
+        QTRY_COMPARE(record.Finals(), 1);
+    }
+
+    ScriptedServer server_;
+    QNetworkAccessManager manager_;
+
 private Q_SLOTS:
+    void init() { server_.Script("/x", {loopback::Reply::Ok("body")}); }
+
     void simpleBody_data()
     {
         QTest::addColumn<QSharedPointer<IHttpRequestSimpleData>>("data");
-        QTest::addColumn<QString>("contentType");
+        QTest::addColumn<QByteArray>("contentType");
         QTest::addColumn<QByteArray>("body");
         const QSharedPointer<IHttpRequestDataMap> maps[] = {
             IHttpRequestDataMap::CreateUrlencodedDataMap(),
             IHttpRequestDataMap::CreateUrlencodedDataMap(),
             IHttpRequestDataMap::CreateJsonDataMap(), IHttpRequestDataMap::CreateJsonDataMap()};
         const auto row = [](const char* name, const QSharedPointer<IHttpRequestSimpleData>& data,
-                            const QString& type, const QByteArray& body) {
+                            const QByteArray& type, const QByteArray& body) {
             QTest::newRow(name) << data << type << body;
         };
         for (const int filled : {1, 3}) {
@@ -36,8 +59,8 @@ private Q_SLOTS:
             maps[filled]->SetParam("e-._~", "old");
             maps[filled]->SetParam("e-._~", "");
         }
-        const QString form = "application/x-www-form-urlencoded";
-        const QString json = "application/json";
+        const QByteArray form = "application/x-www-form-urlencoded";
+        const QByteArray json = "application/json";
         row("form, empty", maps[0], form, "");
         row("form", maps[1], form, "Z=%C3%A4&a=1%262%3D%2B%2F&b=x%20y&e-._~=");
         row("json map, empty", maps[2], json, "{}");
@@ -50,8 +73,18 @@ private Q_SLOTS:
     void simpleBody()
     {
         QFETCH(QSharedPointer<IHttpRequestSimpleData>, data);
-        QTEST(data->ContentTypeHeader(), "contentType");
-        QTEST(data->GetBody(), "body");
+        Post(data);
+        const auto& received = server_.Requests().last();
+        QCOMPARE(received.method, QByteArray("POST"));
+        QTEST(received.Header("Content-Type"), "contentType");
+        QTEST(received.body, "body");
+    }
+
+    void noBody()
+    {
+        Post({});
+        QCOMPARE(server_.Requests().last().method, QByteArray("POST"));
+        QCOMPARE(server_.Requests().last().body, QByteArray());
     }
 
     void params()
@@ -66,13 +99,34 @@ private Q_SLOTS:
         QCOMPARE(map->GetBody(), QByteArray("{}"));
     }
 
-    void dispositions()
+    void multiPartIsBuiltAnewForEachAttempt()
     {
-        const auto text = IHttpRequestPartData::CreateTextPartFormData("a\"b", "x");
-        QCOMPARE(text->ContentDispositionHeader(), QString("form-data; name=\"a\"b\""));
-        const auto file = IHttpRequestPartData::CreateFilePartFormData("f", "/tmp/dir/a%1.png");
-        QCOMPARE(file->ContentDispositionHeader(),
-                 QString("form-data; name=\"f\"; filename=\"a%1.png\""));
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        const QByteArray content = QByteArray("\0\r\n--x", 6).repeated(20000);
+        QCOMPARE(file.write(content), content.size());
+        QVERIFY(file.flush());
+        const auto body = IHttpRequestMultiPartData::CreateMultiPartFormData();
+        body->AddPart(IHttpRequestPartData::CreateTextPartFormData("t\"t", QChar(0xE4)));
+        body->AddPart(IHttpRequestPartData::CreateFilePartFormData("f", file.fileName()));
+        server_.Script("/x", {loopback::Reply::Status(429, "Slow"), loopback::Reply::Ok("body")});
+        const int before = server_.Requests().size();
+        Post(body);
+
+        const auto received = server_.Requests().mid(before);
+        QCOMPARE(received.size(), 2);
+        for (const auto& each : received) {
+            const QByteArray type = each.Header("Content-Type");
+            const int at = type.indexOf("boundary=\"");
+            QVERIFY(type.startsWith("multipart/form-data;") && at > 0);
+            const QByteArray boundary = "--" + type.mid(at + 10).chopped(1);
+            const QByteArray name = QFileInfo(file).fileName().toUtf8();
+            QCOMPARE(each.body,
+                     boundary + "\r\nContent-Type: text/plain; charset=UTF-8\r\n" +
+                         "Content-Disposition: form-data; name=\"t\"t\"\r\n\r\n\xC3\xA4\r\n" +
+                         boundary + "\r\nContent-Disposition: form-data; name=\"f\"; filename=\"" +
+                         name + "\"\r\n\r\n" + content + "\r\n" + boundary + "--\r\n");
+        }
     }
 
     void failedPartLeavesNothingOpen()
