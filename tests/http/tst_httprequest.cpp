@@ -455,18 +455,42 @@ private Q_SLOTS:
 
     void newSendReplacesEverythingPending()
     {
-        server_.Script("/x", {Reply::Status(429, "Slow"), Drip("body", 1, 400)});
-        const auto request = NewRequest();
+        server_.Script("/again", {Reply::Status(429, "Slow"), Drip("body", 1, 400)});
+        const auto request = NewRequest("/again");
         request->SetAttemptCountOnNetworkProblem(2);
         request->SetAttemptIntervalOnNetworkProblem(1);
         const RequestRecord record(request.get());
         const RecordingLogger log;
         QVERIFY(request->Get());
         QTRY_VERIFY(!log.Lines("will be taken in '1' seconds.").isEmpty());
-        const int hits = server_.Requests().size();
         QVERIFY(request->Get());
         QTRY_COMPARE(record.Signals(), QStringList({"binary body", "text body"}));
-        QCOMPARE(server_.Requests().size(), hits + 1);
+        QCOMPARE(server_.RequestsFor("/again").size(), 2);
+    }
+
+    // An observer of the reply sends anew from inside the abort that ends the attempt.
+    void sendFromInsideAbort()
+    {
+        server_.Script("/x", {Silent()});
+        const auto request = NewRequest();
+        request->SetTimeout(1);
+        const RequestRecord record(request.get());
+        const auto resendOnAbort = [&] {
+            connect(request->Reply(), &QNetworkReply::finished, this, [&] {
+                server_.Script("/y", {Drip("body", 1, 400)});
+                request->SetUrl(server_.Url("/y"));
+                QVERIFY(request->Get());
+            });
+        };
+        QVERIFY(request->Get());
+        resendOnAbort();
+        QTRY_COMPARE(record.Signals(), QStringList({"binary body", "text body"}));
+
+        QVERIFY(request->Get());
+        resendOnAbort();
+        QVERIFY(request->Get());
+        QTest::qWait(2500);
+        QCOMPARE(record.Finals(), 2);
     }
 };
 

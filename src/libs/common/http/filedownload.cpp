@@ -205,10 +205,15 @@ bool FileDownload::Start()
 void FileDownload::Abort()
 {
     retryTimer_->stop();
-    if (request_)
-        request_->Abort();
-    else
+    if (!request_) {
         DOWNLOAD_LOG(CRIT) << "Can't abort request - request doesn't exist!";
+        return;
+    }
+    if (QNetworkReply* reply = request_->Reply())
+        disconnect(reply, nullptr, this, nullptr);
+    request_->Abort();
+    if (file_)
+        file_->flush();
 }
 
 // Progress is reported every 100 ms at most: drained only then, a fast transfer would pile up in

@@ -44,7 +44,8 @@ namespace common::http {
  * "Content-Encoding: gzip" makes it a gzip file.
  *
  * @warning Without an expected size or digest a download whose connection broke half-way, or whose
- * disk was full, completes with the part that was written.
+ * disk was full, completes with the part that was written; so does one that was redirected, with
+ * the body of the redirect.
  *
  * @warning TLS peers are not verified (see IHttpRequest), and MD5 does not resist an attacker: take
  * the expected digest from a trusted source, and do not rely on it for authenticity.

@@ -10,6 +10,7 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
 namespace common::http {
 
@@ -80,7 +81,7 @@ HttpRequest::HttpRequest(QNetworkAccessManager* manager, QObject* parent)
 HttpRequest::~HttpRequest()
 {
     Abort();
-    ReleaseReply();
+    Release(std::exchange(reply_, nullptr));
 }
 
 void HttpRequest::SetUrl(const QUrl& url)
@@ -208,9 +209,9 @@ void HttpRequest::Resend()
 void HttpRequest::Abort()
 {
     if (isRunning())
-        ReleaseReply();
+        Release(std::exchange(reply_, nullptr));
     else
-        SilenceReply(); // a reply may be done before its finished() is delivered
+        Silence(reply_); // a reply may be done before its finished() is delivered
 
     if (resendTimer_)
         resendTimer_->stop();
@@ -220,7 +221,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
 {
     method_ = method;
     Abort(); // a pending re-send, too: it would cut off the new transfer later
-    ReleaseReply();
+    Release(std::exchange(reply_, nullptr));
 
     if (!manager_) {
         REQUEST_LOG(CRIT) << "Failed to  SendRequest(): HttpRequestManager is NULL!";
@@ -253,7 +254,7 @@ void HttpRequest::HoldReply(QNetworkReply* reply)
     connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::uploadProgress);
     connect(reply, &QNetworkReply::downloadProgress, this, &HttpRequest::progress);
     connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::progress);
-    reply_ = reply;
+    Release(std::exchange(reply_, reply));
 }
 
 void HttpRequest::StartInactivityTimer(QNetworkReply* reply)
@@ -268,27 +269,26 @@ void HttpRequest::StartInactivityTimer(QNetworkReply* reply)
     timer->start();
 }
 
-void HttpRequest::SilenceReply()
+void HttpRequest::Silence(QNetworkReply* reply)
 {
-    if (!reply_)
+    if (!reply)
         return;
-    disconnect(reply_, nullptr, this, nullptr);
-    if (auto* timer = reply_->findChild<QTimer*>(inactivityTimerName)) {
+    disconnect(reply, nullptr, this, nullptr);
+    if (auto* timer = reply->findChild<QTimer*>(inactivityTimerName)) {
         disconnect(this, nullptr, timer, nullptr);
         timer->stop();
     }
 }
 
-void HttpRequest::ReleaseReply()
+// The reply must not be held any more: other receivers may answer the finished() of its abort()
+// with a new send.
+void HttpRequest::Release(QPointer<QNetworkReply> reply)
 {
-    if (!reply_)
-        return;
-    SilenceReply();
-    QNetworkReply* reply = reply_;
-    reply_.clear(); // before abort(), whose finished() other receivers may answer with a new send
-    if (reply->isRunning())
+    Silence(reply);
+    if (reply && reply->isRunning())
         reply->abort();
-    reply->deleteLater(); // not at once: one of its own signals may be on the stack
+    if (reply)
+        reply->deleteLater(); // not at once: one of its own signals may be on the stack
 }
 
 QNetworkRequest HttpRequest::BuildRequest()
@@ -399,6 +399,8 @@ void HttpRequest::OnRequestTimeout()
     REQUEST_LOG(ERROR) << QStringLiteral("Request to URL='%1' timed out! attempt='%2'.")
                               .arg(GetUrl().toString(), QString::number(attempt_));
     Abort();
+    if (isRunning())
+        return; // somebody has answered the abort with a new send
     if (!AskRetryIfPossible())
         Q_EMIT requestError(QNetworkReply::TimeoutError, QStringLiteral("Request timed out"),
                             QByteArray());

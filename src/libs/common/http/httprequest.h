@@ -33,21 +33,24 @@ class IHttpRequestMultiPartData;
  * request->SetTimeout(30);
  * request->SetAttemptCountOnNetworkProblem(3);
  * connect(request, &IHttpRequest::requestFinished, this, &Client::ShowStatus);
- * connect(request, QOverload<int, const QString&, const
- * QByteArray&>::of(&IHttpRequest::requestError), this, &Client::ShowError); if (!request->Get())
+ * connect(request, &IHttpRequest::requestError, this, &Client::ShowError);
+ * if (!request->Get())
  *     ShowError(...);
  * @endcode
  *
  * A send that returned true ends with exactly one of requestFinished() and requestError(), unless
- * it is aborted, replaced by another send, or loses its manager: then it ends in silence. A send
- * that returned false emits nothing.
+ * it is aborted, replaced by another send, or loses its manager, or a repeated attempt cannot be
+ * sent (a file part has gone meanwhile, say): then it ends in silence. A send that returned false
+ * emits nothing.
  *
  * An attempt is repeated, after GetAttemptIntervalOnNetworkProblem() seconds and up to
  * GetAttemptCountOnNetworkProblem() attempts in all, when it ends with a network problem (codes 1
  * to 9 and 99), with HTTP status 429, or by time-out.
  *
  * The request lives on the thread of its QNetworkAccessManager. A handler of its signals may send
- * or abort it at once, but delete it only with deleteLater().
+ * or abort it at once, but delete it only with deleteLater(). The signals of one outcome belong
+ * together: after requestFinishedWithBinaryData(), proxyError() or invalidOperationError() the
+ * final one follows, whatever the handler did.
  *
  * Error codes are QNetworkReply::NetworkError values. A reply's HTTP error status arrives as such
  * a code (404 as 203); redirects are not followed unless the caller sets the attribute for it.
@@ -83,8 +86,9 @@ public:
     virtual QSharedPointer<IHttpRequestData> Data() const = 0;
 
     /**
-     * Stores or replaces a header, sent as UTF-8. Names are compared exactly, case included: only
-     * "Accept-Encoding" in just that spelling replaces the default "Accept-Encoding: gzip".
+     * Stores or replaces a header, sent as UTF-8. Names are compared exactly here, case included,
+     * but without case by Qt, where the last in order wins: only "Accept-Encoding" in just that
+     * spelling replaces the default "Accept-Encoding: gzip", any other is replaced by it.
      */
     virtual void SetRawHeader(const QString& name, const QString& value) = 0;
     /** The stored header, or an empty string. */
@@ -98,7 +102,10 @@ public:
     virtual void SetAttemptCountOnNetworkProblem(int count) = 0;
     virtual int GetAttemptCountOnNetworkProblem() const = 0;
 
-    /** Pause before a retry in seconds, default 20; clamped to 0 ... 2,147,483 when it is used. */
+    /**
+     * Pause before a retry in seconds, default 20; clamped to 0 ... 2,147,483 when it is used. Set
+     * while a retry is pending, the new pause begins at once.
+     */
     virtual void SetAttemptIntervalOnNetworkProblem(int seconds) = 0;
     virtual int GetAttemptIntervalOnNetworkProblem() const = 0;
 
@@ -134,7 +141,7 @@ public:
     virtual QNetworkReply* Reply() const = 0;
 
 public Q_SLOTS:
-    /** Ends a transfer or a pending retry in silence: none of the signals is emitted. */
+    /** Ends a transfer or a pending retry in silence: none of its signals is emitted. */
     virtual void Abort() = 0;
 
 Q_SIGNALS:
@@ -224,8 +231,8 @@ private:
     QString LogPrefix() const;
     QNetworkRequest BuildRequest();
     void HoldReply(QNetworkReply* reply);
-    void SilenceReply();
-    void ReleaseReply();
+    void Silence(QNetworkReply* reply);
+    void Release(QPointer<QNetworkReply> reply);
     void StartInactivityTimer(QNetworkReply* reply);
     QNetworkReply* PostMultiPart(const QNetworkRequest& request,
                                  const IHttpRequestMultiPartData& data);
