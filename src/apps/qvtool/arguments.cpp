@@ -81,7 +81,7 @@ QUrl Arguments::HttpUrl(int index)
     const QString text = Positional(index);
     const QUrl url(text, QUrl::StrictMode);
     if (!url.isValid())
-        Fail(QStringLiteral("'%1' is no valid URL: %2").arg(text, url.errorString()));
+        Fail(QStringLiteral("'%1' is no valid URL").arg(text));
     else if (url.scheme() != QLatin1String("http") && url.scheme() != QLatin1String("https"))
         Fail(QStringLiteral("'%1' is no HTTP address: it must begin with http:// or https://")
                  .arg(text));

@@ -62,7 +62,9 @@ std::optional<int> Command::Parse(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(summary_);
-    const auto help = parser.addHelpOption();
+    const auto help = QStringLiteral("help");
+    const auto version = parser.addVersionOption();
+    parser.addOption({{QStringLiteral("h"), help}, QStringLiteral("Displays this help.")});
     parser.addOption({QStringLiteral("log"),
                       QStringLiteral("Write the library's log to standard error, up to LEVEL: %1.")
                           .arg(LevelNames().join(QStringLiteral(", "))),
@@ -72,6 +74,8 @@ std::optional<int> Command::Parse(const QStringList& arguments)
     const bool parsed = parser.parse(QStringList(name_) + arguments);
     if (parsed && parser.isSet(help))
         return Print(stdout, HelpText(parser, name_)) ? Success : JobFailed;
+    if (parsed && parser.isSet(version))
+        return PrintLine(stdout, VersionText()) ? Success : JobFailed;
 
     Arguments checked(parser);
     if (!parsed)

@@ -1,6 +1,5 @@
 #include "demo.h"
 
-#include "progress.h"
 #include "text.h"
 
 #include <common/http/filedownload.h>
@@ -35,7 +34,8 @@ QByteArray RandomFile()
 
 Demo::Demo(ToolLogger& log)
     : Command(QStringLiteral("demo"),
-              QStringLiteral("Show the library at work; needs no arguments and no network."), log)
+              QStringLiteral("Show the library at work; needs no arguments and no network."), log),
+      progress_(stdout, QStringLiteral("   "))
 {
 }
 
@@ -50,6 +50,7 @@ void Demo::Configure(Arguments& arguments)
 
 QString Demo::Stop()
 {
+    progress_.Finish();
     stopped_ = true;
     return QStringLiteral("the demo did not run to its end");
 }
@@ -58,9 +59,10 @@ void Demo::Start()
 {
     file_ = RandomFile();
     server_ = std::make_unique<DemoServer>(file_);
-    if (!directory_.isValid() || !server_->Listen())
+    directory_ = std::make_unique<QTemporaryDir>();
+    if (!directory_->isValid() || !server_->Listen())
         return Fail(QStringLiteral("cannot start: %1 %2")
-                        .arg(directory_.errorString(), server_->errorString()));
+                        .arg(directory_->errorString(), server_->errorString()));
     Log().SetFailureListener([this](const QString& text) { Say(QStringLiteral("log: ") + text); });
 
     const Step steps[] = {
@@ -73,31 +75,39 @@ void Demo::Start()
     };
     QElapsedTimer clock;
     clock.start();
-    PrintLine(stdout, QStringLiteral("libqvcommon %1 talks to its own server, %2\n")
-                          .arg(QStringLiteral(QVTOOL_VERSION), server_->Url({}).toString()));
+    Tell(QStringLiteral("libqvcommon %1 talks to its own server, %2\n")
+             .arg(QStringLiteral(QVTOOL_VERSION), server_->Url({}).toString()));
     int number = 0;
     for (const Step& step : steps) {
         if (!RunStep(++number, step))
             return stopped_ ? void() : Fail(QStringLiteral("step %1 failed").arg(number));
     }
-    PrintLine(stdout, QStringLiteral("All %1 steps ended as they should, in %2 s.")
-                          .arg(number)
-                          .arg(clock.elapsed() / 1000.0, 0, 'f', 1));
-    Finish(Success);
+    Tell(QStringLiteral("All %1 steps ended as they should, in %2 s.")
+             .arg(number)
+             .arg(clock.elapsed() / 1000.0, 0, 'f', 1));
+    if (told_)
+        Finish(Success);
+    else
+        Fail(QStringLiteral("cannot write to standard output"));
 }
 
 bool Demo::RunStep(int number, const Step& step)
 {
-    PrintLine(stdout, QStringLiteral("%1. %2").arg(number).arg(QLatin1String(step.title)));
+    Tell(QStringLiteral("%1. %2").arg(number).arg(QLatin1String(step.title)));
     const bool passed = (this->*step.run)() && !stopped_;
-    if (!stopped_)
-        PrintLine(stdout, passed ? QStringLiteral("   ok\n") : QStringLiteral("   FAILED\n"));
+    Tell(passed ? QStringLiteral("   ok\n") : QStringLiteral("   FAILED\n"));
     return passed;
+}
+
+void Demo::Tell(const QString& line)
+{
+    if (!stopped_)
+        told_ = PrintLine(stdout, line) && told_;
 }
 
 void Demo::Say(const QString& text)
 {
-    PrintLine(stdout, QStringLiteral("   ") + text);
+    Tell(QStringLiteral("   ") + text);
 }
 
 IHttpRequest* Demo::NewRequest(const QString& path)
@@ -157,7 +167,7 @@ bool Demo::PostJson()
 bool Demo::PostMultiPart()
 {
     const QByteArray content = file_.left(100000);
-    QFile file(directory_.filePath(QStringLiteral("photo.png")));
+    QFile file(directory_->filePath(QStringLiteral("photo.png")));
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
         return false;
     file.close();
@@ -204,9 +214,8 @@ bool Demo::SurviveDroppedConnection()
 
 bool Demo::DownloadVerified()
 {
-    const QString target = directory_.filePath(QStringLiteral("downloads/update.bin"));
+    const QString target = directory_->filePath(QStringLiteral("downloads/update.bin"));
     const QString md5 = tools::string::converter::ToMD5(file_);
-    Progress progress(stdout, QStringLiteral("   "));
     QEventLoop loop;
     bool completed = false;
 
@@ -217,10 +226,11 @@ bool Demo::DownloadVerified()
     download->SetExpectedMD5(md5);
     download->SetRetryCount(2);
     connect(download, &IFileDownload::progress, &loop, [&](qint64 received, qint64 total) {
-        progress.Update(received, total);
+        progress_.Update(received, total);
         if (received == total)
-            progress.Finish();
+            progress_.Finish();
     });
+    progress_.Start();
     connect(download, &IFileDownload::failed, &loop, &QEventLoop::quit);
     connect(download, &IFileDownload::complete, &loop, [&] {
         completed = true;

@@ -2,6 +2,7 @@
 
 #include "command.h"
 #include "demoserver.h"
+#include "progress.h"
 
 #include <common/http/httprequest.h>
 
@@ -52,13 +53,16 @@ private:
     common::http::IHttpRequest* NewRequest(const QString& path);
     Outcome Await(common::http::IHttpRequest* request,
                   common::http::IHttpRequest::HTTPRequestMethod method);
+    void Tell(const QString& line);
     void Say(const QString& text);
 
     QByteArray file_;
     std::unique_ptr<DemoServer> server_;
     QNetworkAccessManager manager_;
-    QTemporaryDir directory_;
+    std::unique_ptr<QTemporaryDir> directory_;
+    Progress progress_;
     bool stopped_ = false;
+    bool told_ = true; // whether all of the transcript could be written
 };
 
 } // namespace qvtool

@@ -4,19 +4,23 @@
 
 #include <common/tools/string/converter.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QNetworkReply>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include <sys/stat.h>
+
 namespace qvtool {
 
 namespace {
 
-constexpr int prepareFileError = 900102;
 constexpr int verificationError = 900103;
+constexpr int httpOk = 200;
 
 const auto sizeOption = QStringLiteral("size");
 const auto md5Option = QStringLiteral("md5");
@@ -26,8 +30,40 @@ const auto timeoutOption = QStringLiteral("timeout");
 // Renaming would replace a link instead of the file it leads to.
 QString ThroughLinks(const QString& path)
 {
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    return canonical.isEmpty() ? path : canonical;
+    const QFileInfo info(path);
+    if (info.exists())
+        return info.canonicalFilePath();
+    return info.isSymLink() ? info.symLinkTarget() : path;
+}
+
+// What a program gives a new file, for want of a way to ask without changing it.
+QFile::Permissions UsualPermissions()
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner;
+    const auto add = [&](mode_t bit, QFile::Permission permission) {
+        if (!(mask & bit))
+            permissions |= permission;
+    };
+    add(S_IRGRP, QFile::ReadGroup);
+    add(S_IWGRP, QFile::WriteGroup);
+    add(S_IROTH, QFile::ReadOther);
+    add(S_IWOTH, QFile::WriteOther);
+    return permissions;
+}
+
+// Why the path cannot be the target; empty if it can.
+QString TargetProblem(const QString& path)
+{
+    const QFileInfo target(path);
+    if (target.isDir() || path.endsWith(QLatin1Char('/')))
+        return QStringLiteral("it is a directory");
+    if (target.exists() && !target.isFile())
+        return QStringLiteral("it is not a regular file");
+    if (!QDir().mkpath(target.absolutePath()))
+        return QStringLiteral("its directory cannot be created");
+    return QString();
 }
 
 } // namespace
@@ -38,6 +74,8 @@ DownloadCommand::DownloadCommand(ToolLogger& log)
       download_(common::http::CreateFileDownload(&manager_, this)),
       progress_(stderr)
 {
+    manager_.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+    connect(&manager_, &QNetworkAccessManager::finished, this, &DownloadCommand::OnReplyFinished);
     connect(download_, &common::http::IFileDownload::progress, this, &DownloadCommand::OnProgress);
     connect(download_, &common::http::IFileDownload::complete, this, &DownloadCommand::OnComplete);
     connect(download_, &common::http::IFileDownload::failed, this, &DownloadCommand::OnFailed);
@@ -50,7 +88,7 @@ void DownloadCommand::Declare(QCommandLineParser& parser)
                                                 "certificate is not verified)."));
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("Target; it is replaced once the download is "
-                                                "complete, until then FILE.part is written."));
+                                                "complete and verified, not before."));
     parser.addOption({sizeOption, QStringLiteral("Expected size in bytes."), QStringLiteral("N")});
     parser.addOption({md5Option, QStringLiteral("Expected MD5 digest."), QStringLiteral("HEX")});
     parser.addOption({triesOption, QStringLiteral("Tries in all, 5 seconds apart (1)."),
@@ -64,51 +102,57 @@ void DownloadCommand::Configure(Arguments& arguments)
 {
     arguments.ExpectPositionals({QStringLiteral("URL"), QStringLiteral("FILE")});
     target_ = ThroughLinks(arguments.Positional(1));
+    if (target_.isEmpty())
+        arguments.Fail(QStringLiteral("FILE is empty"));
     expectedSize_ = arguments.Size(sizeOption);
 
     download_->SetUrl(arguments.HttpUrl(0));
-    download_->SetFileName(PartName());
     download_->SetExpectedMD5(arguments.Md5(md5Option));
     download_->SetRetryCount(static_cast<unsigned int>(arguments.Number(triesOption, 1)));
     download_->SetTimeout(arguments.Number(timeoutOption, 0));
 }
 
-QString DownloadCommand::PartName() const
-{
-    return target_ + QStringLiteral(".part");
-}
-
-QString DownloadCommand::TargetProblem() const
-{
-    const QFileInfo target(target_);
-    if (target.isDir() || target_.endsWith(QLatin1Char('/')))
-        return QStringLiteral("it is a directory");
-    if (target.exists() && !target.isFile())
-        return QStringLiteral("it is not a regular file");
-    return QString();
-}
-
 void DownloadCommand::Start()
 {
-    const QString problem = TargetProblem();
-    if (!problem.isEmpty())
-        return Fail(QStringLiteral("cannot write '%1': %2").arg(target_, problem));
+    if (!ReservePart())
+        return;
+    download_->SetFileName(part_->fileName());
     download_->SetExpectedSize(expectedSize_);
+    progress_.Start();
     download_->Start();
+}
+
+// Makes a file beside the target that is nobody else's.
+bool DownloadCommand::ReservePart()
+{
+    QString problem = TargetProblem(target_);
+    if (problem.isEmpty()) {
+        part_ = std::make_unique<QTemporaryFile>(target_ + QStringLiteral(".XXXXXX.part"));
+        if (part_->open())
+            return true;
+        problem = part_->errorString();
+    }
+    Fail(QStringLiteral("cannot write '%1': %2").arg(target_, problem));
+    return false;
 }
 
 QString DownloadCommand::Stop()
 {
     download_->Abort();
     progress_.Finish();
-    QFile::remove(PartName());
+    part_.reset();
     return QStringLiteral("'%1' was not written").arg(target_);
+}
+
+void DownloadCommand::OnReplyFinished(QNetworkReply* reply)
+{
+    status_ = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
 void DownloadCommand::OnProgress(qint64 received, qint64 total)
 {
     received_ = received;
-    // A broken connection looks like success to the network layer; the announced size tells.
+    // A broken connection can look like success to the network layer; the announced size tells.
     if (expectedSize_ < 0)
         download_->SetExpectedSize(total);
     progress_.Update(received, total);
@@ -117,48 +161,61 @@ void DownloadCommand::OnProgress(qint64 received, qint64 total)
 void DownloadCommand::OnComplete()
 {
     progress_.Finish();
-    QFile part(PartName());
-    const qint64 size = part.size();
+    if (status_ != httpOk)
+        return FailWith(QStringLiteral("the server sent no file, but status %1").arg(status_));
+    const qint64 size = QFileInfo(part_->fileName()).size();
     if (size < received_)
-        return FailWith(FailureReason(verificationError));
+        return FailWith(Incomplete());
 
     QString md5 = download_->GetExpectedMD5().toLower();
-    if (md5.isEmpty() && part.open(QIODevice::ReadOnly))
-        md5 = tools::string::converter::ToMD5(part);
-    part.close();
-    if (std::rename(QFile::encodeName(PartName()).constData(),
-                    QFile::encodeName(target_).constData()) != 0)
-        return FailWith(QString::fromLocal8Bit(std::strerror(errno)));
+    QFile content(part_->fileName());
+    if (md5.isEmpty() && content.open(QIODevice::ReadOnly))
+        md5 = tools::string::converter::ToMD5(content);
+    const QString problem = MoveIntoPlace();
+    if (!problem.isEmpty())
+        return FailWith(problem);
 
-    const bool told = PrintLine(
-        stdout, QStringLiteral("%1  %2 bytes  MD5 %3").arg(target_, QString::number(size), md5));
-    Finish(told ? Success : JobFailed);
+    if (PrintLine(stdout,
+                  QStringLiteral("%1  %2 bytes  MD5 %3").arg(target_, QString::number(size), md5)))
+        Finish(Success);
+    else
+        Fail(
+            QStringLiteral("'%1' is complete, but standard output cannot be written").arg(target_));
+}
+
+// Gives the file the permissions and the name of the target; what went wrong, or empty.
+QString DownloadCommand::MoveIntoPlace()
+{
+    const QFileInfo old(target_);
+    const QString name = part_->fileName();
+    QFile::setPermissions(name, old.exists() ? old.permissions() : UsualPermissions());
+    if (std::rename(QFile::encodeName(name).constData(), QFile::encodeName(target_).constData()) !=
+        0)
+        return QString::fromLocal8Bit(std::strerror(errno));
+    part_->setAutoRemove(false);
+    return QString();
 }
 
 void DownloadCommand::OnFailed(int code, const QString& message)
 {
     progress_.Finish();
-    const QString reason = FailureReason(code);
-    FailWith(reason.isEmpty() ? message : message + QStringLiteral(" (%1)").arg(reason));
+    if (code != verificationError)
+        return FailWith(message);
+    const bool written = QFileInfo(part_->fileName()).size() >= received_;
+    const QString reason = written ? Log().LastFailure("CheckDownload") : Incomplete();
+    FailWith(QStringLiteral("%1 (%2)").arg(message, reason));
 }
 
-// What the library tells in its log only.
-QString DownloadCommand::FailureReason(int code) const
+QString DownloadCommand::Incomplete() const
 {
-    const qint64 written = QFileInfo(PartName()).size();
-    if (code == prepareFileError)
-        return Log().LastFailure("PrepareFile");
-    if (code != verificationError)
-        return QString();
-    if (written < received_)
-        return QStringLiteral("only %1 of %2 bytes could be written, is the disk full?")
-            .arg(QString::number(written), QString::number(received_));
-    return Log().LastFailure("CheckDownload");
+    return QStringLiteral("only %1 of %2 bytes could be written, is the disk full?")
+        .arg(QFileInfo(part_->fileName()).size())
+        .arg(received_);
 }
 
 void DownloadCommand::FailWith(const QString& reason)
 {
-    QFile::remove(PartName());
+    part_.reset();
     Fail(QStringLiteral("%1 -> '%2': %3")
              .arg(download_->GetUrl().toDisplayString(), target_, reason));
 }

@@ -6,12 +6,15 @@
 #include <common/http/filedownload.h>
 
 #include <QNetworkAccessManager>
+#include <QTemporaryFile>
+
+#include <memory>
 
 namespace qvtool {
 
 /**
- * Downloads to FILE.part and renames that to FILE once it is verified, so FILE never holds half a
- * download.
+ * Downloads to a file of its own beside FILE and renames that to FILE once it is verified, so FILE
+ * never holds half a download.
  */
 class DownloadCommand : public Command
 {
@@ -27,20 +30,23 @@ protected:
     QString Stop() override;
 
 private:
-    QString PartName() const;
-    QString TargetProblem() const;
+    bool ReservePart();
+    void OnReplyFinished(QNetworkReply* reply);
     void OnProgress(qint64 received, qint64 total);
     void OnComplete();
     void OnFailed(int code, const QString& message);
-    QString FailureReason(int code) const;
+    QString Incomplete() const;
+    QString MoveIntoPlace();
     void FailWith(const QString& reason);
 
     QNetworkAccessManager manager_;
     common::http::IFileDownload* download_;
     Progress progress_;
+    std::unique_ptr<QTemporaryFile> part_; // removes itself unless it was moved into place
     QString target_;
     qint64 expectedSize_ = -1;
     qint64 received_ = 0;
+    int status_ = 0;
 };
 
 } // namespace qvtool

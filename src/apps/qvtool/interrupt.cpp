@@ -36,8 +36,11 @@ Interrupt::Interrupt(QObject* parent) : QObject(parent)
     struct sigaction action = {};
     action.sa_handler = OnSignal;
     action.sa_flags = SA_RESETHAND | SA_RESTART;
-    for (const int number : {SIGINT, SIGTERM})
-        sigaction(number, &action, nullptr);
+    for (const int number : {SIGINT, SIGTERM}) {
+        struct sigaction inherited = {};
+        if (sigaction(number, &action, &inherited) == 0 && inherited.sa_handler == SIG_IGN)
+            std::signal(number, SIG_IGN); // started in the background of a script
+    }
 }
 
 Interrupt::~Interrupt()

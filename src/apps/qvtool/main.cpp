@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -40,9 +41,8 @@ int Run(const Commands& commands, QStringList arguments)
     if (name == QLatin1String("--help") || name == QLatin1String("-h"))
         return qvtool::Print(stdout, Usage(commands)) ? qvtool::Success : qvtool::JobFailed;
     if (name == QLatin1String("--version") || name == QLatin1String("-v"))
-        return qvtool::PrintLine(stdout, QStringLiteral("qvtool " QVTOOL_VERSION))
-                   ? qvtool::Success
-                   : qvtool::JobFailed;
+        return qvtool::PrintLine(stdout, qvtool::VersionText()) ? qvtool::Success
+                                                                : qvtool::JobFailed;
     for (const auto& command : commands) {
         if (command->Name() == name)
             return command->Execute(arguments);
@@ -58,6 +58,7 @@ int Run(const Commands& commands, QStringList arguments)
 int main(int argc, char* argv[])
 {
     qInstallMessageHandler(WriteToStandardError);
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a failed write
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("qvtool"));
     QCoreApplication::setApplicationVersion(QStringLiteral(QVTOOL_VERSION));

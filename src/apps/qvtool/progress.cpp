@@ -11,6 +11,7 @@ namespace {
 constexpr int barWidth = 30;
 constexpr qint64 terminalPeriod = 100; // milliseconds
 constexpr qint64 linePeriod = 1000;
+constexpr qint64 shortestForRate = 100; // a rate over less time says nothing
 
 } // namespace
 
@@ -19,17 +20,23 @@ Progress::Progress(FILE* stream, const QString& indent)
 {
 }
 
+void Progress::Start()
+{
+    sinceStart_.start();
+    sinceDrawn_.start();
+}
+
 void Progress::Update(qint64 bytes, qint64 total)
 {
-    if (!sinceStart_.isValid() || bytes < bytes_) {
+    if (bytes < bytes_) {
         Finish();
-        sinceStart_.start();
-        sinceDrawn_.start();
+        Start();
     }
     bytes_ = bytes;
     total_ = total;
+    elapsed_ = sinceStart_.elapsed();
     stale_ = true;
-    if (sinceDrawn_.elapsed() >= (onTerminal_ ? terminalPeriod : linePeriod))
+    if (bytes == total || sinceDrawn_.elapsed() >= (onTerminal_ ? terminalPeriod : linePeriod))
         Draw();
 }
 
@@ -44,11 +51,11 @@ void Progress::Finish()
 
 void Progress::Draw()
 {
-    const qint64 elapsed = qMax<qint64>(sinceStart_.elapsed(), 1);
     QString line = indent_ + Bar() + HumanSize(bytes_);
     if (total_ >= 0)
         line += QStringLiteral(" of ") + HumanSize(total_);
-    line += QStringLiteral("  %1/s").arg(HumanSize(bytes_ * 1000 / elapsed));
+    if (elapsed_ >= shortestForRate)
+        line += QStringLiteral("  %1/s").arg(HumanSize(bytes_ * 1000 / elapsed_));
 
     const auto eraseRest = QStringLiteral("\r\033[K");
     Print(stream_, onTerminal_ ? eraseRest + line : line + QLatin1Char('\n'));

@@ -9,6 +9,9 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QSocketNotifier>
+
+#include <unistd.h>
 
 namespace qvtool {
 
@@ -24,6 +27,8 @@ const auto timeoutOption = QStringLiteral("timeout");
 const auto jsonOption = QStringLiteral("json");
 const auto partOption = QStringLiteral("part");
 const auto fileOption = QStringLiteral("file");
+
+constexpr int inputChunkSize = 64 * 1024;
 
 const auto pairSyntax = QStringLiteral("NAME=VALUE");
 
@@ -67,12 +72,14 @@ void RequestCommand::Configure(Arguments& arguments)
 void RequestCommand::SetHeaders(Arguments& arguments)
 {
     static const QRegularExpression token(QStringLiteral("\\A[!#$%&'*+.^_`|~0-9A-Za-z-]+\\z"));
+    QStringList given;
     for (const auto& [name, value] : arguments.Pairs(headerOption)) {
         if (!token.match(name).hasMatch() || value.contains(QLatin1Char('\n')) ||
             value.contains(QLatin1Char('\r')))
             arguments.Fail(QStringLiteral("'%1' is no valid header").arg(name));
-        if (!request_->GetRawHeader(name).isNull())
+        if (given.contains(name.toLower()))
             arguments.Fail(QStringLiteral("the header '%1' is given twice").arg(name));
+        given << name.toLower();
         request_->SetRawHeader(name, value);
     }
 }
@@ -107,10 +114,16 @@ QString RequestCommand::Stop()
 
 void RequestCommand::OnFinished(const QByteArray& body)
 {
-    if (PrintBytes(stdout, body))
-        Finish(Success);
-    else
+    const QString target = request_->Reply()
+                               ->attribute(QNetworkRequest::RedirectionTargetAttribute)
+                               .toUrl()
+                               .toString();
+    if (!target.isEmpty())
+        Fail(QStringLiteral("%1: redirected to %2").arg(Address(), target));
+    else if (!PrintBytes(stdout, body))
         Fail(QStringLiteral("cannot write to standard output"));
+    else
+        Finish(Success);
 }
 
 void RequestCommand::OnError(int code, const QString& message, const QByteArray& body)
@@ -144,6 +157,7 @@ void GetCommand::Configure(Arguments& arguments)
 
 bool GetCommand::Send()
 {
+    Manager().setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     return Request().Get();
 }
 
@@ -174,7 +188,10 @@ void PostCommand::Configure(Arguments& arguments)
     const bool multiPart = arguments.Has(partOption) || arguments.Has(fileOption);
     if (arguments.Has(jsonOption) + arguments.Has(formOption) + multiPart > 1)
         arguments.Fail(QStringLiteral("--json, --form, and --part or --file exclude each other"));
-    jsonFile_ = arguments.Text(jsonOption);
+    if (arguments.Has(jsonOption))
+        jsonFile_ = arguments.Text(jsonOption);
+    if (arguments.Has(jsonOption) && jsonFile_.isEmpty())
+        arguments.Fail(QStringLiteral("--json takes a file name, or - for standard input"));
     SetForm(arguments);
     if (multiPart)
         SetParts(arguments);
@@ -204,29 +221,44 @@ void PostCommand::SetParts(Arguments& arguments)
 
 void PostCommand::Start()
 {
-    if (jsonFile_.isEmpty() || LoadJson())
-        RequestCommand::Start();
+    if (jsonFile_.isNull())
+        return RequestCommand::Start();
+    if (jsonFile_ == QLatin1String("-"))
+        return ReadStandardInput();
+
+    QFile file(jsonFile_);
+    if (!file.open(QIODevice::ReadOnly))
+        return Fail(QStringLiteral("cannot read '%1': %2").arg(jsonFile_, file.errorString()));
+    SendJson(file.readAll());
 }
 
-bool PostCommand::LoadJson()
+// From the event loop, which stays awake for an interrupt meanwhile.
+void PostCommand::ReadStandardInput()
 {
-    QFile file(jsonFile_);
-    const bool opened = jsonFile_ == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
-                                                        : file.open(QIODevice::ReadOnly);
-    if (!opened) {
-        Fail(QStringLiteral("cannot read '%1': %2").arg(jsonFile_, file.errorString()));
-        return false;
-    }
+    auto* notifier = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
+        QByteArray chunk(inputChunkSize, Qt::Uninitialized);
+        const auto size = read(STDIN_FILENO, chunk.data(), static_cast<size_t>(chunk.size()));
+        if (size > 0) {
+            input_.append(chunk.constData(), static_cast<int>(size));
+            return;
+        }
+        notifier->setEnabled(false);
+        SendJson(input_);
+    });
+}
 
+void PostCommand::SendJson(const QByteArray& text)
+{
     QJsonParseError error = {};
-    const auto document = QJsonDocument::fromJson(file.readAll(), &error);
+    const auto document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError)
-        Fail(QStringLiteral("'%1' is no JSON: %2 at byte %3")
-                 .arg(jsonFile_, error.errorString(), QString::number(error.offset)));
-    else if (!document.isObject())
-        Fail(QStringLiteral("'%1' holds no JSON object").arg(jsonFile_));
+        return Fail(QStringLiteral("'%1' is no JSON: %2 at byte %3")
+                        .arg(jsonFile_, error.errorString(), QString::number(error.offset)));
+    if (!document.isObject())
+        return Fail(QStringLiteral("'%1' holds no JSON object").arg(jsonFile_));
     Request().SetData(IHttpRequestSimpleData::CreateJsonData(document.object()));
-    return document.isObject();
+    RequestCommand::Start();
 }
 
 bool PostCommand::Send()

@@ -22,6 +22,7 @@ protected:
     QString Stop() override;
 
     common::http::IHttpRequest& Request() { return *request_; }
+    QNetworkAccessManager& Manager() { return manager_; }
     /** Sets a URL-encoded body from the --form options, if there are any. */
     void SetForm(Arguments& arguments);
     virtual bool Send() = 0;
@@ -63,10 +64,12 @@ protected:
     bool Send() override;
 
 private:
-    bool LoadJson();
+    void ReadStandardInput();
+    void SendJson(const QByteArray& text);
     void SetParts(Arguments& arguments);
 
-    QString jsonFile_;
+    QString jsonFile_; // null for none
+    QByteArray input_;
 };
 
 } // namespace qvtool

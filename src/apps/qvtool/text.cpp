@@ -16,6 +16,11 @@ QString HumanSize(qint64 bytes)
     return QStringLiteral("%1 %2").arg(value, 0, 'f', 1).arg(QLatin1String(units[unit]));
 }
 
+QString VersionText()
+{
+    return QStringLiteral("qvtool " QVTOOL_VERSION);
+}
+
 bool PrintBytes(FILE* stream, const QByteArray& bytes)
 {
     const auto size = static_cast<size_t>(bytes.size());

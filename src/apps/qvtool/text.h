@@ -9,6 +9,9 @@ namespace qvtool {
 /** A size for people: "14.2 MiB". */
 QString HumanSize(qint64 bytes);
 
+/** Name and version of the tool. */
+QString VersionText();
+
 /** Writes the text as UTF-8, flushed. False if it could not be written. */
 bool Print(FILE* stream, const QString& text);
 bool PrintLine(FILE* stream, const QString& text);

@@ -71,7 +71,7 @@ QString Logger::PositionText(const IMessage& message) const
     QTextStream out(&text);
     out << " (";
     if ((format_ & functionBit) && message.Function())
-        out << message.Function() << ": ";
+        out << QString::fromUtf8(message.Function()) << ": ";
     out << "file: " << QString::fromUtf8(message.File()) << '(' << message.Line() << "))";
     return text;
 }
