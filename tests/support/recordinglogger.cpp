@@ -2,6 +2,8 @@
 
 #include <QRegularExpression>
 
+#include <utility>
+
 RecordingLogger::RecordingLogger() : previous_(common::logger::SetLogger(this))
 {
 }
@@ -14,11 +16,21 @@ RecordingLogger::~RecordingLogger()
 void RecordingLogger::Append(const common::logger::IMessage& message)
 {
     static const QRegularExpression identity(QStringLiteral("^\\[\\d+(, \\d+)?\\]: "));
-    const QMutexLocker lock(&mutex_);
-    lines_ << QStringLiteral("%1 %2 %3: %4")
-                  .arg(QString::number(message.Level()), QLatin1String(message.Category()->name),
-                       QLatin1String(message.Function()), QString(message.Text()).remove(identity));
+    const QString line =
+        QStringLiteral("%1 %2 %3: %4")
+            .arg(QString::number(message.Level()), QLatin1String(message.Category()->name),
+                 QLatin1String(message.Function()), QString(message.Text()).remove(identity));
+    QMutexLocker lock(&mutex_);
+    lines_ << line;
     files_ << QLatin1String(message.File());
+    lock.unlock();
+    if (listener_)
+        listener_(line);
+}
+
+void RecordingLogger::SetListener(std::function<void(const QString&)> listener)
+{
+    listener_ = std::move(listener);
 }
 
 QStringList RecordingLogger::Lines() const

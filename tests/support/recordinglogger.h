@@ -5,6 +5,8 @@
 #include <QMutex>
 #include <QStringList>
 
+#include <functional>
+
 /** Keeps every message; the current logger for as long as it lives. */
 class RecordingLogger : public common::logger::Logger
 {
@@ -13,6 +15,9 @@ public:
     ~RecordingLogger() override;
 
     void Append(const common::logger::IMessage& message) override;
+
+    /** Calls the listener with each line, on the thread that logs: a test can act amid a job. */
+    void SetListener(std::function<void(const QString& line)> listener);
 
     /**
      * The messages so far as "priority category function: text", without the numbers in brackets
@@ -26,6 +31,7 @@ public:
 
 private:
     common::logger::ILogger* previous_;
+    std::function<void(const QString&)> listener_;
     mutable QMutex mutex_;
     QStringList lines_;
     QStringList files_;

@@ -1,0 +1,148 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QAtomicInt>
+#include <QList>
+#include <QObject>
+#include <QPair>
+#include <QPointer>
+#include <QScopedPointer>
+#include <QString>
+#include <QStringList>
+#include <QThread>
+
+namespace common {
+
+class FileCopyTask;
+class JobRelay;
+
+/**
+ * Copies files, symbolic links and directory trees on a thread of its own.
+ *
+ * @code
+ * auto* copier = new common::FileCopier;
+ * copier->AddDirectory("/usr/share/sounds", home + "/sounds");
+ * copier->AddFile(profile, home + "/profile.json");
+ * connect(copier, &FileCopier::progress, bar, &ProgressBar::Show);
+ * connect(copier, &FileCopier::succesed, this, &Client::CopyDone);
+ * connect(copier, &FileCopier::failed, this, &Client::ShowError);
+ * copier->Copy();
+ * @endcode
+ *
+ * A job first scans its trees, then copies item by item: the files that were added, the files
+ * found, the links that were added, the links found. An item that exists at the destination is
+ * replaced, each operation is tried five times (see FileCommands), and the first item that fails
+ * ends the job; what was copied until then stays. Every job ends with exactly one of succesed()
+ * and failed(), delivered through the event loop of the copier's thread.
+ *
+ * What is copied:
+ * - Links are copied as links and become relative, so that a copied tree is self-contained.
+ * - Hidden entries, empty directories, names that are not valid UTF-8, and what lies in a directory
+ *   that cannot be read are left out, without an error.
+ * - Anything but a regular file (a FIFO, a socket, a device, a directory added as a file) is never
+ *   opened: it fails with 700107.
+ * - A file is never copied onto itself, not by way of a link either: it fails with 700107, and
+ *   nothing is removed.
+ * - An existing directory is not replaced by a file: it fails with 700106.
+ * - The scan is over before anything is copied, so a destination inside its source is filled with
+ *   what was there at first.
+ * - A destination that is replaced is removed before the copy is made. If the copy then fails (on
+ *   a full disk, say), the old one is gone.
+ *
+ * Codes of failed(): 700102 a directory to scan does not exist, 700103 a source file does not
+ * exist, 700104 the destination's directory could not be created, 700105 aborted, 700106 an
+ * existing destination could not be removed, 700107 the file or link could not be copied.
+ *
+ * The copier lives on a thread with an event loop. It may be deleted at any time outside its own
+ * handlers (within them: deleteLater()); that aborts a running job and waits for the item in work.
+ */
+class QVCOMMON_EXPORT FileCopier : public QObject
+{
+    Q_OBJECT
+
+public:
+    FileCopier();
+    ~FileCopier() override;
+
+public Q_SLOTS:
+    // The lists only grow: a second Copy() copies everything again. Nothing is checked here.
+
+    void AddFile(const QString& fileSourcePath, const QString& fileDestPath);
+    void AddSymlink(const QString& fileSourcePath, const QString& fileDestPath);
+    void AddDirectory(const QString& dirSourcePath, const QString& dirDestPath);
+
+    /** Starts a job. One that is under way is aborted first, and nothing more comes of it. */
+    bool Copy();
+
+    /**
+     * Ends the current job and waits for its thread: with @p force after the item in work, with
+     * failed() and code 700105; without @p force after the whole job. Signals that are under way
+     * still arrive. The calling thread is blocked meanwhile.
+     */
+    void Abort(bool force);
+
+Q_SIGNALS:
+    /** So many of the items are done. Not emitted during the scan. */
+    void progress(int current, int total);
+    void succesed();
+    void failed(int errorCode, const QString& errorText);
+
+private:
+    QList<QPair<QString, QString>> symlinks_;
+    QList<QPair<QString, QString>> files_;
+    QList<QPair<QString, QString>> directories_;
+    QPointer<FileCopyTask> task_;
+    QPointer<JobRelay> relay_;
+};
+
+/**
+ * The worker of a FileCopier: one job on one thread. It stays on the thread that made it, and
+ * deletes itself there once its own thread has ended.
+ */
+class QVCOMMON_EXPORT FileCopyTask : public QObject
+{
+    Q_OBJECT
+
+public:
+    FileCopyTask(const QList<QPair<QString, QString>>& files,
+                 QList<QPair<QString, QString>> directories,
+                 QList<QPair<QString, QString>> symlinks);
+    ~FileCopyTask() override;
+
+public Q_SLOTS:
+    /** Starts the thread. */
+    void Copy();
+    /** Waits for the thread, with @p force after telling it to stop at the next item. */
+    void Abort(bool force);
+    /** The job, on the worker thread. */
+    void run();
+
+Q_SIGNALS:
+    // Emitted on the worker thread.
+    void progress(int current, int total);
+    void succesed();
+    void failed(int errorCode, const QString& errorText);
+
+protected:
+    // The steps of the job; each returns an error code, 0 for success.
+
+    int Scan();
+    int ScanPath(const QString& root, const QString& path, QStringList& files, QStringList& links);
+    int CopyAll();
+    int CopyFile(const QString& source, const QString& destination);
+    int CopySymlink(const QString& source, const QString& destination);
+    int BeforeCopy(const QString& source, const QString& destination);
+
+private:
+    /** Whether an abort was asked for; logged in the name of the function that asks. */
+    bool IsAborted(const char* function) const;
+
+    QList<QPair<QString, QString>> files_;
+    QList<QPair<QString, QString>> symlinks_;
+    QList<QPair<QString, QString>> directories_;
+    QAtomicInt abort_;
+    QScopedPointer<QThread> thread_;
+};
+
+} // namespace common

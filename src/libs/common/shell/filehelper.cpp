@@ -1,0 +1,89 @@
+#include "common/shell/filehelper.h"
+
+#include "common/shell/fileidentity_p.h"
+
+#include <QDir>
+
+namespace common {
+
+FileHelper::FileHelper() = default;
+
+FileHelper::FileHelper(const QString& path) : dirs_(path)
+{
+}
+
+FileHelper::~FileHelper() = default;
+
+void FileHelper::AppendDir(const QString& path)
+{
+    dirs_ << path;
+}
+
+void FileHelper::AppendFiles(const QStringList& list)
+{
+    files_ << list;
+}
+
+void FileHelper::Scan()
+{
+    for (const QString& path : qAsConst(dirs_)) {
+        const QString link = WithoutTrailingSeparators(path);
+        if (IsLink(path))
+            AddFound(QFileInfo(link), QFileInfo(link).absoluteFilePath());
+        else
+            ScanPath(path);
+    }
+    for (const QString& path : qAsConst(files_)) {
+        if (QFileInfo::exists(path))
+            AddFound(QFileInfo(path), path);
+    }
+}
+
+void FileHelper::ScanPath(const QString& path)
+{
+    const QDir directory(path);
+    if (!directory.exists())
+        return;
+    const QFileInfoList entries = directory.entryInfoList(
+        nameFilters_, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot, QDir::NoSort);
+    for (const QFileInfo& entry : entries) {
+        if (entry.isDir() && !entry.isSymLink())
+            ScanPath(entry.absoluteFilePath());
+        else
+            AddFound(entry, entry.absoluteFilePath());
+    }
+    const QFileInfo self(path);
+    AddFound(self, self.absoluteFilePath());
+}
+
+void FileHelper::AddFound(const QFileInfo& entry, const QString& path)
+{
+    found_ << entry;
+    Q_EMIT scan(path, static_cast<qulonglong>(found_.size()));
+}
+
+bool FileHelper::Remove()
+{
+    Scan();
+    const QList<QFileInfo> entries = found_;
+    bool removedAll = true;
+    qulonglong current = 0;
+    for (const QFileInfo& entry : entries) {
+        const QString path = entry.absoluteFilePath();
+        Q_EMIT progress(path, ++current, static_cast<qulonglong>(entries.size()));
+        const bool isDirectory = entry.isDir() && !entry.isSymLink();
+        if (isDirectory ? QDir().rmdir(path) : QDir().remove(path))
+            continue;
+        removedAll = false;
+        Q_EMIT failed(path);
+    }
+    return removedAll;
+}
+
+bool FileHelper::Copy(const QString&)
+{
+    Scan();
+    return false;
+}
+
+} // namespace common

@@ -1,0 +1,130 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QAtomicInt>
+#include <QObject>
+#include <QPointer>
+#include <QScopedPointer>
+#include <QString>
+#include <QStringList>
+#include <QThread>
+
+namespace common {
+
+class FileRemoveTask;
+class JobRelay;
+
+/**
+ * Removes files, links and directory trees on a thread of its own.
+ *
+ * @code
+ * auto* remover = new common::FileRemover;
+ * remover->AddDirectory(cache + "/avatars");
+ * remover->AddFile(cache + "/index.json");
+ * connect(remover, &FileRemover::succesed, this, &Client::CacheIsClear);
+ * connect(remover, &FileRemover::failed, this, &Client::ShowError);
+ * remover->Remove();
+ * @endcode
+ *
+ * A job first scans its trees, then removes entry by entry: all files and links, then all
+ * directories, children before parents. Each operation is tried five times (see FileCommands), and
+ * the first entry that fails ends the job; what was removed until then stays removed. Every job
+ * ends with exactly one of succesed() and failed(), delivered through the event loop of the
+ * remover's thread.
+ *
+ * - What does not exist counts as removed.
+ * - Links are removed as links and never followed; a tree that is itself a link, too.
+ * - Hidden entries and names that are not valid UTF-8 are not removed, nor is what lies in a
+ *   directory that cannot be read. The directory that holds such an entry fails with 700203.
+ *
+ * Codes of failed(): 700202 aborted, 700203 a directory could not be removed, 700204 a file could
+ * not be removed.
+ *
+ * The remover lives on a thread with an event loop. It may be deleted at any time outside its own
+ * handlers (within them: deleteLater()); that aborts a running job and waits for the entry in work.
+ */
+class QVCOMMON_EXPORT FileRemover : public QObject
+{
+    Q_OBJECT
+
+public:
+    FileRemover();
+    ~FileRemover() override;
+
+public Q_SLOTS:
+    // The lists only grow: a second Remove() works on everything again. Nothing is checked here.
+
+    void AddFile(const QString& filePath);
+    void AddDirectory(const QString& dirPath);
+
+    /** Starts a job. One that is under way is aborted first, and nothing more comes of it. */
+    bool Remove();
+
+    /**
+     * Ends the current job and waits for its thread: with @p force after the entry in work, with
+     * failed() and code 700202; without @p force after the whole job. Signals that are under way
+     * still arrive. The calling thread is blocked meanwhile.
+     */
+    void Abort(bool force);
+
+Q_SIGNALS:
+    /** So many of the entries are done. Not emitted during the scan. */
+    void progress(int current, int total);
+    void succesed();
+    void failed(int errorCode, const QString& errorText);
+
+private:
+    QStringList files_;
+    QStringList directories_;
+    QPointer<FileRemoveTask> task_;
+    QPointer<JobRelay> relay_;
+};
+
+/**
+ * The worker of a FileRemover: one job on one thread. It stays on the thread that made it, and
+ * deletes itself there once its own thread has ended.
+ */
+class QVCOMMON_EXPORT FileRemoveTask : public QObject
+{
+    Q_OBJECT
+
+public:
+    FileRemoveTask(const QStringList& files, const QStringList& directories);
+    ~FileRemoveTask() override;
+
+public Q_SLOTS:
+    /** Starts the thread. */
+    void Remove();
+    /** Waits for the thread, with @p force after telling it to stop at the next entry. */
+    void Abort(bool force);
+    /** The job, on the worker thread. */
+    void run();
+
+Q_SIGNALS:
+    // Emitted on the worker thread.
+    void progress(int current, int total);
+    void succesed();
+    void failed(int errorCode, const QString& errorText);
+
+protected:
+    // The steps of the job; each returns an error code, 0 for success.
+
+    int Scan();
+    int ScanPath(const QString& root, const QString& path, QStringList& files,
+                 QStringList& directories);
+    int RemoveAll();
+    int RemoveFile(const QString& path);
+    int RemoveDirectory(const QString& path);
+
+private:
+    /** Whether an abort was asked for; logged in the name of the function that asks. */
+    bool IsAborted(const char* function) const;
+
+    QStringList files_;
+    QStringList directories_;
+    QAtomicInt abort_;
+    QScopedPointer<QThread> thread_;
+};
+
+} // namespace common

@@ -1,0 +1,314 @@
+#include <common/shell/filecopier.h>
+
+#include "support/recordinglogger.h"
+#include "support/tree.h"
+
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <unistd.h>
+
+using common::FileCopier;
+
+class TestFileCopier : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Waits for the end of the job: "succesed", or "failed CODE"; with anything odd appended.
+    static QString Outcome(FileCopier& copier)
+    {
+        QSignalSpy succesed(&copier, &FileCopier::succesed);
+        QSignalSpy failed(&copier, &FileCopier::failed);
+        [&] {
+            QTRY_VERIFY(succesed.size() + failed.size() > 0);
+        }();
+        QTest::qWait(5);
+        if (succesed.size() + failed.size() != 1)
+            return "more than one final signal";
+        if (!succesed.isEmpty())
+            return "succesed";
+        const QString code = failed[0][0].toString();
+        const QString text = "Copying failed with error '" + code + "'!";
+        return "failed " + code + (failed[0][1] == text ? "" : " with the wrong text");
+    }
+
+    QString Path(const QString& name) const { return root_->filePath(name); }
+
+    std::unique_ptr<QTemporaryDir> root_;
+
+private Q_SLOTS:
+    void init() { root_ = std::make_unique<QTemporaryDir>(); }
+
+    void tree()
+    {
+        MakeTree(Path("s"), {"f=1", "a/b/g:755=2", "a/new\nline%1=3", ".hidden=4", ".h/x=5",
+                             "a/.y=6", "empty/", "a/up->../f", "a/absolute->" + Path("s/a/b/g"),
+                             "dir->a/b", "dangling->nowhere/at/all", "a/out->" + Path("other")});
+        MakeTree(Path("d"), {"f=old", "a/up=old", "kept=k"});
+        RecordingLogger log;
+        FileCopier copier;
+        QSignalSpy progress(&copier, &FileCopier::progress);
+        copier.AddDirectory(Path("s"), Path("d"));
+        QVERIFY(copier.Copy());
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QStringList expected = {"a/",
+                                "a/absolute->b/g",
+                                "a/b/",
+                                "a/b/g:755=2",
+                                "a/new\nline%1=3",
+                                "a/out->../../other",
+                                "a/up->../f",
+                                "dangling->nowhere/at/all",
+                                "dir->a/b",
+                                "f=1",
+                                "kept=k"};
+        expected.sort();
+        QCOMPARE(DescribeTree(Path("d")), expected);
+        QCOMPARE(progress.size(), 8);
+        for (int i = 0; i < progress.size(); ++i)
+            QCOMPARE(progress[i], QList<QVariant>({i + 1, 8}));
+        QCOMPARE(log.Lines("4 shell.filecopy BeforeCopy: '" + Path("d/f") +
+                           "' already exists. Trying to remove before coping...")
+                     .size(),
+                 1);
+    }
+
+    void relativePaths()
+    {
+        MakeTree(Path(""), {"s/dir/f=1", "s/link->dir"});
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(root_->path()));
+        FileCopier copier;
+        copier.AddDirectory("s", "d");
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QCOMPARE(DescribeTree("d"), QStringList({"dir/", "dir/f=1", "link->dir"}));
+        QDir::setCurrent(before);
+    }
+
+    void logOfAJob()
+    {
+        MakeTree(Path("s"), {"f=1", "l->f"});
+        const RecordingLogger log;
+        FileCopier copier;
+        copier.AddFile(Path("s/f"), Path("e"));
+        copier.AddDirectory(Path("s"), Path("d"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QStringList lines = log.Lines();
+        const QStringList found = lines.mid(2, 2); // in the order of the directory
+        lines = lines.mid(0, 2) + lines.mid(4);
+        QVERIFY(found.contains("7 shell.filecopy ScanPath: Found file: 'f'."));
+        QVERIFY(found.contains("7 shell.filecopy ScanPath: Found symlink: 'l'."));
+        const QString copied = "7 shell.filecopy CopyFile: Successfully copied from '%1' to '%2'";
+        QVERIFY(lines.last().startsWith("6 shell.filecopy run: Copying finished in "));
+        QVERIFY(lines.takeLast().endsWith(" msec."));
+        QCOMPARE(
+            lines,
+            QStringList({"7 shell.filecopy Copy: Copy",
+                         "7 shell.filecopy Scan: Start scanning directories...",
+                         "7 shell.filecopy Scan: Directories scanning finished.",
+                         copied.arg(Path("s/f"), Path("e")), copied.arg(Path("s/f"), Path("d/f")),
+                         "7 shell.filecopy CopySymlink: Successfully copied link from '" +
+                             Path("s/l") + "' to '" + Path("d/l") + "' -> 'f'."}));
+        QCOMPARE(log.Files(), QStringList("src/libs/common/shell/filecopier"));
+    }
+
+    void nothingToDo()
+    {
+        FileCopier copier;
+        QSignalSpy progress(&copier, &FileCopier::progress);
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QVERIFY(progress.isEmpty());
+    }
+
+    void failure_data()
+    {
+        QTest::addColumn<QString>("kind"); // how the source is added
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<QString>("destination");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("logged");
+        const auto row = [](const char* name, const char* kind, const char* source,
+                            const QString& destination, int code, const char* logged) {
+            QTest::newRow(name) << kind << source << destination << code << logged;
+        };
+        row("missing tree", "tree", "none", "d", 700102,
+            "4 shell.filecopy ScanPath: Path 'ROOT/none' doesn't exists!");
+        row("missing file", "file", "none", "d", 700103,
+            "3 shell.filecopy BeforeCopy: Source file 'ROOT/none' doesn't exist!");
+        row("missing link", "link", "none", "d", 700103, "doesn't exist!");
+        row("destination below a file", "file", "f", "g/h", 700104,
+            "3 shell.filecopy BeforeCopy: Cannot create path to 'ROOT/g/h'");
+        row("destination too long", "file", "f", QString("x/").repeated(3000) + "f", 700104,
+            "Cannot create path to");
+        row("destination is a directory", "file", "f", "dir", 700106,
+            "3 shell.filecopy BeforeCopy: Cannot remove 'ROOT/dir'!");
+        row("source is a directory", "file", "dir", "d", 700107,
+            "3 shell.filecopy CopyFile: Cannot copy from 'ROOT/dir' to 'ROOT/d'");
+        row("FIFO", "file", "fifo", "g", 700107, "Cannot copy from");
+        row("FIFO in a tree", "tree", "pipes", "d", 700107,
+            "Copying from 'ROOT/pipes/p' to 'ROOT/d/p' failed with error '700107'!");
+        row("link to a FIFO", "file", "tofifo", "g", 700107, "Cannot copy from");
+        row("file onto itself", "file", "f", "f", 700107, "Cannot copy from");
+        row("file onto itself, another way", "file", "f", "./dir/../f", 700107, "Cannot copy from");
+        row("file onto its hard link", "file", "f", "hard", 700107, "Cannot copy from");
+        row("file onto a link to it", "file", "f", "tof", 700107, "Cannot copy from");
+        row("link onto itself", "link", "tof", "tof", 700107,
+            "3 shell.filecopy CopySymlink: Cannot copy link from 'ROOT/tof' to 'ROOT/tof' -> 'f'.");
+        row("link onto its target", "link", "tof", "f", 700107, "Cannot copy link from");
+        row("file too large for the disk", "file", "large", "g", 700107,
+            "4 shell.filecmd CopyFile: Failed to copy file 'ROOT/large' to 'ROOT/g', attempt '5'");
+        row("unwritable directory", "file", "f", "readonly/f", 700107, "Cannot copy from");
+    }
+
+    // Nothing but a destination that is to be replaced may be lost.
+    void failure()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, source);
+        QFETCH(QString, destination);
+        QFETCH(int, code);
+        QFETCH(QString, logged);
+        if (destination.startsWith("readonly") && geteuid() == 0)
+            QSKIP("root writes into any directory");
+        MakeTree(Path(""), {"f=content", "g=old", "dir/x=1", "fifo|", "pipes/p|", "tofifo->fifo",
+                            "tof->f", "readonly/", "large=" + QString(200000, 'x')});
+        QVERIFY(link(qPrintable(Path("f")), qPrintable(Path("hard"))) == 0);
+        QFile::setPermissions(Path("readonly"), QFile::ReadOwner | QFile::ExeOwner);
+        QStringList before = DescribeTree(root_->path());
+        const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
+        const rlimit small{100000, RLIM_INFINITY};
+        std::signal(SIGXFSZ, SIG_IGN);
+
+        const RecordingLogger log;
+        FileCopier copier;
+        if (kind == "tree")
+            copier.AddDirectory(Path(source), Path(destination));
+        else if (kind == "link")
+            copier.AddSymlink(Path(source), Path(destination));
+        else
+            copier.AddFile(Path(source), Path(destination));
+        setrlimit(RLIMIT_FSIZE, &small);
+        copier.Copy();
+        const QString outcome = Outcome(copier);
+        setrlimit(RLIMIT_FSIZE, &unlimited);
+
+        QCOMPARE(outcome, "failed " + QString::number(code));
+        QVERIFY2(!log.Lines(logged.replace("ROOT", root_->path())).isEmpty(),
+                 qPrintable(log.Lines().join('\n')));
+        QVERIFY(log.Lines().last() ==
+                "3 shell.filecopy run: Copying failed with error '" + QString::number(code) + "'!");
+        if (source == "large")
+            before.removeOne("g=old");
+        QCOMPARE(DescribeTree(root_->path()), before);
+        QFile::setPermissions(Path("readonly"),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    void sourceVanishes()
+    {
+        MakeTree(root_->path(), {"f=1", "g=2"});
+        RecordingLogger log;
+        log.SetListener([&](const QString& line) {
+            if (line.contains("Successfully copied"))
+                QFile::remove(Path("g"));
+        });
+        FileCopier copier;
+        QSignalSpy progress(&copier, &FileCopier::progress);
+        copier.AddFile(Path("f"), Path("d/f"));
+        copier.AddFile(Path("g"), Path("d/g"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("failed 700103"));
+        QCOMPARE(progress.size(), 1);
+        QCOMPARE(DescribeTree(Path("d")), QStringList("f=1"));
+    }
+
+    void destinationInsideSource()
+    {
+        MakeTree(Path("s"), {"f=1", "in/g=2"});
+        FileCopier copier;
+        copier.AddDirectory(Path("s"), Path("s/in"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QCOMPARE(DescribeTree(Path("s")),
+                 QStringList({"f=1", "in/", "in/f=1", "in/g=2", "in/in/", "in/in/g=2"}));
+    }
+
+    void itemInBothLists()
+    {
+        MakeTree(root_->path(), {"f=1", "l->f", "m->f"});
+        FileCopier copier;
+        QSignalSpy progress(&copier, &FileCopier::progress);
+        copier.AddFile(Path("l"), Path("d/l"));
+        copier.AddSymlink(Path("l"), Path("d/l"));
+        copier.AddSymlink(Path("m"), Path("d/m"));
+        copier.AddSymlink(Path("l"), Path("d/other"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QCOMPARE(progress.size(), 4);
+        QCOMPARE(DescribeTree(Path("d")), QStringList({"l=1", "m->f", "other->f"}));
+    }
+
+    void secondCopyDoesEverythingAgain()
+    {
+        MakeTree(root_->path(), {"f=1", "g=2"});
+        FileCopier copier;
+        copier.AddFile(Path("f"), Path("d/f"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        copier.AddFile(Path("g"), Path("d/g"));
+        MakeTree(root_->path(), {"f=new"});
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QCOMPARE(DescribeTree(Path("d")), QStringList({"f=new", "g=2"}));
+    }
+
+    void abort_data()
+    {
+        QTest::addColumn<bool>("force");
+        QTest::addColumn<QString>("moment"); // the log line at which the abort comes
+        QTest::newRow("waiting only") << false << "Successfully copied";
+        QTest::newRow("between two items") << true << "Successfully copied";
+        QTest::newRow("during the scan") << true << "Found file";
+    }
+
+    void abort()
+    {
+        QFETCH(bool, force);
+        QFETCH(QString, moment);
+        MakeTree(Path("s"), {"a=1", "b=2", "c=3"});
+        RecordingLogger log;
+        QSemaphore reached;
+        log.SetListener([&](const QString& line) {
+            if (line.contains(moment))
+                reached.release();
+            if (line.contains(moment) && reached.available() == 1)
+                QThread::msleep(100); // time for the abort
+        });
+        FileCopier copier;
+        QSignalSpy progress(&copier, &FileCopier::progress);
+        QSignalSpy failed(&copier, &FileCopier::failed);
+        copier.AddDirectory(Path("s"), Path("d"));
+        copier.Copy();
+        reached.acquire();
+        copier.Abort(force);
+        const int copied = DescribeTree(Path("d")).size();
+        QCOMPARE(log.Lines("Abort: Wait finished!").size(), 1);
+        QCOMPARE(Outcome(copier), QString(force ? "failed 700105" : "succesed"));
+        QCOMPARE(copied, !force ? 3 : moment == "Found file" ? 0 : 1);
+        QCOMPARE(progress.size(), copied);
+        QCOMPARE(log.Lines("user abort detected!").size(), force ? 1 : 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFileCopier)
+#include "tst_filecopier.moc"

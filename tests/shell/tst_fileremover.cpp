@@ -1,0 +1,177 @@
+#include <common/shell/fileremover.h>
+
+#include "support/recordinglogger.h"
+#include "support/tree.h"
+
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+using common::FileRemover;
+
+class TestFileRemover : public QObject
+{
+    Q_OBJECT
+
+private:
+    QString Path(const QString& name) const { return root_->filePath(name); }
+
+    // Adds directories (with a "/" at their end) and files, and waits for the end of the job.
+    QString Remove(FileRemover& remover, const QStringList& paths)
+    {
+        for (const QString& path : paths) {
+            if (path.endsWith('/'))
+                remover.AddDirectory(path);
+            else
+                remover.AddFile(path);
+        }
+        remover.Remove();
+        return Outcome(remover);
+    }
+
+    static QString Outcome(FileRemover& remover)
+    {
+        QSignalSpy succesed(&remover, &FileRemover::succesed);
+        QSignalSpy failed(&remover, &FileRemover::failed);
+        [&] {
+            QTRY_VERIFY(succesed.size() + failed.size() > 0);
+        }();
+        QTest::qWait(5);
+        if (succesed.size() + failed.size() != 1)
+            return "more than one final signal";
+        if (!succesed.isEmpty())
+            return "succesed";
+        const QString code = failed[0][0].toString();
+        const QString text = "Removing failed with error '" + code + "'!";
+        return "failed " + code + (failed[0][1] == text ? "" : " with the wrong text");
+    }
+
+    std::unique_ptr<QTemporaryDir> root_;
+
+private Q_SLOTS:
+    void init() { root_ = std::make_unique<QTemporaryDir>(); }
+
+    void treesAndFiles()
+    {
+        MakeTree(root_->path(), {"t/a/f1=", "t/b/", "t/out->../kept", "t/dangling->none", "t/pipe|",
+                                 "u/c/d/", "single=", "link->kept", "kept/x=1"});
+        const RecordingLogger log;
+        FileRemover remover;
+        QSignalSpy progress(&remover, &FileRemover::progress);
+        QCOMPARE(Remove(remover, {Path("t") + '/', Path("u/"), Path("single"), Path("link")}),
+                 QString("succesed"));
+        QCOMPARE(DescribeTree(root_->path()), QStringList({"kept/", "kept/x=1"}));
+        QCOMPARE(progress.size(), 12);
+        for (int i = 0; i < progress.size(); ++i)
+            QCOMPARE(progress[i], QList<QVariant>({i + 1, 12}));
+
+        QStringList removed;
+        for (const QString& line : log.Lines("Successfully removed "))
+            removed << line.section('\'', 1, 1).remove(root_->path() + '/');
+        QCOMPARE(removed.mid(0, 2), QStringList({"single", "link"}));
+        const QStringList last = {"u//c/d", "u//c"}; // later trees come first
+        QCOMPARE(removed.mid(6, 2), last);
+        QCOMPARE(removed.mid(10), QStringList({"t/", "u/"}));
+        QVERIFY(log.Lines().last().startsWith("6 shell.fileremove run: Removing finished in "));
+    }
+
+    void whatDoesNotExistIsDone()
+    {
+        const RecordingLogger log;
+        FileRemover remover;
+        QSignalSpy progress(&remover, &FileRemover::progress);
+        QCOMPARE(Remove(remover, {Path("none/"), Path("f")}), QString("succesed"));
+        QCOMPARE(progress.last(), QList<QVariant>({2, 2}));
+        QCOMPARE(log.Lines("4 "),
+                 QStringList(
+                     {"4 shell.fileremove ScanPath: Path '" + Path("none/") + "' doesn't exists!",
+                      "4 shell.fileremove RemoveFile: File '" + Path("f") + "' doesn't exist!",
+                      "4 shell.fileremove RemoveDirectory: Directory '" + Path("none/") +
+                          "' doesn't exist!"}));
+    }
+
+    void failure_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("result");
+        QTest::addColumn<QString>("logged");
+        QTest::addColumn<QStringList>("left");
+        QTest::newRow("hidden entry")
+            << "t/"
+            << "failed 700203"
+            << "3 shell.fileremove RemoveDirectory: Cannot remove directory"
+            << QStringList{"t/", "t/.hidden=1"};
+        QTest::newRow("directory as a file") << "t"
+                                             << "failed 700204"
+                                             << "3 shell.fileremove RemoveFile: Cannot remove file"
+                                             << QStringList{"t/", "t/.hidden=1", "t/f=2"};
+    }
+
+    void failure()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, logged);
+        MakeTree(root_->path(), {"t/.hidden=1", "t/f=2"});
+        const RecordingLogger log;
+        FileRemover remover;
+        QTEST(Remove(remover, {Path(path)}), "result");
+        QTEST(DescribeTree(root_->path()), "left");
+        QCOMPARE(log.Lines("4 shell.filecmd").size(), 5);
+        QCOMPARE(log.Lines(logged + " '" + Path(path) + "'!").size(), 1);
+    }
+
+    void treeThatIsALink()
+    {
+        MakeTree(root_->path(), {"kept/x=1", "l->kept", "m->kept"});
+        FileRemover remover;
+        QSignalSpy progress(&remover, &FileRemover::progress);
+        remover.AddDirectory(Path("l"));
+        QCOMPARE(Remove(remover, {Path("m/")}), QString("succesed"));
+        QCOMPARE(DescribeTree(root_->path()), QStringList({"kept/", "kept/x=1"}));
+        QCOMPARE(progress.size(), 2);
+    }
+
+    void relativePaths()
+    {
+        MakeTree(root_->path(), {"r/s/f=1"});
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(root_->path()));
+        const RecordingLogger log;
+        FileRemover remover;
+        remover.AddDirectory("r");
+        remover.Remove();
+        QCOMPARE(Outcome(remover), QString("succesed"));
+        QDir::setCurrent(before);
+        QCOMPARE(DescribeTree(root_->path()), QStringList());
+        QCOMPARE(log.Lines("Successfully removed directory 'r/s'").size(), 1);
+    }
+
+    void abort()
+    {
+        MakeTree(Path("t"), {"a=1", "b=2", "c=3"});
+        RecordingLogger log;
+        QSemaphore reached;
+        log.SetListener([&](const QString& line) {
+            if (line.contains("Successfully removed")) {
+                reached.release();
+                QThread::msleep(100); // time for the abort
+            }
+        });
+        FileRemover remover;
+        remover.AddDirectory(Path("t"));
+        remover.Remove();
+        reached.acquire();
+        remover.Abort(true);
+        QCOMPARE(DescribeTree(Path("t")).size(), 2);
+        QCOMPARE(Outcome(remover), QString("failed 700202"));
+        remover.Remove();
+        remover.Abort(false);
+        QCOMPARE(Outcome(remover), QString("succesed"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFileRemover)
+#include "tst_fileremover.moc"
