@@ -438,6 +438,26 @@ private Q_SLOTS:
         }
     }
 
+    // Qt uses the reply after the signal, so it must outlive a handler that runs an event loop.
+    void abortBehindNestedEventLoop()
+    {
+        server_.Script(path_, {Silent()});
+        const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
+        form->SetParam("a", QString(20000, 'x'));
+        const auto request = NewRequest();
+        request->SetData(form);
+        QVERIFY(request->Post());
+        const QPointer<QNetworkReply> reply(request->Reply());
+        bool outlivedHandler = false;
+        connect(request.get(), &IHttpRequest::uploadProgress, this, [&] {
+            request->Abort();
+            QTest::qWait(50);
+            outlivedHandler = !reply.isNull();
+        });
+        QTRY_VERIFY(outlivedHandler);
+        QTRY_VERIFY(reply.isNull());
+    }
+
     void staleReplyIsRejected()
     {
         server_.Script(path_, {Silent()});

