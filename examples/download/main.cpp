@@ -10,8 +10,10 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication app(argc, argv);
     const QStringList args = QCoreApplication::arguments();
-    if (args.size() != 4)
-        qFatal("usage: example_download URL FILE MD5");
+    if (args.size() != 4) {
+        qCritical("usage: example_download URL FILE MD5");
+        return 2;
+    }
 
     using common::http::IFileDownload;
     common::logger::GetLogger()->SetLevel(common::logger::IMessage::ERROR);

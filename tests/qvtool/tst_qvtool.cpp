@@ -1,4 +1,5 @@
 #include "support/scriptedserver.h"
+#include "support/tree.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -6,7 +7,6 @@
 #include <QtTest>
 
 #include <csignal>
-#include <memory>
 
 using loopback::Reply;
 
@@ -100,11 +100,21 @@ private Q_SLOTS:
         row("download URL/ok", 2, "qvtool download: FILE is missing");
         row("download --size -1 URL/ok DIR/f", 2, "qvtool download: --size takes a whole number");
         row("download --md5 12xy URL/ok DIR/f", 2, "--md5 takes 32 hexadecimal digits");
+        row("copy DIR/old", 2, "qvtool copy: DESTINATION is missing");
+        row("remove", 2, "qvtool remove: PATH is missing");
+        row("copy DIR/none DIR/old", 1, "none': it does not exist");
+        row("copy DIR/old DIR/list.json DIR/old/in", 1, "Cannot create path to '");
+        row("copy DIR/old DIR/./old DIR/new/", 1, "has the same destination");
+        row("copy DIR/old DIR/old", 1, "Cannot copy from '");
+        row("remove DIR/none", 1, "none': it does not exist");
+        row("remove --yes /", 1, "it holds the current directory");
+        row("remove DIR", 1, "nothing removed: not confirmed");
         row("get http://127.0.0.1:1/", 1, "qvtool get: http://127.0.0.1:1/: Connection refused");
         row("get http://no-such-host.invalid/", 1, "Host no-such-host.invalid not found (code 3)");
         row("get URL/missing", 1, "server replied: Not Found (code 203)");
         row("get URL/silent --timeout 1", 1, "Request timed out (code 4)");
         row("post --json DIR/none URL/ok", 1, "/none': No such file or directory");
+        row("post --json DIR URL/ok", 1, "': it is not a regular file");
         row("post --json DIR/list.json URL/ok", 1, "holds no JSON object");
         row("post --json DIR/broken.json URL/ok", 1, "is no JSON: ");
         row("post --file f=DIR/none URL/ok", 1, "Failed to open file '");
@@ -135,7 +145,7 @@ private Q_SLOTS:
     void help_data()
     {
         QTest::addColumn<QString>("command");
-        for (const char* command : {"", "get", "post", "download", "demo"})
+        for (const char* command : {"", "get", "post", "download", "copy", "remove", "demo"})
             QTest::newRow(command) << command;
     }
 
@@ -207,6 +217,45 @@ private Q_SLOTS:
         QVERIFY(result.err.contains("cannot write to standard output"));
     }
 
+    void copyAndRemove()
+    {
+        MakeTree(directory_.path(), {"tree/f=1", "tree/a/g=2", "tree/a/l->g", "old=precious"});
+        Result result = Run({"copy", "DIR/tree", "DIR/old", "DIR/copies"});
+        QCOMPARE(result.out, QString("4 items copied\n"));
+        QVERIFY(result.err.contains("100%  4 of 4 items"));
+        result = Run({"copy", "DIR/tree/a/l", "DIR/copies/link"});
+        QCOMPARE(DescribeTree(Path("copies")),
+                 QStringList({"link->g", "old=precious", "tree/", "tree/a/", "tree/a/g=2",
+                              "tree/a/l->g", "tree/f=1"}));
+        QCOMPARE(Run({"remove", "DIR/copies/tree", "DIR/copies/link"}, "no\n").code, 1);
+        QCOMPARE(DescribeTree(Path("copies")).size(), 7);
+        result = Run({"remove", "DIR/copies/tree", "DIR/copies/link"}, "y\n");
+        QCOMPARE(result.out, QString("6 items removed\n"));
+        QCOMPARE(Run({"remove", "--yes", "DIR/copies", "DIR/tree"}).code, 0);
+        QCOMPARE(DescribeTree(directory_.path()).filter(QRegularExpression("copies|tree")),
+                 QStringList());
+    }
+
+    void interruptedCopySaysHowFarItGot()
+    {
+        QStringList files;
+        for (int i = 0; i < 20000; ++i)
+            files << QString("many/%1=%1").arg(i);
+        MakeTree(directory_.path(), files);
+        QProcess process;
+        process.start(QVTOOL_PATH, {"copy", Path("many"), Path("few")});
+        QTRY_VERIFY(QFile::exists(Path("few")));
+        ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+        QTRY_COMPARE(process.state(), QProcess::NotRunning);
+        QCOMPARE(process.exitCode(), 1);
+        const int copied = DescribeTree(Path("few")).size();
+        QVERIFY(copied > 0 && copied < 20000);
+        const QString error = QString::fromUtf8(process.readAllStandardError());
+        QVERIFY2(error.contains(QString("interrupted: %1 of 20000 items copied").arg(copied)),
+                 qPrintable(error));
+        QVERIFY(QDir(Path("many")).removeRecursively() && QDir(Path("few")).removeRecursively());
+    }
+
     void interrupt()
     {
         server_.Script("/drip", {Drip(QByteArray(1000, 'x'), 1, 20)});
@@ -237,7 +286,7 @@ private Q_SLOTS:
     {
         const Result result = Run({"demo"});
         QVERIFY2(result.code == 0, qPrintable(result.out + result.err));
-        QVERIFY(result.out.contains("All 6 steps ended as they should"));
+        QVERIFY(result.out.contains("All 7 steps ended as they should"));
     }
 };
 

@@ -5,6 +5,7 @@
 #include <QRandomGenerator>
 #include <QtTest>
 
+#include <unistd.h>
 #include <zlib.h>
 
 using tools::QCompressor;
@@ -133,6 +134,8 @@ private Q_SLOTS:
     void outputBeyondByteArrayIsRefused()
     {
         QByteArray output;
+        if (sysconf(_SC_AVPHYS_PAGES) < (6ll << 30) / sysconf(_SC_PAGESIZE))
+            QSKIP("needs 6 GiB of free memory");
         QVERIFY(!QCompressor::gzipDecompress(ZeroBomb(2100), output));
         output.clear();
         QVERIFY(!QCompressor::gzipDecompress(ZeroBomb(10), output)); // no end, but it fits

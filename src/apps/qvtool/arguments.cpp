@@ -22,11 +22,17 @@ QString Arguments::Text(const QString& option) const
 
 void Arguments::ExpectPositionals(const QStringList& names)
 {
+    const QStringList given = AtLeast(names);
+    if (given.size() > names.size())
+        Fail(QStringLiteral("'%1' is one argument too many").arg(given[names.size()]));
+}
+
+QStringList Arguments::AtLeast(const QStringList& names)
+{
     const QStringList given = parser_.positionalArguments();
     if (given.size() < names.size())
         Fail(QStringLiteral("%1 is missing").arg(names[given.size()]));
-    else if (given.size() > names.size())
-        Fail(QStringLiteral("'%1' is one argument too many").arg(given[names.size()]));
+    return given;
 }
 
 QString Arguments::Positional(int index) const

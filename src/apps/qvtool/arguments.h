@@ -21,6 +21,8 @@ public:
     QString Text(const QString& option) const;
     /** Fails unless there are exactly these positional arguments. */
     void ExpectPositionals(const QStringList& names);
+    /** All positional arguments; fails unless there are as many as names, or more. */
+    QStringList AtLeast(const QStringList& names);
     /** The positional argument with that index. */
     QString Positional(int index) const;
 

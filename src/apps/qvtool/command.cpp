@@ -4,7 +4,6 @@
 #include "text.h"
 
 #include <QCoreApplication>
-#include <QEventLoop>
 #include <QTimer>
 
 namespace qvtool {
@@ -47,6 +46,8 @@ int Command::Execute(const QStringList& arguments)
 
     Interrupt interrupt;
     connect(&interrupt, &Interrupt::interrupted, this, [this] {
+        if (code_)
+            return;
         PrintError(QStringLiteral("interrupted: ") + Stop());
         Finish(JobFailed);
     });

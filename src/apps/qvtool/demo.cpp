@@ -5,7 +5,11 @@
 #include <common/http/filedownload.h>
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
+#include <common/shell/filecopier.h>
+#include <common/shell/fileremover.h>
 #include <common/tools/string/converter.h>
+
+#include <QDir>
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -35,7 +39,7 @@ QByteArray RandomFile()
 Demo::Demo(ToolLogger& log)
     : Command(QStringLiteral("demo"),
               QStringLiteral("Show the library at work; needs no arguments and no network."), log),
-      progress_(stdout, QStringLiteral("   "))
+      progress_(stdout, Progress::Bytes, QStringLiteral("   "))
 {
 }
 
@@ -72,6 +76,7 @@ void Demo::Start()
         {"A reply compressed with gzip", &Demo::GetCompressed},
         {"A connection that breaks", &Demo::SurviveDroppedConnection},
         {"A verified download, damaged at the first try", &Demo::DownloadVerified},
+        {"A tree copied with its links, and removed again", &Demo::CopyAndRemove},
     };
     QElapsedTimer clock;
     clock.start();
@@ -244,6 +249,61 @@ bool Demo::DownloadVerified()
         Say(QStringLiteral("%1 bytes, MD5 %2, as announced")
                 .arg(QString::number(QFile(target).size()), md5));
     return completed && server_->Hits("/file") == 2;
+}
+
+// Runs a job of FileCopier or FileRemover to its end; whether it succeeded.
+template <typename Front>
+bool Demo::AwaitJob(Front& front, bool (Front::*start)())
+{
+    QEventLoop loop;
+    bool succeeded = false;
+    connect(&front, &Front::progress, &loop, [&](int current, int total) {
+        if (current == total)
+            Say(QStringLiteral("%1 of %2 items").arg(current).arg(total));
+    });
+    connect(&front, &Front::failed, &loop, &QEventLoop::quit);
+    connect(&front, &Front::succesed, &loop, [&] {
+        succeeded = true;
+        loop.quit();
+    });
+    (front.*start)();
+    loop.exec();
+    return succeeded;
+}
+
+bool Demo::CopyAndRemove()
+{
+    constexpr int fileCount = 200;
+    const QDir source(directory_->filePath(QStringLiteral("tree")));
+    const QDir copy(directory_->filePath(QStringLiteral("copy")));
+    if (!source.mkpath(QStringLiteral("files")))
+        return false;
+    for (int i = 0; i < fileCount; ++i) {
+        QFile file(source.filePath(QStringLiteral("files/%1").arg(i)));
+        if (!file.open(QIODevice::WriteOnly) || file.write(file_.mid(i * 1000, 1000)) != 1000)
+            return false;
+    }
+    if (!QFile::link(source.filePath(QStringLiteral("files/7")),
+                     source.filePath(QStringLiteral("seven"))))
+        return false;
+
+    common::FileCopier copier;
+    copier.AddDirectory(source.path(), copy.path());
+    if (!AwaitJob(copier, &common::FileCopier::Copy))
+        return false;
+    QFile linked(copy.filePath(QStringLiteral("seven")));
+    const bool intact = QFileInfo(linked).isSymLink() && linked.open(QIODevice::ReadOnly) &&
+                        linked.readAll() == file_.mid(7000, 1000);
+    Say(QStringLiteral("the absolute link leads into the copy now: %1")
+            .arg(QFileInfo(linked).symLinkTarget() == copy.filePath(QStringLiteral("files/7"))
+                     ? QStringLiteral("yes")
+                     : QStringLiteral("no")));
+
+    common::FileRemover remover;
+    remover.AddDirectory(source.path());
+    remover.AddDirectory(copy.path());
+    return AwaitJob(remover, &common::FileRemover::Remove) && intact && !source.exists() &&
+           !copy.exists();
 }
 
 } // namespace qvtool

@@ -49,10 +49,13 @@ private:
     bool GetCompressed();
     bool SurviveDroppedConnection();
     bool DownloadVerified();
+    bool CopyAndRemove();
 
     common::http::IHttpRequest* NewRequest(const QString& path);
     Outcome Await(common::http::IHttpRequest* request,
                   common::http::IHttpRequest::HTTPRequestMethod method);
+    template <typename Front>
+    bool AwaitJob(Front& front, bool (Front::*start)());
     void Tell(const QString& line);
     void Say(const QString& text);
 

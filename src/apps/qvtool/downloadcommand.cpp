@@ -1,5 +1,6 @@
 #include "downloadcommand.h"
 
+#include "interrupt.h"
 #include "text.h"
 
 #include <common/tools/string/converter.h>
@@ -61,6 +62,8 @@ QString TargetProblem(const QString& path)
         return QStringLiteral("it is a directory");
     if (target.exists() && !target.isFile())
         return QStringLiteral("it is not a regular file");
+    if (target.exists() && !target.isWritable())
+        return QStringLiteral("it is write-protected");
     if (!QDir().mkpath(target.absolutePath()))
         return QStringLiteral("its directory cannot be created");
     return QString();
@@ -72,7 +75,7 @@ DownloadCommand::DownloadCommand(ToolLogger& log)
     : Command(QStringLiteral("download"),
               QStringLiteral("Download a URL into a file and verify it."), log),
       download_(common::http::CreateFileDownload(&manager_, this)),
-      progress_(stderr)
+      progress_(stderr, Progress::Bytes)
 {
     manager_.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     connect(&manager_, &QNetworkAccessManager::finished, this, &DownloadCommand::OnReplyFinished);
@@ -147,6 +150,7 @@ QString DownloadCommand::Stop()
 void DownloadCommand::OnReplyFinished(QNetworkReply* reply)
 {
     status_ = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    coding_ = reply->rawHeader("Content-Encoding");
 }
 
 void DownloadCommand::OnProgress(qint64 received, qint64 total)
@@ -171,10 +175,19 @@ void DownloadCommand::OnComplete()
     QFile content(part_->fileName());
     if (md5.isEmpty() && content.open(QIODevice::ReadOnly))
         md5 = tools::string::converter::ToMD5(content);
+    if (Interrupt::HasCome())
+        return; // while the file was verified: the event loop will tell
     const QString problem = MoveIntoPlace();
     if (!problem.isEmpty())
         return FailWith(problem);
 
+    if (download_->GetExpectedSize() < 0 && download_->GetExpectedMD5().isEmpty())
+        PrintError(QStringLiteral("the server announced no size: give --size or --md5 to be sure "
+                                  "that '%1' is complete")
+                       .arg(target_));
+    if (!coding_.isEmpty() && coding_ != "identity")
+        PrintError(QStringLiteral("'%1' is stored as it was sent, encoded with %2")
+                       .arg(target_, QString::fromLatin1(coding_)));
     if (PrintLine(stdout,
                   QStringLiteral("%1  %2 bytes  MD5 %3").arg(target_, QString::number(size), md5)))
         Finish(Success);

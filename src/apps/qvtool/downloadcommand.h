@@ -47,6 +47,7 @@ private:
     qint64 expectedSize_ = -1;
     qint64 received_ = 0;
     int status_ = 0;
+    QByteArray coding_;
 };
 
 } // namespace qvtool

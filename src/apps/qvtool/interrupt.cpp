@@ -1,7 +1,5 @@
 #include "interrupt.h"
 
-#include <QSocketNotifier>
-
 #include <csignal>
 #include <initializer_list>
 
@@ -13,10 +11,12 @@ namespace qvtool {
 namespace {
 
 int pipeEnds[2] = {-1, -1};
+volatile std::sig_atomic_t hasCome = 0;
 
 // All that is allowed in a signal handler: wake the event loop through a pipe.
 void OnSignal(int)
 {
+    hasCome = 1;
     const char byte = 0;
     [[maybe_unused]] const auto written = write(pipeEnds[1], &byte, 1);
 }
@@ -27,9 +27,9 @@ Interrupt::Interrupt(QObject* parent) : QObject(parent)
 {
     if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
         return;
-    auto* notifier = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
-        notifier->setEnabled(false);
+    notifier_ = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, this);
+    connect(notifier_, &QSocketNotifier::activated, this, [this] {
+        notifier_->setEnabled(false);
         Q_EMIT interrupted();
     });
 
@@ -47,8 +47,14 @@ Interrupt::~Interrupt()
 {
     for (const int number : {SIGINT, SIGTERM})
         std::signal(number, SIG_DFL);
+    delete notifier_; // before the descriptor it watches
     for (const int end : pipeEnds)
         close(end);
+}
+
+bool Interrupt::HasCome()
+{
+    return hasCome != 0;
 }
 
 } // namespace qvtool

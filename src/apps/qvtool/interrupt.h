@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QSocketNotifier>
 
 namespace qvtool {
 
@@ -16,8 +17,14 @@ public:
     explicit Interrupt(QObject* parent = nullptr);
     ~Interrupt() override;
 
+    /** Whether a signal has come, also while the event loop was busy. */
+    static bool HasCome();
+
 Q_SIGNALS:
     void interrupted();
+
+private:
+    QSocketNotifier* notifier_ = nullptr;
 };
 
 } // namespace qvtool

@@ -1,6 +1,9 @@
 #include "command.h"
+#include "copycommand.h"
 #include "demo.h"
 #include "downloadcommand.h"
+#include "progress.h"
+#include "removecommand.h"
 #include "requestcommand.h"
 #include "text.h"
 
@@ -18,6 +21,7 @@ using Commands = std::vector<std::unique_ptr<qvtool::Command>>;
 void WriteToStandardError(QtMsgType, const QMessageLogContext& context, const QString& text)
 {
     const QString category = QString::fromUtf8(context.category ? context.category : "");
+    qvtool::Progress::EraseBar();
     qvtool::PrintLine(stderr, category + QStringLiteral(": ") + text);
 }
 
@@ -68,6 +72,8 @@ int main(int argc, char* argv[])
     commands.push_back(std::make_unique<qvtool::DownloadCommand>(log));
     commands.push_back(std::make_unique<qvtool::GetCommand>(log));
     commands.push_back(std::make_unique<qvtool::PostCommand>(log));
+    commands.push_back(std::make_unique<qvtool::CopyCommand>(log));
+    commands.push_back(std::make_unique<qvtool::RemoveCommand>(log));
     commands.push_back(std::make_unique<qvtool::Demo>(log));
     return Run(commands, QCoreApplication::arguments().mid(1));
 }

@@ -11,12 +11,14 @@ namespace {
 constexpr int barWidth = 30;
 constexpr qint64 terminalPeriod = 100; // milliseconds
 constexpr qint64 linePeriod = 1000;
+FILE* barStream = nullptr; // where a bar stands now
+
 constexpr qint64 shortestForRate = 100; // a rate over less time says nothing
 
 } // namespace
 
-Progress::Progress(FILE* stream, const QString& indent)
-    : stream_(stream), indent_(indent), onTerminal_(isatty(fileno(stream)) == 1)
+Progress::Progress(FILE* stream, Unit unit, const QString& indent)
+    : stream_(stream), unit_(unit), indent_(indent), onTerminal_(isatty(fileno(stream)) == 1)
 {
 }
 
@@ -26,17 +28,17 @@ void Progress::Start()
     sinceDrawn_.start();
 }
 
-void Progress::Update(qint64 bytes, qint64 total)
+void Progress::Update(qint64 done, qint64 total)
 {
-    if (bytes < bytes_) {
+    if (done < done_) {
         Finish();
         Start();
     }
-    bytes_ = bytes;
+    done_ = done;
     total_ = total;
     elapsed_ = sinceStart_.elapsed();
     stale_ = true;
-    if (bytes == total || sinceDrawn_.elapsed() >= (onTerminal_ ? terminalPeriod : linePeriod))
+    if (done == total || sinceDrawn_.elapsed() >= (onTerminal_ ? terminalPeriod : linePeriod))
         Draw();
 }
 
@@ -44,31 +46,51 @@ void Progress::Finish()
 {
     if (stale_)
         Draw();
-    if (drawn_ && onTerminal_)
-        Print(stream_, QStringLiteral("\n"));
-    drawn_ = false;
+    if (barStream)
+        Print(barStream, QStringLiteral("\n"));
+    barStream = nullptr;
+}
+
+void Progress::EraseBar()
+{
+    if (barStream)
+        Print(barStream, QStringLiteral("\r\033[K"));
+    barStream = nullptr;
 }
 
 void Progress::Draw()
 {
-    QString line = indent_ + Bar() + HumanSize(bytes_);
-    if (total_ >= 0)
-        line += QStringLiteral(" of ") + HumanSize(total_);
-    if (elapsed_ >= shortestForRate)
-        line += QStringLiteral("  %1/s").arg(HumanSize(bytes_ * 1000 / elapsed_));
-
-    const auto eraseRest = QStringLiteral("\r\033[K");
-    Print(stream_, onTerminal_ ? eraseRest + line : line + QLatin1Char('\n'));
+    const QString of = total_ < 0 ? QString() : QStringLiteral(" of ") + Amount(total_);
+    const QString line = indent_ + Bar() + Amount(done_) + of +
+                         (unit_ == Items ? QStringLiteral(" items") : QString()) + Pace();
+    EraseBar();
+    Print(stream_, onTerminal_ ? line : line + QLatin1Char('\n'));
+    barStream = onTerminal_ ? stream_ : nullptr;
     sinceDrawn_.start();
-    drawn_ = true;
     stale_ = false;
+}
+
+QString Progress::Amount(qint64 amount) const
+{
+    return unit_ == Bytes ? HumanSize(amount) : QString::number(amount);
+}
+
+QString Progress::Pace() const
+{
+    const qint64 perSecond = done_ * 1000 / qMax<qint64>(elapsed_, 1);
+    if (elapsed_ < shortestForRate || perSecond == 0)
+        return QString();
+    QString text = QStringLiteral("  %1/s").arg(Amount(perSecond));
+    if (done_ < total_)
+        text += QStringLiteral("  %1 s left").arg((total_ - done_) / perSecond + 1);
+    return text;
 }
 
 QString Progress::Bar() const
 {
     if (total_ <= 0)
         return QString();
-    const double part = qBound(0.0, double(bytes_) / double(total_), 1.0);
+    const double part = qBound(0.0, double(done_) / double(total_), 1.0);
     const QString percent = QStringLiteral("%1%  ").arg(int(part * 100), 3);
     if (!onTerminal_)
         return percent;

@@ -1,5 +1,6 @@
 #include "requestcommand.h"
 
+#include "input.h"
 #include "text.h"
 
 #include <common/http/httprequestdatamap.h>
@@ -9,9 +10,6 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QRegularExpression>
-#include <QSocketNotifier>
-
-#include <unistd.h>
 
 namespace qvtool {
 
@@ -27,8 +25,6 @@ const auto timeoutOption = QStringLiteral("timeout");
 const auto jsonOption = QStringLiteral("json");
 const auto partOption = QStringLiteral("part");
 const auto fileOption = QStringLiteral("file");
-
-constexpr int inputChunkSize = 64 * 1024;
 
 const auto pairSyntax = QStringLiteral("NAME=VALUE");
 
@@ -223,29 +219,18 @@ void PostCommand::Start()
 {
     if (jsonFile_.isNull())
         return RequestCommand::Start();
-    if (jsonFile_ == QLatin1String("-"))
-        return ReadStandardInput();
-
+    if (jsonFile_ == QLatin1String("-")) {
+        connect(new Input(this), &Input::ended, this, &PostCommand::SendJson);
+        return;
+    }
+    const QFileInfo info(jsonFile_);
     QFile file(jsonFile_);
-    if (!file.open(QIODevice::ReadOnly))
-        return Fail(QStringLiteral("cannot read '%1': %2").arg(jsonFile_, file.errorString()));
-    SendJson(file.readAll());
-}
-
-// From the event loop, which stays awake for an interrupt meanwhile.
-void PostCommand::ReadStandardInput()
-{
-    auto* notifier = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
-        QByteArray chunk(inputChunkSize, Qt::Uninitialized);
-        const auto size = read(STDIN_FILENO, chunk.data(), static_cast<size_t>(chunk.size()));
-        if (size > 0) {
-            input_.append(chunk.constData(), static_cast<int>(size));
-            return;
-        }
-        notifier->setEnabled(false);
-        SendJson(input_);
-    });
+    if (info.exists() && !info.isFile())
+        Fail(QStringLiteral("cannot read '%1': it is not a regular file").arg(jsonFile_));
+    else if (!file.open(QIODevice::ReadOnly))
+        Fail(QStringLiteral("cannot read '%1': %2").arg(jsonFile_, file.errorString()));
+    else
+        SendJson(file.readAll());
 }
 
 void PostCommand::SendJson(const QByteArray& text)

@@ -64,12 +64,10 @@ protected:
     bool Send() override;
 
 private:
-    void ReadStandardInput();
     void SendJson(const QByteArray& text);
     void SetParts(Arguments& arguments);
 
     QString jsonFile_; // null for none
-    QByteArray input_;
 };
 
 } // namespace qvtool

@@ -33,14 +33,26 @@ void ToolLogger::Append(const IMessage& message)
     if (message.Level() > IMessage::ERROR)
         return;
     const QString text = WithoutPrefix(message.Text());
-    failures_.insert(message.Function(), text);
+    {
+        const QMutexLocker lock(&mutex_);
+        failures_.insert(message.Function(), text);
+        if (first_.isNull())
+            first_ = text;
+    }
     if (listener_)
         listener_(text);
 }
 
 QString ToolLogger::LastFailure(const char* function) const
 {
+    const QMutexLocker lock(&mutex_);
     return failures_.value(function);
+}
+
+QString ToolLogger::FirstFailure() const
+{
+    const QMutexLocker lock(&mutex_);
+    return first_;
 }
 
 void ToolLogger::SetFailureListener(std::function<void(const QString&)> listener)

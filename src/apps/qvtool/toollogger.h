@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QHash>
+#include <QMutex>
 #include <QString>
 
 #include <functional>
@@ -27,14 +28,19 @@ public:
     /** The text of the latest failure that a function of that name logged, without its prefix. */
     QString LastFailure(const char* function) const;
 
-    /** Calls the listener with each failure, too. */
+    /** The text of the first failure of all, without its prefix: a job's most specific one. */
+    QString FirstFailure() const;
+
+    /** Calls the listener with each failure, too, on the thread that it comes from. */
     void SetFailureListener(std::function<void(const QString&)> listener);
 
     Q_DISABLE_COPY_MOVE(ToolLogger)
 
 private:
     common::logger::ILogger* previous_;
+    mutable QMutex mutex_; // the library's workers log, too
     QHash<QByteArray, QString> failures_;
+    QString first_;
     std::function<void(const QString&)> listener_;
 };
 

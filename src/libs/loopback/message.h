@@ -3,7 +3,6 @@
 #include <QByteArray>
 #include <QList>
 #include <QPair>
-#include <QUrlQuery>
 
 namespace loopback {
 

@@ -1,6 +1,7 @@
 #include "common/tools/string/converter.h"
 
 #include <QCryptographicHash>
+#include <QIODevice>
 
 namespace tools::string {
 

@@ -3,8 +3,9 @@
 #include "common/qvcommon_export.h"
 
 #include <QByteArray>
-#include <QIODevice>
 #include <QString>
+
+class QIODevice;
 
 namespace tools::string {
 
@@ -38,7 +39,8 @@ public:
      * ToHex() of @p text in braces, with "-" between groups of @p group characters.
      *
      * Where the length is no multiple of @p group, the last group is shorter, or longer by less
-     * than @p group. A @p group of 0, or one longer than the text, gives no separator at all.
+     * than @p group; with a @p group of 1 a separator stands at the end, too. A @p group of 0, or
+     * one longer than the text, gives no separator at all.
      */
     static QString ToUuidForm(const QString& text, unsigned int group);
 };

@@ -39,8 +39,8 @@ public:
      * the text is taken in slices of @p maxUnits / 2 code units; neighbouring ASCII slices are
      * joined until they reach @p maxUnits, any other slice stands alone.
      *
-     * With an odd @p maxUnits an ASCII piece can exceed it by one. A @p maxUnits below 2 counts
-     * as 2.
+     * With an odd @p maxUnits an ASCII piece can exceed it by one. A @p maxUnits below 2 gives
+     * pieces of one code unit.
      */
     static QStringList Ucs2(const QString& text, int maxUnits);
 };
