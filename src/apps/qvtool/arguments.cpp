@@ -22,12 +22,12 @@ QString Arguments::Text(const QString& option) const
 
 void Arguments::ExpectPositionals(const QStringList& names)
 {
-    const QStringList given = AtLeast(names);
+    const QStringList given = AllPositionals(names);
     if (given.size() > names.size())
         Fail(QStringLiteral("'%1' is one argument too many").arg(given[names.size()]));
 }
 
-QStringList Arguments::AtLeast(const QStringList& names)
+QStringList Arguments::AllPositionals(const QStringList& names)
 {
     const QStringList given = parser_.positionalArguments();
     if (given.size() < names.size())

@@ -22,7 +22,7 @@ public:
     /** Fails unless there are exactly these positional arguments. */
     void ExpectPositionals(const QStringList& names);
     /** All positional arguments; fails unless there are as many as names, or more. */
-    QStringList AtLeast(const QStringList& names);
+    QStringList AllPositionals(const QStringList& names);
     /** The positional argument with that index. */
     QString Positional(int index) const;
 

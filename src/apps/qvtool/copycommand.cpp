@@ -27,7 +27,7 @@ void CopyCommand::Declare(QCommandLineParser& parser)
 
 void CopyCommand::Configure(Arguments& arguments)
 {
-    sources_ = arguments.AtLeast({QStringLiteral("SOURCE"), QStringLiteral("DESTINATION")});
+    sources_ = arguments.AllPositionals({QStringLiteral("SOURCE"), QStringLiteral("DESTINATION")});
     if (!sources_.isEmpty())
         destination_ = sources_.takeLast();
     if (destination_.isEmpty() || sources_.contains(QString()))

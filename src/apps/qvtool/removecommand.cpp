@@ -42,7 +42,7 @@ void RemoveCommand::Declare(QCommandLineParser& parser)
 
 void RemoveCommand::Configure(Arguments& arguments)
 {
-    paths_ = arguments.AtLeast({QStringLiteral("PATH")});
+    paths_ = arguments.AllPositionals({QStringLiteral("PATH")});
     confirmed_ = arguments.Has(yesOption);
 }
 

@@ -288,7 +288,7 @@ void HttpRequest::Silence(QNetworkReply* reply)
 
 // The reply must not be held any more: other receivers may answer the finished() of its abort()
 // with a new send.
-void HttpRequest::Release(QPointer<QNetworkReply> reply)
+void HttpRequest::Release(const QPointer<QNetworkReply>& reply)
 {
     Silence(reply);
     if (reply && reply->isRunning())

@@ -233,7 +233,7 @@ private:
     QNetworkRequest BuildRequest();
     void HoldReply(QNetworkReply* reply);
     void Silence(QNetworkReply* reply);
-    void Release(QPointer<QNetworkReply> reply);
+    void Release(const QPointer<QNetworkReply>& reply);
     void StartInactivityTimer(QNetworkReply* reply);
     QNetworkReply* PostMultiPart(const QNetworkRequest& request,
                                  const IHttpRequestMultiPartData& data);
