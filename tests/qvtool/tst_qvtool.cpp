@@ -108,6 +108,7 @@ private Q_SLOTS:
         row("copy DIR/old DIR/old", 1, "Cannot copy from '");
         row("remove DIR/none", 1, "none': it does not exist");
         row("remove --yes /", 1, "it holds the current directory");
+        row("remove --yes DIR/.", 1, "its name is '.'");
         row("remove DIR", 1, "nothing removed: not confirmed");
         row("get http://127.0.0.1:1/", 1, "qvtool get: http://127.0.0.1:1/: Connection refused");
         row("get http://no-such-host.invalid/", 1, "Host no-such-host.invalid not found (code 3)");

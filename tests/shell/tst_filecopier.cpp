@@ -162,6 +162,15 @@ private Q_SLOTS:
         row("file onto itself, another way", "file", "f", "./dir/../f", 700107, "Cannot copy from");
         row("file onto its hard link", "file", "f", "hard", 700107, "Cannot copy from");
         row("file onto a link to it", "file", "f", "tof", 700107, "Cannot copy from");
+        row("dangling link as a file", "file", "gone", "g", 700107, "Cannot copy from");
+        row("file as a link", "link", "f", "g", 700107, "Cannot copy link from");
+        row("link onto a link on its way", "link", "totof", "tof", 700107, "Cannot copy link from");
+        row("file onto a link on its way", "file", "todir/x", "todir", 700107, "Cannot copy from");
+        row("link with an undecodable target", "link", "bytes", "g", 700107,
+            "Cannot copy link from");
+        row("tree without a name", "tree", "", "d", 700102, "Path '' doesn't exists!");
+        row("file to nowhere", "file", "f", "", 700104, "Cannot create path to ''");
+        row("tree to nowhere", "tree", "dir", "", 700104, "Cannot create path to ''");
         row("link onto itself", "link", "tof", "tof", 700107,
             "3 shell.filecopy CopySymlink: Cannot copy link from 'ROOT/tof' to 'ROOT/tof' -> 'f'.");
         row("link onto its target", "link", "tof", "f", 700107, "Cannot copy link from");
@@ -181,9 +190,13 @@ private Q_SLOTS:
         if (destination.startsWith("readonly") && geteuid() == 0)
             QSKIP("root writes into any directory");
         MakeTree(Path(""), {"f=content", "g=old", "dir/x=1", "fifo|", "pipes/p|", "tofifo->fifo",
-                            "tof->f", "readonly/", "large=" + QString(200000, 'x')});
+                            "tof->f", "totof->tof", "todir->dir", "gone->none", "readonly/",
+                            "large=" + QString(200000, 'x')});
         QVERIFY(link(qPrintable(Path("f")), qPrintable(Path("hard"))) == 0);
+        QVERIFY(symlink("caf\xE9", qPrintable(Path("bytes"))) == 0);
         QFile::setPermissions(Path("readonly"), QFile::ReadOwner | QFile::ExeOwner);
+        const QString from = source.isEmpty() ? source : Path(source);
+        const QString to = destination.isEmpty() ? destination : Path(destination);
         QStringList before = DescribeTree(root_->path());
         const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
         const rlimit small{100000, RLIM_INFINITY};
@@ -192,11 +205,11 @@ private Q_SLOTS:
         const RecordingLogger log;
         FileCopier copier;
         if (kind == "tree")
-            copier.AddDirectory(Path(source), Path(destination));
+            copier.AddDirectory(from, to);
         else if (kind == "link")
-            copier.AddSymlink(Path(source), Path(destination));
+            copier.AddSymlink(from, to);
         else
-            copier.AddFile(Path(source), Path(destination));
+            copier.AddFile(from, to);
         setrlimit(RLIMIT_FSIZE, &small);
         copier.Copy();
         const QString outcome = Outcome(copier);
@@ -241,6 +254,27 @@ private Q_SLOTS:
         QCOMPARE(Outcome(copier), QString("succesed"));
         QCOMPARE(DescribeTree(Path("s")),
                  QStringList({"f=1", "in/", "in/f=1", "in/g=2", "in/in/", "in/in/g=2"}));
+    }
+
+    void destinationOverSources()
+    {
+        MakeTree(Path("s"), {"f=one", "in/f=two"});
+        FileCopier copier;
+        copier.AddDirectory(Path("s"), Path("s/in"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("failed 700107"));
+        const QStringList left = DescribeTree(Path("s"));
+        QVERIFY(left.contains("f=one") && left.contains("in/f=two"));
+    }
+
+    void pathBehindALink()
+    {
+        MakeTree(root_->path(), {"real/sub/", "real/t/a/g=1", "t/a/wrong=2", "lk->real/sub"});
+        FileCopier copier;
+        copier.AddDirectory(Path("lk/../t"), Path("d"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QCOMPARE(DescribeTree(Path("d")), QStringList({"a/", "a/g=1"}));
     }
 
     void itemInBothLists()

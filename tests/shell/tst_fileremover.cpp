@@ -1,3 +1,4 @@
+#include <common/shell/filehelper.h>
 #include <common/shell/fileremover.h>
 
 #include "support/recordinglogger.h"
@@ -125,13 +126,33 @@ private Q_SLOTS:
 
     void treeThatIsALink()
     {
-        MakeTree(root_->path(), {"kept/x=1", "l->kept", "m->kept"});
+        MakeTree(root_->path(), {"kept/x=1", "l->kept", "m->kept", "n->kept", "dir/f="});
         FileRemover remover;
         QSignalSpy progress(&remover, &FileRemover::progress);
         remover.AddDirectory(Path("l"));
+        remover.AddDirectory(Path("n/."));
+        remover.AddDirectory(Path("dir/."));
         QCOMPARE(Remove(remover, {Path("m/")}), QString("succesed"));
         QCOMPARE(DescribeTree(root_->path()), QStringList({"kept/", "kept/x=1"}));
-        QCOMPARE(progress.size(), 2);
+        QCOMPARE(progress.size(), 5);
+    }
+
+    // An unset path must not stand for the current directory, or for the root.
+    void emptyPathIsNothing()
+    {
+        MakeTree(root_->path(), {"kept/x=1"});
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(root_->path()));
+        FileRemover remover;
+        remover.AddDirectory("");
+        remover.AddFile("");
+        remover.Remove();
+        const QString outcome = Outcome(remover);
+        const bool helperResult = common::FileHelper(QString()).Remove();
+        QDir::setCurrent(before);
+        QCOMPARE(outcome, QString("succesed"));
+        QVERIFY(helperResult);
+        QCOMPARE(DescribeTree(root_->path()), QStringList({"kept/", "kept/x=1"}));
     }
 
     void relativePaths()

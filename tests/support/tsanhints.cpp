@@ -31,6 +31,7 @@ bool QThread::wait(QDeadlineTimer deadline)
     static const auto real =
         Next<bool (*)(QThread*, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
     const bool ended = real(this, deadline);
-    __tsan_acquire(this);
+    if (ended)
+        __tsan_acquire(this);
     return ended;
 }

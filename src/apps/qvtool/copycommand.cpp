@@ -17,7 +17,8 @@ void CopyCommand::Declare(QCommandLineParser& parser)
     parser.addPositionalArgument(
         QStringLiteral("SOURCE"),
         QStringLiteral("Files, links and trees. Links stay links and become relative; hidden "
-                       "entries and empty directories below a tree are left out."),
+                       "entries, empty directories, and what cannot be read or named in UTF-8 "
+                       "below a tree are left out."),
         QStringLiteral("SOURCE..."));
     parser.addPositionalArgument(
         QStringLiteral("DESTINATION"),

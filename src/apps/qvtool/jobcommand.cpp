@@ -58,7 +58,8 @@ QString JobCommand::HowFar() const
 {
     if (current_ < total_)
         return QStringLiteral("%1 of %2 items %3").arg(current_).arg(total_).arg(done_);
-    return QStringLiteral("%1 items %2").arg(current_).arg(done_);
+    const auto noun = current_ == 1 ? QStringLiteral("item") : QStringLiteral("items");
+    return QStringLiteral("%1 %2 %3").arg(QString::number(current_), noun, done_);
 }
 
 } // namespace qvtool

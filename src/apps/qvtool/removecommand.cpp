@@ -43,6 +43,7 @@ void RemoveCommand::Declare(QCommandLineParser& parser)
 void RemoveCommand::Configure(Arguments& arguments)
 {
     paths_ = arguments.AllPositionals({QStringLiteral("PATH")});
+    paths_.removeDuplicates();
     confirmed_ = arguments.Has(yesOption);
 }
 
@@ -69,6 +70,9 @@ QString RemoveCommand::Add(const QString& path)
         remover_.AddFile(path);
         return QString();
     }
+    const QString name = QFileInfo(path).fileName();
+    if (name == QLatin1String(".") || name == QLatin1String(".."))
+        return QStringLiteral("its name is '%1'").arg(name);
     if (HoldsCurrentDirectory(path))
         return QStringLiteral("it holds the current directory");
     trees_ << path;

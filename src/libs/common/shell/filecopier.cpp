@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QSet>
 
+#include <algorithm>
 #include <utility>
 
 namespace common {
@@ -44,6 +45,25 @@ void AppendFound(QList<Item>& items, const Item& tree, const QStringList& found)
         const QString below = QDir::separator() + QDir::toNativeSeparators(path);
         items << Item(tree.first + below, tree.second + below);
     }
+}
+
+QString CleanPath(const QString& path)
+{
+    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+}
+
+// The sources that a copy could overwrite: all of them if a tree is copied into itself.
+QSet<QString> SourcesInReach(const QList<Item>& trees, const QList<Item>& items)
+{
+    QSet<QString> sources;
+    const bool inReach = std::any_of(trees.cbegin(), trees.cend(), [](const Item& tree) {
+        return CleanPath(tree.second).startsWith(CleanPath(tree.first) + QLatin1Char('/'));
+    });
+    if (inReach) {
+        for (const Item& item : items)
+            sources << CleanPath(item.first);
+    }
+    return sources;
 }
 
 // A link's target relative to the link. Asked on the absolute path: on a relative one Qt doubles
@@ -124,7 +144,8 @@ void FileCopyTask::Copy()
     abort_.storeRelaxed(0);
     if (thread_) {
         thread_->start(QThread::InheritPriority);
-        return;
+        if (thread_->isRunning() || thread_->isFinished())
+            return;
     }
     const auto text = QStringLiteral("Thread variable is NULL!");
     QVLOG(ERROR) << text;
@@ -181,7 +202,12 @@ int FileCopyTask::Scan()
             return abortedError;
         QStringList files;
         QStringList links;
-        const int code = ScanPath(tree.first, tree.first, files, links);
+        if (tree.second.isEmpty()) {
+            QVLOG(ERROR) << "Cannot create path to ''";
+            return createDirectoryError;
+        }
+        const QString root = RealPath(tree.first);
+        const int code = ScanPath(root, root, files, links);
         if (code != 0) {
             QVLOG(ERROR) << "Scanning directory '" << tree.first << "' failed with error '" << code
                          << "'!";
@@ -198,7 +224,7 @@ int FileCopyTask::ScanPath(const QString& root, const QString& path, QStringList
                            QStringList& links)
 {
     const QDir directory(path);
-    if (!directory.exists()) {
+    if (path.isEmpty() || !directory.exists()) { // an empty QDir is the current directory
         QVLOG(WARN) << "Path '" << path << "' doesn't exists!";
         return noDirectoryError;
     }
@@ -229,12 +255,15 @@ int FileCopyTask::CopyAll()
     // A link that was added as a file, too, is copied as a file both times.
     const QSet<Item> alsoFiles =
         symlinks_.isEmpty() ? QSet<Item>() : QSet<Item>(files_.cbegin(), files_.cend());
+    const QSet<QString> sourcesInReach = SourcesInReach(directories_, items);
     for (int i = 0; i < items.size(); ++i) {
         if (IsAborted(__func__))
             return abortedError;
         const auto& [source, destination] = items[i];
         const bool isFile = i < files_.size() || alsoFiles.contains(items[i]);
-        const int code = isFile ? CopyFile(source, destination) : CopySymlink(source, destination);
+        int code = copyError;
+        if (sourcesInReach.isEmpty() || !sourcesInReach.contains(CleanPath(destination)))
+            code = isFile ? CopyFile(source, destination) : CopySymlink(source, destination);
         if (code != 0) {
             QVLOG(ERROR) << "Copying from '" << source << "' to '" << destination
                          << "' failed with error '" << code << "'!";
@@ -247,8 +276,9 @@ int FileCopyTask::CopyAll()
 
 int FileCopyTask::CopyFile(const QString& source, const QString& destination)
 {
-    // Neither may get as far as removing the destination or opening the source.
-    if (!IsSpecialFile(source) && !IsSameFile(source, destination)) {
+    // None of these may get as far as removing the destination or opening the source.
+    if (!IsUnreadableOrSpecial(source) && !IsSameFile(source, destination) &&
+        !IsLinkInPath(source, destination)) {
         const int code = BeforeCopy(source, destination);
         if (code != 0)
             return code;
@@ -266,7 +296,10 @@ int FileCopyTask::CopyFile(const QString& source, const QString& destination)
 int FileCopyTask::CopySymlink(const QString& source, const QString& destination)
 {
     const QString target = RelativeTarget(source);
-    if (!IsLinkItselfOrItsTarget(source, destination)) {
+    const QFileInfo info(source);
+    const bool missing = !info.isSymLink() && !info.exists(); // BeforeCopy tells
+    const bool copyable = missing || IsCopyableLink(source);
+    if (copyable && !IsOnTheWayOfLink(source, destination) && !IsLinkInPath(source, destination)) {
         const int code = BeforeCopy(source, destination);
         if (code != 0)
             return code;
@@ -290,6 +323,10 @@ int FileCopyTask::BeforeCopy(const QString& source, const QString& destination)
     }
 
     const QFileInfo destinationInfo(destination);
+    if (destination.isEmpty()) {
+        QVLOG(ERROR) << "Cannot create path to ''";
+        return createDirectoryError;
+    }
     QDir directory(destinationInfo.absolutePath());
     if (!directory.exists() && !FileCommands::CreateDirectory(directory, directory.path())) {
         QVLOG(ERROR) << "Cannot create path to '" << destination << '\'';

@@ -39,20 +39,23 @@ class JobRelay;
  * What is copied:
  * - Links are copied as links and become relative, so that a copied tree is self-contained.
  * - Hidden entries, empty directories, names that are not valid UTF-8, and what lies in a directory
- *   that cannot be read are left out, without an error.
- * - Anything but a regular file (a FIFO, a socket, a device, a directory added as a file) is never
- *   opened: it fails with 700107.
- * - A file is never copied onto itself, not by way of a link either: it fails with 700107, and
- *   nothing is removed.
+ *   that cannot be read or whose path is too long are left out, without an error.
+ * - Anything but a regular file that can be read (a FIFO, a socket, a device, a directory added as a
+ *   file) is never opened: it fails with 700107. So does a link whose target is not valid UTF-8.
+ * - A file or link is never copied onto itself or onto anything that it leads to or through: it
+ *   fails with 700107, and nothing is removed.
  * - An existing directory is not replaced by a file: it fails with 700106.
  * - The scan is over before anything is copied, so a destination inside its source is filled with
- *   what was there at first.
+ *   what was there at first. An item that would replace another item's source fails with 700107.
+ * - An empty path is no directory: as a source it fails with 700102 or 700103, as a destination
+ *   with 700104.
  * - A destination that is replaced is removed before the copy is made. If the copy then fails (on
  *   a full disk, say), the old one is gone.
  *
  * Codes of failed(): 700102 a directory to scan does not exist, 700103 a source file does not
  * exist, 700104 the destination's directory could not be created, 700105 aborted, 700106 an
- * existing destination could not be removed, 700107 the file or link could not be copied.
+ * existing destination could not be removed, 700107 the file or link could not be copied, 700108
+ * no thread could be started.
  *
  * The copier lives on a thread with an event loop. It may be deleted at any time outside its own
  * handlers (within them: deleteLater()); that aborts a running job and waits for the item in work.

@@ -42,7 +42,7 @@ void FileHelper::Scan()
 void FileHelper::ScanPath(const QString& path)
 {
     const QDir directory(path);
-    if (!directory.exists())
+    if (path.isEmpty() || !directory.exists()) // an empty QDir is the current directory
         return;
     const QFileInfoList entries = directory.entryInfoList(
         nameFilters_, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot, QDir::NoSort);

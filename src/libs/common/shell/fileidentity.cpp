@@ -4,15 +4,20 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <filesystem>
 #include <optional>
+#include <system_error>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace common {
 
 namespace {
 
 using Status = struct stat;
+
+constexpr int maxHops = 40; // what Linux follows
 
 std::optional<Status> Read(int (*call)(const char*, Status*), const QString& path)
 {
@@ -34,16 +39,43 @@ bool IsSameFile(const QString& first, const QString& second)
     return Same(Read(stat, first), Read(stat, second));
 }
 
-bool IsLinkItselfOrItsTarget(const QString& link, const QString& destination)
+bool IsOnTheWayOfLink(const QString& link, const QString& destination)
 {
     const auto place = Read(lstat, destination);
-    return Same(Read(lstat, link), place) || Same(Read(stat, link), place);
+    QFileInfo hop(QFileInfo(link).absoluteFilePath());
+    for (int hops = 0; hops < maxHops && place; ++hops) {
+        if (Same(Read(lstat, hop.filePath()), place))
+            return true;
+        if (!hop.isSymLink())
+            return false;
+        hop.setFile(hop.symLinkTarget());
+    }
+    return false;
 }
 
-bool IsSpecialFile(const QString& path)
+bool IsLinkInPath(const QString& source, const QString& destination)
 {
+    const QString inside =
+        QDir::cleanPath(QFileInfo(destination).absoluteFilePath()) + QLatin1Char('/');
+    return IsLink(destination) &&
+           QDir::cleanPath(QFileInfo(source).absoluteFilePath()).startsWith(inside);
+}
+
+bool IsUnreadableOrSpecial(const QString& path)
+{
+    if (!Read(lstat, path))
+        return false;
     const auto status = Read(stat, path);
-    return status && !S_ISREG(status->st_mode);
+    return !status || !S_ISREG(status->st_mode) ||
+           access(QFile::encodeName(path).constData(), R_OK) != 0;
+}
+
+bool IsCopyableLink(const QString& path)
+{
+    std::error_code error;
+    const auto target = std::filesystem::read_symlink(QFile::encodeName(path).constData(), error);
+    const QByteArray bytes = QByteArray::fromStdString(target.string());
+    return !error && QFile::encodeName(QFile::decodeName(bytes)) == bytes;
 }
 
 bool IsLink(const QString& path)
@@ -51,11 +83,24 @@ bool IsLink(const QString& path)
     return QFileInfo(WithoutTrailingSeparators(path)).isSymLink();
 }
 
+QString RealPath(const QString& tree)
+{
+    const QString real = tree.isEmpty() ? QString() : QFileInfo(tree).canonicalFilePath();
+    return real.isEmpty() ? tree : real;
+}
+
 QString WithoutTrailingSeparators(const QString& path)
 {
+    const QString separator = QDir::separator();
     QString trimmed = path;
-    while (trimmed.size() > 1 && trimmed.endsWith(QDir::separator()))
-        trimmed.chop(1);
+    while (trimmed.size() > 1) {
+        if (trimmed.endsWith(separator))
+            trimmed.chop(1);
+        else if (trimmed.size() > 2 && trimmed.endsWith(separator + QLatin1Char('.')))
+            trimmed.chop(2);
+        else
+            break;
+    }
     return trimmed;
 }
 

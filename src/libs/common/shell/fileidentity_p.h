@@ -7,16 +7,28 @@ namespace common {
 /** Whether both paths lead, through links, to the same existing file. */
 bool IsSameFile(const QString& first, const QString& second);
 
-/** Whether making a link at @p destination like the one at @p link would destroy what it copies. */
-bool IsLinkItselfOrItsTarget(const QString& link, const QString& destination);
+/** Whether @p destination is the link itself, or anything that it leads to or through. */
+bool IsOnTheWayOfLink(const QString& link, const QString& destination);
 
-/** Whether the path leads, through links, to something that exists and is no regular file. */
-bool IsSpecialFile(const QString& path);
+/** Whether @p destination is a link that the path @p source goes through. */
+bool IsLinkInPath(const QString& source, const QString& destination);
 
-/** Whether the path is a link; a separator at its end does not hide it. */
+/** Whether there is something at the path, but no regular file that can be read. */
+bool IsUnreadableOrSpecial(const QString& path);
+
+/** Whether the path is a link whose target can be told in a QString without loss. */
+bool IsCopyableLink(const QString& path);
+
+/** Whether the path is a link; a separator, or one and a dot, at its end do not hide it. */
 bool IsLink(const QString& path);
 
-/** The path without separators at its end. */
+/**
+ * Where the tree really lies, or the path itself if nothing is there. Below a path Qt cleans by
+ * text, which misleads behind "link/..".
+ */
+QString RealPath(const QString& tree);
+
+/** The path without separators at its end, also such that are followed by a single dot. */
 QString WithoutTrailingSeparators(const QString& path);
 
 } // namespace common

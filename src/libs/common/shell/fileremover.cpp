@@ -96,7 +96,8 @@ void FileRemoveTask::Remove()
     abort_.storeRelaxed(0);
     if (thread_) {
         thread_->start(QThread::InheritPriority);
-        return;
+        if (thread_->isRunning() || thread_->isFinished())
+            return;
     }
     const auto text = QStringLiteral("Thread variable is NULL!");
     QVLOG(ERROR) << text;
@@ -157,7 +158,8 @@ int FileRemoveTask::Scan()
             continue; // removed as a link: what it points to is not ours
         QStringList files;
         QStringList directories;
-        const int code = ScanPath(tree, tree, files, directories);
+        const QString root = RealPath(tree);
+        const int code = ScanPath(root, root, files, directories);
         if (code != 0) {
             QVLOG(ERROR) << "Scanning directory '" << tree << "' failed with error '" << code
                          << "'!";
@@ -177,7 +179,7 @@ int FileRemoveTask::ScanPath(const QString& root, const QString& path, QStringLi
                              QStringList& directories)
 {
     const QDir directory(path);
-    if (!directory.exists()) {
+    if (path.isEmpty() || !directory.exists()) { // an empty QDir is the current directory
         QVLOG(WARN) << "Path '" << path << "' doesn't exists!";
         return 0;
     }
@@ -251,12 +253,12 @@ int FileRemoveTask::RemoveDirectory(const QString& path)
 {
     if (IsLink(path))
         return RemoveFile(WithoutTrailingSeparators(path));
-    if (!QDir(path).exists()) {
+    if (path.isEmpty() || !QDir(path).exists()) {
         QVLOG(WARN) << "Directory '" << path << "' doesn't exist!";
         return 0;
     }
     QDir directory = QDir::current(); // a relative path is relative to this one, not to itself
-    if (FileCommands::RemoveDirectory(directory, path)) {
+    if (FileCommands::RemoveDirectory(directory, WithoutTrailingSeparators(path))) {
         QVLOG(DEBUG) << "Successfully removed directory '" << path << '\'';
         return 0;
     }

@@ -33,13 +33,13 @@ class JobRelay;
  * ends with exactly one of succesed() and failed(), delivered through the event loop of the
  * remover's thread.
  *
- * - What does not exist counts as removed.
- * - Links are removed as links and never followed; a tree that is itself a link, too.
+ * - What does not exist counts as removed; an empty path names nothing.
+ * - Links are removed as links and never followed; a tree that is itself a link of any kind, too.
  * - Hidden entries and names that are not valid UTF-8 are not removed, nor is what lies in a
  *   directory that cannot be read. The directory that holds such an entry fails with 700203.
  *
  * Codes of failed(): 700202 aborted, 700203 a directory could not be removed, 700204 a file could
- * not be removed.
+ * not be removed, 700205 no thread could be started.
  *
  * The remover lives on a thread with an event loop. It may be deleted at any time outside its own
  * handlers (within them: deleteLater()); that aborts a running job and waits for the entry in work.
