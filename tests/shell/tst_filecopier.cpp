@@ -1,5 +1,6 @@
 #include <common/shell/filecopier.h>
 
+#include "support/joboutcome.h"
 #include "support/recordinglogger.h"
 #include "support/tree.h"
 
@@ -21,23 +22,7 @@ class TestFileCopier : public QObject
     Q_OBJECT
 
 private:
-    // Waits for the end of the job: "succesed", or "failed CODE"; with anything odd appended.
-    static QString Outcome(FileCopier& copier)
-    {
-        QSignalSpy succesed(&copier, &FileCopier::succesed);
-        QSignalSpy failed(&copier, &FileCopier::failed);
-        [&] {
-            QTRY_VERIFY(succesed.size() + failed.size() > 0);
-        }();
-        QTest::qWait(5);
-        if (succesed.size() + failed.size() != 1)
-            return "more than one final signal";
-        if (!succesed.isEmpty())
-            return "succesed";
-        const QString code = failed[0][0].toString();
-        const QString text = "Copying failed with error '" + code + "'!";
-        return "failed " + code + (failed[0][1] == text ? "" : " with the wrong text");
-    }
+    static QString Outcome(FileCopier& copier) { return JobOutcome(copier, "Copying"); }
 
     QString Path(const QString& name) const { return root_->filePath(name); }
 

@@ -1,6 +1,7 @@
 #include <common/shell/filehelper.h>
 #include <common/shell/fileremover.h>
 
+#include "support/joboutcome.h"
 #include "support/recordinglogger.h"
 #include "support/tree.h"
 
@@ -33,22 +34,7 @@ private:
         return Outcome(remover);
     }
 
-    static QString Outcome(FileRemover& remover)
-    {
-        QSignalSpy succesed(&remover, &FileRemover::succesed);
-        QSignalSpy failed(&remover, &FileRemover::failed);
-        [&] {
-            QTRY_VERIFY(succesed.size() + failed.size() > 0);
-        }();
-        QTest::qWait(5);
-        if (succesed.size() + failed.size() != 1)
-            return "more than one final signal";
-        if (!succesed.isEmpty())
-            return "succesed";
-        const QString code = failed[0][0].toString();
-        const QString text = "Removing failed with error '" + code + "'!";
-        return "failed " + code + (failed[0][1] == text ? "" : " with the wrong text");
-    }
+    static QString Outcome(FileRemover& remover) { return JobOutcome(remover, "Removing"); }
 
     std::unique_ptr<QTemporaryDir> root_;
 
