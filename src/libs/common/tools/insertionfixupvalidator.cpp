@@ -1,0 +1,41 @@
+#include "common/tools/insertionfixupvalidator.h"
+
+#include <algorithm>
+
+namespace tools {
+
+CInsertionFixupValidator::CInsertionFixupValidator(QObject* parent) : QRegExpValidator(parent)
+{
+}
+
+CInsertionFixupValidator::CInsertionFixupValidator(QRegExp const& regExp, QObject* parent)
+    : QRegExpValidator(regExp, parent)
+{
+}
+
+CInsertionFixupValidator::~CInsertionFixupValidator() = default;
+
+void CInsertionFixupValidator::fixup(QString& input) const
+{
+    const QRegExp pattern = regExp();
+    if (!pattern.isValid())
+        return;
+    while (!input.isEmpty()) {
+        pattern.exactMatch(input);
+        const int matched = pattern.matchedLength();
+        if (matched == input.size())
+            return;
+        input.remove(matched, 1);
+    }
+}
+
+QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) const
+{
+    const QString behindCursor = input.mid(pos);
+    fixup(input);
+    const bool undisturbed = input.endsWith(behindCursor);
+    pos = undisturbed ? input.size() - behindCursor.size() : std::min(pos, input.size());
+    return QRegExpValidator::validate(input, pos);
+}
+
+} // namespace tools

@@ -1,0 +1,78 @@
+#include <common/tools/insertionfixupvalidator.h>
+
+#include <QLineEdit>
+#include <QtTest>
+
+using tools::CInsertionFixupValidator;
+
+class TestValidator : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void fixup_data()
+    {
+        QTest::addColumn<QString>("pattern");
+        QTest::addColumn<QString>("text"); // the cursor is at "|"
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<int>("state");
+        const auto row = [](const char* name, const char* pattern, const char* text,
+                            const char* expected, QValidator::State state) {
+            QTest::newRow(name) << pattern << text << expected << int(state);
+        };
+        row("mixed paste", "[0-9]*", "12a3b4|", "1234|", QValidator::Acceptable);
+        row("all wrong", "[0-9]+", "abc|", "|", QValidator::Intermediate);
+        row("fits", "[0-9]*", "1|23", "1|23", QValidator::Acceptable);
+        row("beginning of a match", "[0-9]{3}-[0-9]{2}", "123|", "123|", QValidator::Intermediate);
+        row("too long", "[0-9]{3}", "123|45", "123|", QValidator::Acceptable);
+        row("typed amid others", "[0-9]*", "12x|34", "12|34", QValidator::Acceptable);
+        row("wrong behind the cursor", "[0-9]*", "xy|1z2", "12|", QValidator::Acceptable);
+        row("empty", "[0-9]+", "|", "|", QValidator::Intermediate);
+        row("broken pattern", "[0-9", "a|b", "a|b", QValidator::Invalid);
+    }
+
+    void fixup()
+    {
+        QFETCH(QString, pattern);
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QFETCH(int, state);
+        int pos = text.indexOf('|');
+        text.remove('|');
+        const CInsertionFixupValidator validator(QRegExp(pattern), nullptr);
+        const int result = validator.validate(text, pos);
+        QVERIFY(pos <= text.size());
+        if (state != QValidator::Invalid) // for which the base class moves the cursor
+            QCOMPARE(text.insert(pos, '|'), expected);
+        QCOMPARE(result, state);
+    }
+
+    void furtherFixupIsUsed()
+    {
+        struct Upper : CInsertionFixupValidator
+        {
+            using CInsertionFixupValidator::CInsertionFixupValidator;
+            void fixup(QString& input) const override { input = input.toUpper(); }
+        };
+        const Upper validator(QRegExp("[A-Z]*"), nullptr);
+        QString text = "abc";
+        int pos = 3;
+        QCOMPARE(validator.validate(text, pos), QValidator::Acceptable);
+        QCOMPARE(text, "ABC");
+    }
+
+    void lineEditKeepsAllowedRest()
+    {
+        QLineEdit edit;
+        edit.setValidator(new CInsertionFixupValidator(QRegExp("[0-9]*"), &edit));
+        edit.insert("+7 (495) 555");
+        QCOMPARE(edit.text(), "7495555");
+        edit.setCursorPosition(1);
+        QTest::keyClicks(&edit, "x9y");
+        QCOMPARE(edit.text(), "79495555");
+        QCOMPARE(edit.cursorPosition(), 2);
+    }
+};
+
+QTEST_MAIN(TestValidator)
+#include "tst_validator.moc"
