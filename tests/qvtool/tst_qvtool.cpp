@@ -74,6 +74,7 @@ private Q_SLOTS:
         Write("list.json", "[1]");
         Write("broken.json", "{\"a\":");
         Write("old", "precious");
+        Write("long", QByteArray(33, 'k'));
     }
 
     void failures_data()
@@ -102,6 +103,12 @@ private Q_SLOTS:
         row("download --md5 12xy URL/ok DIR/f", 2, "--md5 takes 32 hexadecimal digits");
         row("copy DIR/old", 2, "qvtool copy: DESTINATION is missing");
         row("remove", 2, "qvtool remove: PATH is missing");
+        row("compare 1.0", 2, "qvtool compare: VERSION is missing");
+        row("compare 1.0 1.0b", 2, "qvtool compare: '1.0b' is no version");
+        row("compare 1.0 4294967296", 2, "'4294967296' is no version");
+        row("encrypt --key-file DIR", 1, "': it is not a regular file");
+        row("encrypt --key-file /dev/null", 1, "not a regular file");
+        row("decrypt --key-file DIR/long", 1, "has 33 bytes, not 1 to 32");
         row("copy DIR/none DIR/old", 1, "none': it does not exist");
         row("copy DIR/old DIR/list.json DIR/old/in", 1, "Cannot create path to '");
         row("copy DIR/old DIR/./old DIR/new/", 1, "has the same destination");
@@ -146,7 +153,8 @@ private Q_SLOTS:
     void help_data()
     {
         QTest::addColumn<QString>("command");
-        for (const char* command : {"", "get", "post", "download", "copy", "remove", "demo"})
+        for (const char* command : {"", "get", "post", "download", "copy", "remove", "parse",
+                                    "encrypt", "decrypt", "compare", "demo"})
             QTest::newRow(command) << command;
     }
 
@@ -283,11 +291,64 @@ private Q_SLOTS:
         QCOMPARE(Leftovers(), QStringList());
     }
 
+    void parse()
+    {
+        const Result table = Run({"parse", "\"Zoë\" <sip:Zoe@Example.com:5060>", "a\033"});
+        QCOMPARE(table.code, 0);
+        for (const char* line :
+             {"kind              2 (SIP address)", "user              Zoe",
+              "host              Example.com", "port              5060", "display name      Zoë",
+              "number            Zoe@example.com:5060",
+              "check code        2 (forbidden characters)", "user              a\\x1b"})
+            QVERIFY2(table.out.split('\n').contains(line), line);
+
+        const Result json = Run({"parse", "--json"}, "skype:X\r\n+123,,4 5");
+        const QStringList lines = json.out.split('\n');
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines[0],
+                 R"({"address":true,"check":3,"contactNumber":"x@skype.com","displayName":"",)"
+                 R"("host":"skype.com","kind":3,"number":"skype: x@skype.com","port":"",)"
+                 R"("postDial":"","text":"skype:X","uri":"x@skype.com","user":"X"})");
+        QVERIFY(lines[1].contains("\"contactNumber\":\"123,45\""));
+        QVERIFY(lines[1].contains("\"postDial\":\",,45\""));
+    }
+
+    void encryptAndDecrypt()
+    {
+        Write("key", "key\n");
+        const QStringList withKey = {"--key-file", "DIR/key"};
+        QCOMPARE(Run(QStringList("encrypt") + withKey, "secret").out, "O3uX6IaI38D+oHmVP+JedQ==\n");
+        for (const QStringList& key : {withKey, QStringList()}) {
+            for (const char* text : {"two\nlines, grüß dich\n", "exactly 16 bytes\n", "\n"}) {
+                const Result encrypted = Run(QStringList("encrypt") + key, text);
+                QCOMPARE(Run(QStringList("decrypt") + key, encrypted.out.toUtf8()).out, text);
+            }
+        }
+        const QPair<const char*, const char*> failures[] = {
+            {"encrypt", "\xFF"},
+            {"decrypt", "no Base64!"},
+            {"decrypt", "QUJD"},
+            {"decrypt", "O3uX6IaI38D+oHmVP+JedQ=="}, // of another key
+        };
+        for (const auto& [command, input] : failures) {
+            const Result result = Run({command}, input);
+            QCOMPARE(result.code, 1);
+            QVERIFY(result.out.isEmpty() && !result.err.isEmpty());
+        }
+    }
+
+    void compare()
+    {
+        QCOMPARE(Run({"compare", "1.9", "1-10"}).out, "1.9.0.0 < 1.10.0.0\n");
+        QCOMPARE(Run({"compare", "2", "1.9.9"}).out, "2.0.0.0 > 1.9.9.0\n");
+        QCOMPARE(Run({"compare", "2", "2.0"}).out, "2.0.0.0 = 2.0.0.0\n");
+    }
+
     void demo()
     {
         const Result result = Run({"demo"});
         QVERIFY2(result.code == 0, qPrintable(result.out + result.err));
-        QVERIFY(result.out.contains("All 7 steps ended as they should"));
+        QVERIFY(result.out.contains("All 9 steps ended as they should"));
     }
 };
 

@@ -1,5 +1,6 @@
 #include "command.h"
 
+#include "input.h"
 #include "interrupt.h"
 #include "text.h"
 
@@ -111,10 +112,27 @@ void Command::Finish(ExitCode code)
     code_ = code;
 }
 
+void Command::FinishWritten(bool written)
+{
+    if (written)
+        Finish(Success);
+    else
+        Fail(QStringLiteral("cannot write to standard output"));
+}
+
 void Command::Fail(const QString& message)
 {
     PrintError(message);
     Finish(JobFailed);
+}
+
+Input* Command::ReadInput()
+{
+    auto* input = new Input(this);
+    connect(input, &Input::failed, this, [this](const QString& reason) {
+        Fail(QStringLiteral("cannot read standard input: ") + reason);
+    });
+    return input;
 }
 
 void Command::PrintError(const QString& message)

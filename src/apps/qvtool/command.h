@@ -11,6 +11,8 @@
 
 namespace qvtool {
 
+class Input;
+
 enum ExitCode { Success = 0, JobFailed = 1, WrongUsage = 2 };
 
 /** One command of the tool: reads its arguments, runs in the event loop, ends with an exit code. */
@@ -39,9 +41,13 @@ protected:
     virtual QString Stop() = 0;
 
     void Finish(ExitCode code);
+    /** Finishes with success, or, if the result could not be written, says so. */
+    void FinishWritten(bool written);
     /** Says what went wrong in one line and finishes. */
     void Fail(const QString& message);
     void PrintError(const QString& message);
+    /** Begins to read standard input; that it cannot be read ends the command. */
+    Input* ReadInput();
 
     ToolLogger& Log() const { return log_; }
 

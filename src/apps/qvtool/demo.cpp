@@ -2,11 +2,13 @@
 
 #include "text.h"
 
+#include <common/contact/contactcontext.h>
 #include <common/http/filedownload.h>
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
+#include <common/tools/cipher/aes.h>
 #include <common/tools/string/converter.h>
 
 #include <QDir>
@@ -77,6 +79,8 @@ void Demo::Start()
         {"A connection that breaks", &Demo::SurviveDroppedConnection},
         {"A verified download, damaged at the first try", &Demo::DownloadVerified},
         {"A tree copied with its links, and removed again", &Demo::CopyAndRemove},
+        {"What people type becomes a number to dial", &Demo::ParseAddresses},
+        {"A secret that reads back under its name only", &Demo::StoreSecret},
     };
     QElapsedTimer clock;
     clock.start();
@@ -90,10 +94,7 @@ void Demo::Start()
     Tell(QStringLiteral("All %1 steps ended as they should, in %2 s.")
              .arg(number)
              .arg(clock.elapsed() / 1000.0, 0, 'f', 1));
-    if (told_)
-        Finish(Success);
-    else
-        Fail(QStringLiteral("cannot write to standard output"));
+    FinishWritten(told_);
 }
 
 bool Demo::RunStep(int number, const Step& step)
@@ -304,6 +305,43 @@ bool Demo::CopyAndRemove()
     remover.AddDirectory(copy.path());
     return AwaitJob(remover, &common::FileRemover::Remove) && intact && !source.exists() &&
            !copy.exists();
+}
+
+bool Demo::ParseAddresses()
+{
+    using common::contact::number::INumberContext;
+    struct Example
+    {
+        const char* text;
+        int kind;
+        const char* number;
+    };
+    const Example examples[] = {
+        {" +74955550123,,1 2 3# ", INumberContext::PhoneNumber, "74955550123,123#"},
+        {"\"Zoë\" <sip:zoe@Example.COM:5060;lr>", INumberContext::SipAddress,
+         "zoe@example.com:5060"},
+        {"skype:Echo123", INumberContext::SkypeName, "skype: echo123@skype.com"},
+    };
+    bool right = true;
+    for (const Example& example : examples) {
+        const QString text = QString::fromUtf8(example.text);
+        const auto contact = common::contact::CreateInstance(text, QString());
+        Say(QStringLiteral("'%1' is of kind %2: %3")
+                .arg(text, QString::number(contact->Type()), contact->Number()));
+        right = right && contact->Type() == example.kind &&
+                contact->Number() == QLatin1String(example.number);
+    }
+    return right;
+}
+
+bool Demo::StoreSecret()
+{
+    using tools::cipher::AES;
+    const QString secret = QStringLiteral("pässword");
+    const QString stored = AES::encryptPair(QStringLiteral("mail"), secret);
+    Say(QStringLiteral("stored as %1").arg(stored));
+    return AES::decryptPair(QStringLiteral("mail"), stored) == secret &&
+           AES::decryptPair(QStringLiteral("chat"), stored).isNull();
 }
 
 } // namespace qvtool

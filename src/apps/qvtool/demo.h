@@ -50,6 +50,8 @@ private:
     bool SurviveDroppedConnection();
     bool DownloadVerified();
     bool CopyAndRemove();
+    bool ParseAddresses();
+    bool StoreSecret();
 
     common::http::IHttpRequest* NewRequest(const QString& path);
     Outcome Await(common::http::IHttpRequest* request,

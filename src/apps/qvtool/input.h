@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QObject>
+#include <QString>
 
 namespace qvtool {
 
@@ -18,9 +19,17 @@ Q_SIGNALS:
     void line(const QByteArray& all);
     /** The input has ended; all that was read. The last signal. */
     void ended(const QByteArray& all);
+    /** The input cannot be read. The last signal. */
+    void failed(const QString& reason);
 
 private:
     QByteArray all_;
 };
+
+/** The content of a regular file; with @p error set, if it cannot be read. */
+QByteArray ReadFile(const QString& path, QString& error);
+
+/** Without one line end that closes the text. */
+QByteArray WithoutLineEnd(QByteArray text);
 
 } // namespace qvtool

@@ -1,7 +1,10 @@
+#include "ciphercommand.h"
 #include "command.h"
+#include "comparecommand.h"
 #include "copycommand.h"
 #include "demo.h"
 #include "downloadcommand.h"
+#include "parsecommand.h"
 #include "progress.h"
 #include "removecommand.h"
 #include "requestcommand.h"
@@ -74,6 +77,10 @@ int main(int argc, char* argv[])
     commands.push_back(std::make_unique<qvtool::PostCommand>(log));
     commands.push_back(std::make_unique<qvtool::CopyCommand>(log));
     commands.push_back(std::make_unique<qvtool::RemoveCommand>(log));
+    commands.push_back(std::make_unique<qvtool::ParseCommand>(log));
+    commands.push_back(std::make_unique<qvtool::EncryptCommand>(log));
+    commands.push_back(std::make_unique<qvtool::DecryptCommand>(log));
+    commands.push_back(std::make_unique<qvtool::CompareCommand>(log));
     commands.push_back(std::make_unique<qvtool::Demo>(log));
     return Run(commands, QCoreApplication::arguments().mid(1));
 }

@@ -84,7 +84,7 @@ void RemoveCommand::Ask()
 {
     Print(stderr, QStringLiteral("Remove '%1' and all that is in there? [y/N] ")
                       .arg(trees_.join(QStringLiteral("', '"))));
-    auto* input = new Input(this);
+    Input* input = ReadInput();
     const auto decide = [this, input](const QByteArray& answer) {
         input->deleteLater();
         disconnect(input, nullptr, this, nullptr);

@@ -6,7 +6,6 @@
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
 
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -116,10 +115,8 @@ void RequestCommand::OnFinished(const QByteArray& body)
                                .toString();
     if (!target.isEmpty())
         Fail(QStringLiteral("%1: redirected to %2").arg(Address(), target));
-    else if (!PrintBytes(stdout, body))
-        Fail(QStringLiteral("cannot write to standard output"));
     else
-        Finish(Success);
+        FinishWritten(PrintBytes(stdout, body));
 }
 
 void RequestCommand::OnError(int code, const QString& message, const QByteArray& body)
@@ -220,17 +217,15 @@ void PostCommand::Start()
     if (jsonFile_.isNull())
         return RequestCommand::Start();
     if (jsonFile_ == QLatin1String("-")) {
-        connect(new Input(this), &Input::ended, this, &PostCommand::SendJson);
+        connect(ReadInput(), &Input::ended, this, &PostCommand::SendJson);
         return;
     }
-    const QFileInfo info(jsonFile_);
-    QFile file(jsonFile_);
-    if (info.exists() && !info.isFile())
-        Fail(QStringLiteral("cannot read '%1': it is not a regular file").arg(jsonFile_));
-    else if (!file.open(QIODevice::ReadOnly))
-        Fail(QStringLiteral("cannot read '%1': %2").arg(jsonFile_, file.errorString()));
+    QString error;
+    const QByteArray text = ReadFile(jsonFile_, error);
+    if (error.isEmpty())
+        SendJson(text);
     else
-        SendJson(file.readAll());
+        Fail(error);
 }
 
 void PostCommand::SendJson(const QByteArray& text)

@@ -9,6 +9,9 @@ namespace qvtool {
 /** A size for people: "14.2 MiB". */
 QString HumanSize(qint64 bytes);
 
+/** The text on one line: control characters as "\\x1b". */
+QString Visible(const QString& text);
+
 /** Name and version of the tool. */
 QString VersionText();
 

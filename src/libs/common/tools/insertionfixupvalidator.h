@@ -22,7 +22,7 @@ namespace tools {
  *
  * One character is removed a round, and each round matches the text from its start, so the time
  * grows with the length of the text times the number of characters removed: pasting 10,000
- * characters, half of which go, takes about 0.4 s. A QLineEdit takes 32,767 at most, and ten times
+ * characters, half of which go, takes about 0.3 s. A QLineEdit takes 32,767 at most, and ten times
  * as long for that many. Set QLineEdit::setMaxLength() where a field is short.
  */
 class QVCOMMON_EXPORT CInsertionFixupValidator : public QRegExpValidator

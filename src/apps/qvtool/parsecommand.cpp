@@ -1,0 +1,156 @@
+#include "parsecommand.h"
+
+#include "input.h"
+#include "text.h"
+
+#include <common/contact/numbercontext.h>
+#include <common/tools/sip/sipid.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace qvtool {
+
+using tools::sip::SipId;
+
+namespace {
+
+const auto jsonOption = QStringLiteral("json");
+
+const char* const kinds[] = {"account of the service", "telephone number", "SIP address",
+                             "Skype name"};
+const char* const checks[] = {"an identifier of the service", "no domain, or another one",
+                              "forbidden characters", "empty or wrongly formed"};
+
+struct Field
+{
+    const char* key;
+    const char* label;
+    QJsonValue value;
+    const char* meaning = nullptr;
+};
+
+QList<Field> Describe(const QString& text)
+{
+    QString user;
+    QString host;
+    QString displayName;
+    QString postDial;
+    QString port;
+    const bool address = SipId::ParseURIEx(text, user, host, displayName, postDial, port);
+    const auto number = common::contact::number::CreateInstance(text);
+    const int check = SipId::Check(text);
+    return {{"text", "text", text},
+            {"address", "address", address},
+            {"kind", "kind", number->Type(), kinds[number->Type()]},
+            {"user", "user", user},
+            {"host", "host", host},
+            {"port", "port", port},
+            {"postDial", "post-dial digits", postDial},
+            {"displayName", "display name", displayName},
+            {"contactNumber", "contact number", number->ContactNumber()},
+            {"number", "number", number->Number()},
+            {"uri", "URI", number->URI()},
+            {"check", "check code", check, checks[check]}};
+}
+
+QString Json(const QList<Field>& fields)
+{
+    QJsonObject object;
+    for (const Field& field : fields)
+        object.insert(QLatin1String(field.key), field.value);
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+QString TableValue(const Field& field)
+{
+    if (field.value.isBool())
+        return field.value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
+    if (field.meaning)
+        return QStringLiteral("%1 (%2)").arg(field.value.toInt()).arg(QLatin1String(field.meaning));
+    return Visible(field.value.toString());
+}
+
+QString Table(const QList<Field>& fields)
+{
+    constexpr int labelWidth = 18;
+    QStringList lines;
+    for (const Field& field : fields) {
+        const QString value = TableValue(field);
+        const QString label = QLatin1String(field.label);
+        lines << (value.isEmpty() ? label : label.leftJustified(labelWidth) + value);
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+} // namespace
+
+ParseCommand::ParseCommand(ToolLogger& log)
+    : Command(QStringLiteral("parse"),
+              QStringLiteral("Split and classify SIP addresses, Skype names and numbers."), log)
+{
+}
+
+void ParseCommand::Declare(QCommandLineParser& parser)
+{
+    parser.addPositionalArgument(
+        QStringLiteral("TEXT"),
+        QStringLiteral("What a user would type or paste; without any, each line of standard input "
+                       "is one. (A text that begins with '-' goes behind '--'.)"),
+        QStringLiteral("[TEXT...]"));
+    parser.addOption({jsonOption, QStringLiteral("Print a JSON object a line instead of tables.")});
+}
+
+void ParseCommand::Configure(Arguments& arguments)
+{
+    texts_ = arguments.AllPositionals({});
+    json_ = arguments.Has(jsonOption);
+}
+
+QString ParseCommand::Stop()
+{
+    return QStringLiteral("not all of the input was read");
+}
+
+void ParseCommand::Start()
+{
+    if (texts_.isEmpty()) {
+        const Input* input = ReadInput();
+        connect(input, &Input::line, this,
+                [this](const QByteArray& all) { ShowLines(all, false); });
+        connect(input, &Input::ended, this,
+                [this](const QByteArray& all) { ShowLines(all, true); });
+        return;
+    }
+    FinishWritten(std::all_of(texts_.cbegin(), texts_.cend(),
+                              [this](const QString& text) { return Show(text); }));
+}
+
+// Shows what is new in the input; the last line may come without its end.
+void ParseCommand::ShowLines(const QByteArray& all, bool ended)
+{
+    while (shownBytes_ < all.size()) {
+        int end = all.indexOf('\n', shownBytes_);
+        if (end < 0 && !ended)
+            return;
+        if (end < 0)
+            end = all.size();
+        const QByteArray line = all.mid(shownBytes_, end - shownBytes_);
+        shownBytes_ = end + 1;
+        if (!Show(QString::fromUtf8(WithoutLineEnd(line))))
+            return FinishWritten(false);
+    }
+    if (ended)
+        Finish(Success);
+}
+
+bool ParseCommand::Show(const QString& text)
+{
+    const QList<Field> fields = Describe(text);
+    const QString separator = json_ || shownTexts_++ == 0 ? QString() : QStringLiteral("\n");
+    return PrintLine(stdout, separator + (json_ ? Json(fields) : Table(fields)));
+}
+
+} // namespace qvtool

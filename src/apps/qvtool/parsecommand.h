@@ -1,0 +1,31 @@
+#pragma once
+
+#include "command.h"
+
+namespace qvtool {
+
+/** Tells what the library makes of addresses: of its arguments, or of the lines of its input. */
+class ParseCommand : public Command
+{
+    Q_OBJECT
+
+public:
+    explicit ParseCommand(ToolLogger& log);
+
+protected:
+    void Declare(QCommandLineParser& parser) override;
+    void Configure(Arguments& arguments) override;
+    void Start() override;
+    QString Stop() override;
+
+private:
+    void ShowLines(const QByteArray& all, bool ended);
+    bool Show(const QString& text);
+
+    QStringList texts_;
+    bool json_ = false;
+    int shownBytes_ = 0;
+    int shownTexts_ = 0;
+};
+
+} // namespace qvtool
