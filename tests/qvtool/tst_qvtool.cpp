@@ -93,6 +93,9 @@ private Q_SLOTS:
         row("get http:///ok", 2, "qvtool get: ");
         row("get ftp://host/ok", 2, "is no HTTP address");
         row("get --log loud URL/ok", 2, "qvtool get: --log takes one of emerg, alert");
+        row("get --log-file DIR/none/log URL/ok", 2, "none/log': No such file or directory");
+        row("get --log-config DIR/old URL/ok", 2, "old' is no property file that log4cpp can use");
+        row("get --log-file DIR/l --log-config DIR/c URL/ok", 2, "exclude each other");
         row("get --tries 0 URL/ok", 2, "qvtool get: --tries takes a whole number from 1 to");
         row("get --timeout x URL/ok", 2, "qvtool get: --timeout takes a whole number");
         row("get --header a URL/ok", 2, "qvtool get: --header takes NAME=VALUE, not 'a'");
@@ -154,7 +157,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("command");
         for (const char* command : {"", "get", "post", "download", "copy", "remove", "parse",
-                                    "encrypt", "decrypt", "compare", "demo"})
+                                    "encrypt", "decrypt", "compare", "device-id", "demo"})
             QTest::newRow(command) << command;
     }
 
@@ -344,11 +347,32 @@ private Q_SLOTS:
         QCOMPARE(Run({"compare", "2", "2.0"}).out, "2.0.0.0 = 2.0.0.0\n");
     }
 
+    void deviceIdAndLogFiles()
+    {
+        const Result id = Run({"device-id", "--log-file", "DIR/log"});
+        QVERIFY(QRegularExpression("\\A[0-9a-f]{32}\\n\\z").match(id.out).hasMatch());
+        QCOMPARE(id.err, "");
+        QVERIFY(ContentOf("log").contains(" common.devinfo: MD5ID=" + id.out.trimmed().toUtf8()));
+
+        const Result salted =
+            Run({"device-id", "--salt", "x", "--log", "error", "--log-file", "DIR/log2"});
+        QVERIFY(salted.out != id.out && salted.out.size() == 33);
+        QVERIFY(!ContentOf("log2").contains(" DEBUG "));
+
+        Write("config", "rootCategory=INFO, A\nappender.A=FileAppender\nappender.A.fileName=" +
+                            Path("log3").toLocal8Bit() +
+                            "\nappender.A.layout=PatternLayout\n"
+                            "appender.A.layout.ConversionPattern=%c %m%n\n");
+        MakeTree(directory_.path(), {"gone"});
+        QCOMPARE(Run({"remove", "DIR/gone", "--log-config", "DIR/config"}).code, 0);
+        QVERIFY(ContentOf("log3").startsWith("shell.fileremove Remov"));
+    }
+
     void demo()
     {
         const Result result = Run({"demo"});
         QVERIFY2(result.code == 0, qPrintable(result.out + result.err));
-        QVERIFY(result.out.contains("All 9 steps ended as they should"));
+        QVERIFY(result.out.contains("All 11 steps ended as they should"));
     }
 };
 

@@ -5,6 +5,7 @@
 #include "text.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QTimer>
 
 namespace qvtool {
@@ -12,6 +13,10 @@ namespace qvtool {
 using common::logger::IMessage;
 
 namespace {
+
+const auto logOption = QStringLiteral("log");
+const auto logFileOption = QStringLiteral("log-file");
+const auto logConfigOption = QStringLiteral("log-config");
 
 const char* const levelNames[] = {"emerg", "alert",  "crit", "error",
                                   "warn",  "notice", "info", "debug"};
@@ -67,10 +72,17 @@ std::optional<int> Command::Parse(const QStringList& arguments)
     const auto help = QStringLiteral("help");
     const auto version = parser.addVersionOption();
     parser.addOption({{QStringLiteral("h"), help}, QStringLiteral("Displays this help.")});
-    parser.addOption({QStringLiteral("log"),
+    parser.addOption({logOption,
                       QStringLiteral("Write the library's log to standard error, up to LEVEL: %1.")
                           .arg(LevelNames().join(QStringLiteral(", "))),
                       QStringLiteral("LEVEL")});
+    parser.addOption({logFileOption,
+                      QStringLiteral("Write the log to the end of FILE, too; up to debug, if --log "
+                                     "does not say otherwise."),
+                      QStringLiteral("FILE")});
+    parser.addOption({logConfigOption,
+                      QStringLiteral("Write the log where the log4cpp property file FILE says."),
+                      QStringLiteral("FILE")});
     Declare(parser);
 
     const bool parsed = parser.parse(QStringList(name_) + arguments);
@@ -83,7 +95,7 @@ std::optional<int> Command::Parse(const QStringList& arguments)
     if (!parsed)
         checked.Fail(parser.errorText());
     else {
-        SetLogLevel(checked);
+        SetUpLog(checked);
         Configure(checked);
     }
     if (checked.Error().isEmpty())
@@ -92,17 +104,36 @@ std::optional<int> Command::Parse(const QStringList& arguments)
     return WrongUsage;
 }
 
-void Command::SetLogLevel(Arguments& arguments)
+void Command::SetUpLog(Arguments& arguments)
 {
-    const auto option = QStringLiteral("log");
-    if (!arguments.Has(option))
-        return;
-    const int level = LevelNames().indexOf(arguments.Text(option).toLower());
-    if (level < 0)
-        arguments.Fail(QStringLiteral("--log takes one of %1, not '%2'")
-                           .arg(LevelNames().join(QStringLiteral(", ")), arguments.Text(option)));
+    auto level = IMessage::NOTSET;
+    if (arguments.Has(logOption)) {
+        const int index = LevelNames().indexOf(arguments.Text(logOption).toLower());
+        if (index < 0)
+            return arguments.Fail(
+                QStringLiteral("--log takes one of %1, not '%2'")
+                    .arg(LevelNames().join(QStringLiteral(", ")), arguments.Text(logOption)));
+        level = static_cast<IMessage::Priority>(index);
+        log_.SetLevel(level);
+    }
+    if (arguments.Has(logFileOption))
+        SetUpLogFile(arguments, level);
+    if (arguments.Has(logConfigOption) && arguments.Has(logFileOption))
+        arguments.Fail(QStringLiteral("--log-file and --log-config exclude each other"));
+    else if (arguments.Has(logConfigOption) &&
+             !log_.WriteAsConfigured(arguments.Text(logConfigOption)))
+        arguments.Fail(QStringLiteral("'%1' is no property file that log4cpp can use")
+                           .arg(arguments.Text(logConfigOption)));
+}
+
+void Command::SetUpLogFile(Arguments& arguments, IMessage::Priority level)
+{
+    QFile file(arguments.Text(logFileOption));
+    if (file.open(QIODevice::Append)) // log4cpp would not say that it cannot
+        log_.WriteToFile(file.fileName(), level);
     else
-        log_.SetLevel(static_cast<IMessage::Priority>(level));
+        arguments.Fail(QStringLiteral("cannot write the log to '%1': %2")
+                           .arg(file.fileName(), file.errorString()));
 }
 
 void Command::Finish(ExitCode code)

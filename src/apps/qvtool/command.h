@@ -53,7 +53,8 @@ protected:
 
 private:
     std::optional<int> Parse(const QStringList& arguments);
-    void SetLogLevel(Arguments& arguments);
+    void SetUpLog(Arguments& arguments);
+    void SetUpLogFile(Arguments& arguments, common::logger::IMessage::Priority level);
 
     QString name_;
     QString summary_;

@@ -9,6 +9,7 @@
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
 #include <common/tools/cipher/aes.h>
+#include <common/tools/jsonfile/jsonfile.h>
 #include <common/tools/string/converter.h>
 
 #include <QDir>
@@ -19,6 +20,8 @@
 #include <QJsonObject>
 #include <QRandomGenerator>
 
+#include <algorithm>
+
 namespace qvtool {
 
 using namespace common::http;
@@ -27,6 +30,8 @@ namespace {
 
 constexpr int fileSize = 48 * 1024 * 1024;
 constexpr quint32 fileSeed = 20260501;
+constexpr unsigned long logFileSize = 64 * 1024;
+const auto logFile = QStringLiteral("demo.log");
 
 QByteArray RandomFile()
 {
@@ -69,6 +74,8 @@ void Demo::Start()
     if (!directory_->isValid() || !server_->Listen())
         return Fail(QStringLiteral("cannot start: %1 %2")
                         .arg(directory_->errorString(), server_->errorString()));
+    if (!Log().WritesToFile())
+        Log().WriteToRollingFile(directory_->filePath(logFile), logFileSize);
     Log().SetFailureListener([this](const QString& text) { Say(QStringLiteral("log: ") + text); });
 
     const Step steps[] = {
@@ -81,6 +88,8 @@ void Demo::Start()
         {"A tree copied with its links, and removed again", &Demo::CopyAndRemove},
         {"What people type becomes a number to dial", &Demo::ParseAddresses},
         {"A secret that reads back under its name only", &Demo::StoreSecret},
+        {"Settings in an encrypted JSON file", &Demo::KeepSettings},
+        {"All of this is in the log", &Demo::ShowLog},
     };
     QElapsedTimer clock;
     clock.start();
@@ -342,6 +351,40 @@ bool Demo::StoreSecret()
     Say(QStringLiteral("stored as %1").arg(stored));
     return AES::decryptPair(QStringLiteral("mail"), stored) == secret &&
            AES::decryptPair(QStringLiteral("chat"), stored).isNull();
+}
+
+bool Demo::KeepSettings()
+{
+    const QString path = directory_->filePath(QStringLiteral("config/settings.json"));
+    const QString key = QStringLiteral("of the demo");
+    const QJsonObject settings{{QStringLiteral("ring"), true}, {QStringLiteral("volume"), 0.8}};
+    tools::JsonFile loaded(path, key);
+    tools::JsonFile withoutKey(path);
+    if (!tools::JsonFile(path, settings, key).Save() || !loaded.Load() || !withoutKey.Load())
+        return false;
+    Say(QStringLiteral("%1 bytes, which are no JSON without the key: %2")
+            .arg(QString::number(QFile(path).size()),
+                 withoutKey.isNull() ? QStringLiteral("right") : QStringLiteral("wrong")));
+    return withoutKey.isNull() && loaded.object() == settings;
+}
+
+bool Demo::ShowLog()
+{
+    const QDir directory(directory_->path());
+    const QStringList files = directory.entryList({logFile + QLatin1Char('*')});
+    QFile file(directory.filePath(logFile));
+    if (files.isEmpty()) { // the user has it elsewhere
+        Say(QStringLiteral("it is where the command line says"));
+        return true;
+    }
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    Say(QStringLiteral("%1, of at most %2 each; the last lines of %3:")
+            .arg(files.join(QStringLiteral(", ")), HumanSize(logFileSize), logFile));
+    const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
+    for (const QByteArray& line : lines.mid(std::max(0, lines.size() - 3)))
+        Say(QString::fromUtf8(line));
+    return !lines.constFirst().isEmpty();
 }
 
 } // namespace qvtool

@@ -52,6 +52,8 @@ private:
     bool CopyAndRemove();
     bool ParseAddresses();
     bool StoreSecret();
+    bool KeepSettings();
+    bool ShowLog();
 
     common::http::IHttpRequest* NewRequest(const QString& path);
     Outcome Await(common::http::IHttpRequest* request,

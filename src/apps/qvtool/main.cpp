@@ -3,6 +3,7 @@
 #include "comparecommand.h"
 #include "copycommand.h"
 #include "demo.h"
+#include "deviceidcommand.h"
 #include "downloadcommand.h"
 #include "parsecommand.h"
 #include "progress.h"
@@ -81,6 +82,7 @@ int main(int argc, char* argv[])
     commands.push_back(std::make_unique<qvtool::EncryptCommand>(log));
     commands.push_back(std::make_unique<qvtool::DecryptCommand>(log));
     commands.push_back(std::make_unique<qvtool::CompareCommand>(log));
+    commands.push_back(std::make_unique<qvtool::DeviceIdCommand>(log));
     commands.push_back(std::make_unique<qvtool::Demo>(log));
     return Run(commands, QCoreApplication::arguments().mid(1));
 }

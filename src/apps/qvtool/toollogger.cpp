@@ -1,5 +1,7 @@
 #include "toollogger.h"
 
+#include <common/logger/l4cpp/logger.h>
+
 #include <utility>
 
 namespace qvtool {
@@ -30,6 +32,8 @@ ToolLogger::~ToolLogger()
 void ToolLogger::Append(const IMessage& message)
 {
     Logger::Append(message);
+    if (backend_)
+        backend_->Append(message);
     if (message.Level() > IMessage::ERROR)
         return;
     const QString text = WithoutPrefix(message.Text());
@@ -41,6 +45,37 @@ void ToolLogger::Append(const IMessage& message)
     }
     if (listener_)
         listener_(text);
+}
+
+common::logger::ILogger& ToolLogger::Backend()
+{
+    backend_ = common::logger::GetLog4cpp();
+    // It takes over Qt's messages, which this logger writes to.
+    qInstallMessageHandler(common::logger::l4cpp::Logger::GetDeafaultMessageHandler());
+    return *backend_;
+}
+
+void ToolLogger::Configure4cpp(IMessage::Priority level, unsigned int output, const QString& path,
+                               unsigned long maxSize)
+{
+    constexpr unsigned int format = 0x103; // the pattern, and the source position with function
+    constexpr int backups = 2;
+    Backend().Configure(level, output, format, {}, {}, {}, path, maxSize, backups);
+}
+
+void ToolLogger::WriteToFile(const QString& path, IMessage::Priority level)
+{
+    Configure4cpp(level, 0x4, path, 0);
+}
+
+void ToolLogger::WriteToRollingFile(const QString& path, unsigned long maxSize)
+{
+    Configure4cpp(IMessage::DEBUG, 0x8, path, maxSize);
+}
+
+bool ToolLogger::WriteAsConfigured(const QString& propertyFile)
+{
+    return Backend().Configure(propertyFile);
 }
 
 QString ToolLogger::LastFailure(const char* function) const

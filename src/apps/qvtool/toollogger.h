@@ -12,8 +12,8 @@
 namespace qvtool {
 
 /**
- * Writes the library's log like the default logger, and keeps the failures that the library names
- * only there, to tell the user the reason.
+ * Writes the library's log like the default logger, to files if told so, and keeps the failures
+ * that the library names only there, to tell the user the reason.
  *
  * It is the current logger for as long as it lives.
  */
@@ -24,6 +24,15 @@ public:
     ~ToolLogger() override;
 
     void Append(const common::logger::IMessage& message) override;
+
+    /** Writes to the end of the file, too. */
+    void WriteToFile(const QString& path, common::logger::IMessage::Priority level);
+    /** Writes to a file of limited size, too, and keeps some older ones beside it. */
+    void WriteToRollingFile(const QString& path, unsigned long maxSize);
+    /** Writes where a property file of log4cpp says, too. False if that cannot be used. */
+    bool WriteAsConfigured(const QString& propertyFile);
+    /** Whether one of these was called. */
+    bool WritesToFile() const { return backend_ != nullptr; }
 
     /** The text of the latest failure that a function of that name logged, without its prefix. */
     QString LastFailure(const char* function) const;
@@ -37,7 +46,12 @@ public:
     Q_DISABLE_COPY_MOVE(ToolLogger)
 
 private:
+    common::logger::ILogger& Backend();
+    void Configure4cpp(common::logger::IMessage::Priority level, unsigned int output,
+                       const QString& path, unsigned long maxSize);
+
     common::logger::ILogger* previous_;
+    common::logger::ILogger* backend_ = nullptr;
     mutable QMutex mutex_; // the library's workers log, too
     QHash<QByteArray, QString> failures_;
     QString first_;

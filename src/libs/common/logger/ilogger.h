@@ -88,4 +88,12 @@ QVCOMMON_EXPORT ILogger* GetLogger();
  */
 QVCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
 
+/**
+ * The process-wide logger on log4cpp (l4cpp::Logger::Instance()): console, file, rolling file.
+ *
+ * The first call makes it and routes Qt's own messages into the current logger. It does not become
+ * current by itself: call SetLogger(GetLog4cpp()) and one of its Configure().
+ */
+QVCOMMON_EXPORT ILogger* GetLog4cpp();
+
 } // namespace common::logger

@@ -1,6 +1,7 @@
 #include "common/logger/logger.h"
 
 #include "common/logger/debugtext_p.h"
+#include "common/logger/positiontext_p.h"
 
 #include <QDateTime>
 #include <QLoggingCategory>
@@ -9,9 +10,6 @@
 namespace common::logger {
 
 namespace {
-
-constexpr quint32 positionBit = 0x1;
-constexpr quint32 functionBit = 0x2;
 
 // Never null: Qt would take a null name for "default".
 const char* CategoryName(const IMessage& message)
@@ -58,22 +56,9 @@ void Logger::Append(const IMessage& message)
         QDateTime::currentDateTime().toString(QStringLiteral("yyyy.MM.dd HH:mm:ss.zzz:"));
     const QLoggingCategory category(CategoryName(message));
     QDebug stream = OpenStream(message.Level(), category);
-    for (const QString& item : {stamp, message.Text(), PositionText(message)})
-        WriteDebugText(stream, item.toStdString().c_str());
-}
-
-QString Logger::PositionText(const IMessage& message) const
-{
-    QString text;
-    if (!IsPositionEnabled() || !message.File())
-        return text;
-
-    QTextStream out(&text);
-    out << " (";
-    if ((format_ & functionBit) && message.Function())
-        out << QString::fromUtf8(message.Function()) << ": ";
-    out << "file: " << QString::fromUtf8(message.File()) << '(' << message.Line() << "))";
-    return text;
+    WriteDebugText(stream, stamp.toUtf8().constData());
+    WriteDebugText(stream, message.Text().toUtf8().constData());
+    WriteDebugText(stream, PositionText(message, format_).c_str());
 }
 
 IMessage::Priority Logger::GetLevel() const

@@ -50,8 +50,6 @@ public:
     void SetFileLoggingEnabled(bool on) override;
 
 private:
-    QString PositionText(const IMessage& message) const;
-
     quint32 level_ = 0xFFFFFFFF;
     quint32 outputs_ = 0;
     quint32 format_ = 0;

@@ -1,0 +1,291 @@
+#include "common/logger/l4cpp/logger.h"
+
+#include "common/logger/positiontext_p.h"
+
+#include <QFile>
+#include <QScopedValueRollback>
+
+#include <log4cpp/BasicLayout.hh>
+#include <log4cpp/Category.hh>
+#include <log4cpp/FileAppender.hh>
+#include <log4cpp/OstreamAppender.hh>
+#include <log4cpp/PatternLayout.hh>
+#include <log4cpp/PropertyConfigurator.hh>
+#include <log4cpp/RollingFileAppender.hh>
+#include <log4cpp/SimpleLayout.hh>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+namespace common::logger {
+
+namespace {
+
+constexpr unsigned int consoleBit = 0x1;
+constexpr unsigned int fileBit = 0x4;
+constexpr unsigned int rollingFileBit = 0x8;
+constexpr unsigned int patternBit = 0x100;
+constexpr unsigned int simpleBit = 0x200;
+constexpr unsigned int basicBit = 0x400;
+
+constexpr mode_t logFileMode = 0644;
+
+// The literal "m" in the date is meant: programs that read these logs expect it.
+constexpr char defaultPattern[] = "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n";
+
+log4cpp::Priority::Value Log4cppPriority(IMessage::Priority level)
+{
+    return std::min(level, IMessage::DEBUG) * 100;
+}
+
+IMessage::Priority PriorityOf(QtMsgType type)
+{
+    switch (type) {
+    case QtWarningMsg:
+        return IMessage::WARN;
+    case QtCriticalMsg:
+        return IMessage::ERROR;
+    case QtFatalMsg:
+        return IMessage::CRIT;
+    default:
+        return IMessage::DEBUG;
+    }
+}
+
+// Never freed: Qt's messages may outlive the static objects.
+QString& QtCategory()
+{
+    static auto* name = new QString;
+    return *name;
+}
+
+log4cpp::Layout* MakePatternLayout(const QString& pattern)
+{
+    auto layout = std::make_unique<log4cpp::PatternLayout>();
+    try {
+        layout->setConversionPattern(pattern.isEmpty() ? defaultPattern : pattern.toStdString());
+    } catch (const log4cpp::ConfigureFailure&) {
+        return nullptr;
+    }
+    return layout.release();
+}
+
+// log4cpp takes a negative number of backups in a property file for one of billions, and would not
+// return from rolling such a file.
+void LimitBackups()
+{
+    constexpr unsigned int most = 100000;
+    const std::unique_ptr<std::vector<log4cpp::Category*>> categories(
+        log4cpp::Category::getCurrentCategories());
+    categories->push_back(&log4cpp::Category::getRoot());
+    for (const log4cpp::Category* category : *categories) {
+        for (log4cpp::Appender* appender : category->getAllAppenders()) {
+            auto* file = dynamic_cast<log4cpp::RollingFileAppender*>(appender);
+            if (file && file->getMaxBackupIndex() > most)
+                file->setMaxBackupIndex(0);
+        }
+    }
+}
+
+// A category found lately, to spare log4cpp's look-up, which takes a lock. Of trivial types, as the
+// main thread logs beyond the end of its thread-local objects.
+struct CategoryMemo
+{
+    char name[48];
+    log4cpp::Category* category;
+};
+
+log4cpp::Category& FindCategory(const char* name)
+{
+    constexpr size_t memoCount = 16;
+    thread_local CategoryMemo memos[memoCount];
+    CategoryMemo& memo = memos[(reinterpret_cast<uintptr_t>(name) >> 3) % memoCount];
+    if (memo.category && strcmp(memo.name, name) == 0)
+        return *memo.category;
+
+    log4cpp::Category& category = log4cpp::Category::getInstance(name);
+    if (strlen(name) < sizeof memo.name) {
+        strcpy(memo.name, name);
+        memo.category = &category;
+    }
+    return category;
+}
+
+} // namespace
+
+log4cpp::CategoryStream operator<<(log4cpp::Category& category, IMessage::Priority level)
+{
+    return category.getStream(Log4cppPriority(level));
+}
+
+ILogger* GetLog4cpp()
+{
+    return l4cpp::Logger::Instance();
+}
+
+namespace l4cpp {
+
+Logger::Logger() : root(log4cpp::Category::getRoot())
+{
+    GetDeafaultMessageHandler();
+}
+
+Logger::~Logger()
+{
+    qInstallMessageHandler(GetDeafaultMessageHandler());
+    SetFileAppender(nullptr, QString());
+}
+
+Logger* Logger::Instance()
+{
+    static Logger instance;
+    return &instance;
+}
+
+QtMessageHandler Logger::GetDeafaultMessageHandler()
+{
+    static const QtMessageHandler previous = qInstallMessageHandler(MessageHandler);
+    return previous;
+}
+
+void Logger::MessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    // The current logger may itself write through Qt, as the default logger does.
+    thread_local bool entered = false;
+    if (entered)
+        return GetDeafaultMessageHandler()(type, context, text);
+    const QScopedValueRollback<bool> guard(entered, true);
+
+    const QByteArray name = QtCategory().toUtf8();
+    const ICategory category{name.constData()};
+    Message(GetLogger(), &category, PriorityOf(type), context.file, context.function, context.line)
+            .Out()
+        << text;
+}
+
+log4cpp::Category& Logger::getCategory(const ICategory* category)
+{
+    if (!category)
+        return root;
+    if (!category->name)
+        throw std::logic_error("a log category has no name");
+    return FindCategory(category->name);
+}
+
+log4cpp::Layout* Logger::getLayout(unsigned int layoutFormat, const QString& pattern)
+{
+    if (layoutFormat & patternBit)
+        return MakePatternLayout(pattern);
+    if (layoutFormat & basicBit)
+        return new log4cpp::BasicLayout;
+    return layoutFormat & simpleBit ? new log4cpp::SimpleLayout : nullptr;
+}
+
+void Logger::Append(const IMessage& message)
+{
+    log4cpp::Category& category = getCategory(message.Category());
+    const log4cpp::Priority::Value priority = Log4cppPriority(message.Level());
+    if (category.isPriorityEnabled(priority))
+        category.log(priority, message.Text().toStdString() + PositionText(message, format));
+}
+
+IMessage::Priority Logger::GetLevel() const
+{
+    return IMessage::NOTSET;
+}
+
+void Logger::SetLevel(IMessage::Priority level)
+{
+    root.setPriority(Log4cppPriority(level));
+}
+
+bool Logger::IsPositionEnabled() const
+{
+    return format & positionBit;
+}
+
+void Logger::EnablePosition(bool on)
+{
+    format = (format & ~positionBit) | (on ? positionBit : 0);
+}
+
+bool Logger::Configure(const QString& configFile)
+{
+    if (configFile.isEmpty())
+        return false;
+    try {
+        log4cpp::PropertyConfigurator::configure(QFile::encodeName(configFile).toStdString());
+        LimitBackups();
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+bool Logger::Configure(IMessage::Priority level, unsigned int newOutputs, unsigned int newFormat,
+                       const QString& pattern, const QString& qtCategory, const QString& configFile,
+                       const QString& logFile, unsigned long maxFileSize, int maxBackupIndex)
+{
+    outputs = newOutputs;
+    format = newFormat;
+    QtCategory() = qtCategory;
+    if (Configure(configFile))
+        return true;
+
+    SetLevel(level);
+    if (outputs & consoleBit) {
+        auto* console = new log4cpp::OstreamAppender("console", &std::cout);
+        console->setLayout(getLayout(format, pattern));
+        root.addAppender(console);
+    }
+    // An old appender goes first: log4cpp keeps a register of appenders by their names.
+    SetFileAppender(nullptr, QString());
+    const std::string path = QFile::encodeName(logFile).toStdString();
+    if (outputs & rollingFileBit) {
+        const auto backups = static_cast<unsigned int>(std::max(0, maxBackupIndex));
+        SetFileAppender(new log4cpp::RollingFileAppender("rollingfile", path, maxFileSize, backups,
+                                                         true, logFileMode),
+                        pattern);
+    } else if (outputs & fileBit) {
+        SetFileAppender(new log4cpp::FileAppender("file", path, true, logFileMode), pattern);
+    }
+    return true;
+}
+
+// Root refers to the appender without owning it, and must be told before it goes.
+void Logger::SetFileAppender(log4cpp::Appender* appender, const QString& pattern)
+{
+    if (fileAppender)
+        root.removeAppender(fileAppender.data());
+    fileAppender.reset(appender);
+    if (!appender)
+        return;
+    appender->setLayout(getLayout(format, pattern));
+    root.addAppender(*appender);
+}
+
+void Logger::Destroy()
+{
+    delete this;
+}
+
+void Logger::SetFileLoggingEnabled(bool on)
+{
+    if (!fileAppender)
+        return;
+    const bool attached = root.getAllAppenders().count(fileAppender.data()) > 0;
+    if (attached && !on) {
+        root.removeAppender(fileAppender.data());
+        fileAppender->close();
+    } else if (!attached && on) {
+        fileAppender->reopen();
+        root.addAppender(*fileAppender);
+    }
+}
+
+} // namespace l4cpp
+
+} // namespace common::logger

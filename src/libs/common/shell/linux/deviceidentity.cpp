@@ -1,0 +1,150 @@
+#include "common/shell/linux/deviceidentity_p.h"
+
+#include "common/logger/log.h"
+#include "common/tools/string/converter.h"
+
+#include <QFile>
+#include <QHostInfo>
+#include <QUuid>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <iterator>
+#include <linux/hdreg.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace common::shell {
+
+using tools::string::converter;
+
+namespace {
+
+constexpr logger::ICategory logCategory{"common.devinfo"};
+constexpr char logSource[] = "src/libs/common/shell/linux/devinfo";
+
+constexpr const char* processorKeys[] = {"processor", "vendor_id",    "cpu family", "model",
+                                         "stepping",  "microcode",    "cache size", "physical id",
+                                         "siblings",  "core id",      "cpu cores",  "cpuid level",
+                                         "flags",     "address sizes"};
+
+bool DescribesProcessor(const QByteArray& line)
+{
+    return std::any_of(std::begin(processorKeys), std::end(processorKeys),
+                       [&line](const char* key) { return line.startsWith(key); });
+}
+
+} // namespace
+
+QStringList DeviceIdentity::DiskDevices() const
+{
+    return {QStringLiteral("/dev/sda"), QStringLiteral("/dev/hda")};
+}
+
+bool DeviceIdentity::Identify(int device, hd_driveid& identification) const
+{
+    return ioctl(device, HDIO_GET_IDENTITY, &identification) == 0;
+}
+
+QString DeviceIdentity::CPUInfoFile() const
+{
+    return QStringLiteral("/proc/cpuinfo");
+}
+
+QStringList DeviceIdentity::MachineIDFiles() const
+{
+    return {QStringLiteral("/var/lib/dbus/machine-id"), QStringLiteral("/etc/machine-id")};
+}
+
+QString DeviceIdentity::HostName() const
+{
+    return QHostInfo::localHostName();
+}
+
+QString DeviceIdentity::SerialNumber() const
+{
+    return GetSystemUUID();
+}
+
+QString DeviceIdentity::GetHHDSerialNumber() const
+{
+    const QStringList devices = DiskDevices();
+    for (const QString& path : devices) {
+        const int device = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+        if (device < 0) {
+            QVLOG(ERROR) << "Failed to open HDD device '" << path << "'.";
+            continue;
+        }
+        hd_driveid drive = {};
+        const bool identified = Identify(device, drive);
+        close(device);
+        if (!identified) {
+            QVLOG(ERROR) << "Failed to HDIO_GET_IDENTITY from device '" << path << "'.";
+            continue;
+        }
+        // The field need not be terminated.
+        const auto* serial = reinterpret_cast<const char*>(drive.serial_no);
+        const auto size = qstrnlen(serial, sizeof drive.serial_no);
+        if (size > 0)
+            return QString::fromUtf8(serial, static_cast<int>(size));
+    }
+    return QString();
+}
+
+QString DeviceIdentity::GetCPUInfoHash() const
+{
+    QFile file(CPUInfoFile());
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        QVLOG(ERROR) << "Failed to open '" << file.fileName() << "'!";
+        return QString();
+    }
+    QByteArray description;
+    // Not until atEnd(), which is true at once for a file of /proc.
+    for (QByteArray line = file.readLine(); !line.isEmpty(); line = file.readLine()) {
+        if (line.endsWith('\n'))
+            line.chop(1);
+        if (DescribesProcessor(line))
+            description += line;
+    }
+    return description.isEmpty() ? QString() : converter::ToMD5(description);
+}
+
+QString DeviceIdentity::GetDBUSMachineID() const
+{
+    const QStringList paths = MachineIDFiles();
+    for (const QString& path : paths) {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            QVLOG(ERROR) << "Failed to open '" << path << "'!";
+            continue;
+        }
+        const QByteArray content = file.readAll();
+        if (!content.isEmpty())
+            return converter::ToMD5(content);
+    }
+    return QString();
+}
+
+QString DeviceIdentity::GetSystemUUID() const
+{
+    const QString disk = GetHHDSerialNumber();
+    const QString processor = GetCPUInfoHash();
+    const QString machine = GetDBUSMachineID();
+    const QString host = HostName();
+    QVLOG(DEBUG) << "HDD=" << disk;
+    QVLOG(DEBUG) << "CPU=" << processor;
+    QVLOG(DEBUG) << "MACHINE-ID=" << machine;
+    QVLOG(DEBUG) << "HOST=" << host;
+
+    QString identity = machine + disk + processor + host;
+    QVLOG(DEBUG) << "ID=" << identity;
+    if (identity.isEmpty()) {
+        QVLOG(ERROR) << "Failed to get system GUID!";
+        identity = QUuid::createUuid().toString();
+    }
+    const QString serialNumber = converter::ToMD5(identity);
+    QVLOG(DEBUG) << "MD5ID=" << serialNumber;
+    return serialNumber;
+}
+
+} // namespace common::shell

@@ -1,0 +1,152 @@
+#include "common/tools/jsonfile/jsonfile.h"
+
+#include "common/logger/log.h"
+#include "common/tools/cipher/aes.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <new>
+
+namespace tools {
+
+using cipher::AES;
+
+namespace {
+
+constexpr common::logger::ICategory logCategory{"jsonfile"};
+constexpr char logSource[] = "src/libs/common/tools/jsonfile";
+
+constexpr int longestKey = 32;
+
+bool ReadAll(const QString& fileName, QByteArray& content)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    content = file.readAll();
+    return file.error() == QFileDevice::NoError;
+}
+
+QByteArray WithoutPadding(QByteArray content)
+{
+    int size = content.size();
+    while (size > 0 && content.at(size - 1) == '\0')
+        --size;
+    content.truncate(size);
+    return content;
+}
+
+QJsonDocument Parse(const QByteArray& content, const QString& key)
+{
+    if (key.isEmpty())
+        return QJsonDocument::fromJson(content);
+    QByteArray plain;
+    return QJsonDocument::fromJson(WithoutPadding(AES::decrypt(key, content, plain)));
+}
+
+} // namespace
+
+JsonFile::JsonFile(const QString& newFileName, const QString& newKey)
+    : fileName(newFileName), key(newKey)
+{
+}
+
+JsonFile::JsonFile(const QString& newFileName, const QJsonObject& object, const QString& newKey)
+    : QJsonDocument(object), fileName(newFileName), key(newKey)
+{
+}
+
+JsonFile::JsonFile(const QString& newFileName, const QJsonDocument& document, const QString& newKey)
+    : QJsonDocument(document), fileName(newFileName), key(newKey)
+{
+}
+
+bool JsonFile::Load()
+{
+    if (fileName.isEmpty()) {
+        QVLOG(ERROR) << "FileName is empty!";
+        return false;
+    }
+    try {
+        QByteArray content;
+        if (ReadAll(fileName, content)) {
+            QJsonDocument::operator=(Parse(content, key));
+            return true;
+        }
+    } catch (const std::bad_alloc&) {
+        // A file too large for this process is one that cannot be read.
+    }
+    QVLOG(ERROR) << "Failed to open file '" << fileName << "' for read!";
+    return false;
+}
+
+bool JsonFile::Save()
+{
+    if (fileName.isEmpty()) {
+        QVLOG(ERROR) << "FileName is empty!";
+        return false;
+    }
+    if (key.toUtf8().size() > longestKey) {
+        QVLOG(ERROR) << "Failed to save document in file '" << fileName << "'!";
+        return false;
+    }
+    QByteArray content = toJson();
+    if (!key.isEmpty())
+        AES::encrypt(key, content, content);
+
+    const QString directory = QFileInfo(fileName).absolutePath();
+    if (!QDir(directory).exists() && !QDir().mkpath(directory)) {
+        QVLOG(ERROR) << "Failed to create directory '" << directory << "'!";
+        return false;
+    }
+    QFile file(fileName);
+    // Unbuffered, so that a full disk fails the write itself.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        QVLOG(ERROR) << "Failed to open file '" << fileName << "' for write!";
+        return false;
+    }
+    if (file.write(content) != content.size()) {
+        QVLOG(ERROR) << "Failed to save document in file '" << fileName << "'!";
+        return false;
+    }
+    return true;
+}
+
+} // namespace tools
+
+QTextStream& operator<<(QTextStream& stream, const QJsonValue& value)
+{
+    switch (value.type()) {
+    case QJsonValue::Object:
+        return stream << value.toObject();
+    case QJsonValue::Array:
+        return stream << value.toArray();
+    case QJsonValue::String:
+        return stream << value.toString();
+    case QJsonValue::Double:
+        return stream << value.toDouble();
+    case QJsonValue::Bool:
+        return stream << static_cast<int>(value.toBool());
+    case QJsonValue::Null:
+        return stream << "(null)";
+    default:
+        return stream << "(undefined)";
+    }
+}
+
+QTextStream& operator<<(QTextStream& stream, const QJsonObject& object)
+{
+    return stream << QJsonDocument(object);
+}
+
+QTextStream& operator<<(QTextStream& stream, const QJsonArray& array)
+{
+    return stream << QJsonDocument(array);
+}
+
+QTextStream& operator<<(QTextStream& stream, const QJsonDocument& document)
+{
+    return stream << document.toJson();
+}

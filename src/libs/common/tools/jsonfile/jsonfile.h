@@ -1,0 +1,74 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QString>
+#include <QTextStream>
+
+namespace tools {
+
+/**
+ * A JSON document (RFC 8259) that knows the file it is kept in, plain or encrypted.
+ *
+ * @code
+ * tools::JsonFile settings(path);
+ * if (!settings.Load())
+ *     settings.setObject(Defaults());
+ * ...
+ * if (!settings.Save())
+ *     ShowError();
+ * @endcode
+ *
+ * With a key the file holds the document encrypted by tools::cipher::AES with that key, of 1 to 32
+ * bytes: see there what it protects against, and what not. Objects on different threads are
+ * independent. The class adds nothing virtual to QJsonDocument: do not delete it through one.
+ *
+ * Each failure is logged.
+ */
+class QVCOMMON_EXPORT JsonFile : public QJsonDocument
+{
+public:
+    /** With an empty document; @p key is empty for a plain file. Reads nothing yet. */
+    explicit JsonFile(const QString& fileName, const QString& key = QString());
+    JsonFile(const QString& fileName, const QJsonObject& object, const QString& key = QString());
+    JsonFile(const QString& fileName, const QJsonDocument& document,
+             const QString& key = QString());
+
+    /**
+     * Replaces the document with the content of the file.
+     *
+     * @return whether the file could be read; if not, the document is as before. Content that is
+     *         not JSON, or was encrypted with another key, makes the document null (isNull()), and
+     *         counts as read.
+     */
+    bool Load();
+
+    /**
+     * Writes the document, indented, to the file; creates missing directories.
+     *
+     * @return whether all of it was written. The file is overwritten in place: a write that fails
+     *         or is interrupted half-way leaves it damaged. A key of more than 32 bytes, which the
+     *         cipher cannot use, is refused before the file is touched.
+     */
+    bool Save();
+
+private:
+    QString fileName;
+    QString key;
+};
+
+} // namespace tools
+
+/**
+ * JSON in text streams, log statements among them: documents, objects and arrays as indented JSON,
+ * strings without quotes, numbers as the stream writes a @c double, Booleans as 1 and 0, and
+ * "(null)" and "(undefined)".
+ */
+QVCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonValue& value);
+QVCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonObject& object);
+QVCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonArray& array);
+QVCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonDocument& document);

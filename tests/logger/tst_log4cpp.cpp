@@ -1,0 +1,401 @@
+#include <common/logger/l4cpp/logger.h>
+#include <common/logger/log.h>
+#include <common/logger/logger.h>
+
+#include <log4cpp/Appender.hh>
+#include <log4cpp/Category.hh>
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <thread>
+#include <vector>
+
+using namespace common::logger;
+
+namespace {
+
+constexpr ICategory logCategory{"test.category"};
+constexpr char logSource[] = "tests/logger/tst_log4cpp";
+
+constexpr unsigned fileOutput = 0x4;
+constexpr unsigned rollingOutput = 0x8;
+constexpr unsigned patternFormat = 0x100;
+constexpr char plainPattern[] = "%p %c: %m%n";
+
+void Append(IMessage::Priority level, const QString& text, const ICategory* category = &logCategory,
+            const char* file = "src/file", const char* function = "Load")
+{
+    Message(GetLogger(), category, level, file, function, 40).Out() << text;
+}
+
+struct Program
+{
+    int code;
+    QStringList out;
+    QStringList err;
+};
+
+Program RunClient(const QString& argument)
+{
+    QProcess process;
+    process.start(LOGCLIENT_PATH, {argument});
+    process.waitForFinished();
+    const auto lines = [](const QByteArray& text) {
+        return QString::fromUtf8(text).split('\n', Qt::SkipEmptyParts);
+    };
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            lines(process.readAllStandardOutput()), lines(process.readAllStandardError())};
+}
+
+} // namespace
+
+class TestLog4cpp : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir directory_;
+    l4cpp::Logger* logger_ = nullptr;
+    QString path_;
+
+    QString Path(const QString& name) const { return directory_.filePath(name); }
+
+    static QStringList LinesOf(const QString& path)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+    }
+
+    QStringList Lines() const { return LinesOf(path_); }
+
+    QString Write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(Path(name));
+        return file.open(QIODevice::WriteOnly) && file.write(content) >= 0 ? file.fileName()
+                                                                           : QString();
+    }
+
+    void Configure(unsigned outputs, unsigned format = patternFormat,
+                   const QString& pattern = plainPattern,
+                   IMessage::Priority level = IMessage::DEBUG, const QString& configFile = {},
+                   unsigned long size = 1 << 30, int backups = 1)
+    {
+        QVERIFY(logger_->Configure(level, outputs, format, pattern, "qt", configFile, path_, size,
+                                   backups));
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        logger_ = l4cpp::Logger::Instance();
+        QCOMPARE(GetLog4cpp(), logger_);
+        SetLogger(logger_);
+    }
+
+    void init() { path_ = Path("log"); }
+
+    void cleanup()
+    {
+        Configure(0);
+        QFile::remove(path_);
+    }
+
+    void builtInPattern_data()
+    {
+        QTest::addColumn<unsigned>("format");
+        QTest::addColumn<bool>("hasFunction");
+        QTest::addColumn<QString>("position");
+        QTest::newRow("none") << 0x102u << true << "";
+        QTest::newRow("file") << 0x101u << true << " (file: src/file(40))";
+        QTest::newRow("function") << 0x103u << true << " (Load: file: src/file(40))";
+        QTest::newRow("no function") << 0x103u << false << " (file: src/file(40))";
+    }
+
+    void builtInPattern()
+    {
+        QFETCH(unsigned, format);
+        QFETCH(bool, hasFunction);
+        QFETCH(QString, position);
+        Configure(fileOutput, format, {});
+        QCOMPARE(logger_->IsPositionEnabled(), (format & 1) != 0);
+        Append(IMessage::ERROR, "grüß %s %1", &logCategory, "src/file",
+               hasFunction ? "Load" : nullptr);
+        Append(IMessage::INFO, "no file", nullptr, nullptr);
+
+        const QStringList lines = Lines();
+        QCOMPARE(lines.size(), 2);
+        const QString stamp = "\\d{4}\\.m\\.\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}";
+        const QRegularExpression first("\\A" + stamp + "  ERROR \\[ *\\d+\\] test\\.category: " +
+                                       QRegularExpression::escape("grüß %s %1" + position) + "\\z");
+        QVERIFY2(first.match(lines[0]).hasMatch(), qPrintable(lines[0]));
+        const QRegularExpression second("\\A" + stamp + "   INFO \\[ *\\d+\\] : no file\\z");
+        QVERIFY2(second.match(lines[1]).hasMatch(), qPrintable(lines[1]));
+    }
+
+    void layouts_data()
+    {
+        QTest::addColumn<unsigned>("format");
+        QTest::addColumn<QString>("pattern");
+        QTest::addColumn<QString>("line");
+        const QString basic = "\\A\\d+ WARN test\\.category : text\\z";
+        QTest::newRow("pattern first") << 0x700u << "%m%n"
+                                       << "\\Atext\\z";
+        QTest::newRow("basic before simple") << 0x600u << "%m%n" << basic;
+        QTest::newRow("simple") << 0x200u << "%m%n"
+                                << "\\AWARN +: text\\z";
+        QTest::newRow("the appender's own") << 0x0u << "%m%n" << basic;
+        QTest::newRow("refused pattern") << 0x100u << "%m%!%n" << basic;
+        QTest::newRow("cut pattern") << 0x100u << "%m%" << basic;
+    }
+
+    void layouts()
+    {
+        QFETCH(unsigned, format);
+        QFETCH(QString, pattern);
+        QFETCH(QString, line);
+        Configure(fileOutput, format, pattern);
+        Append(IMessage::WARN, "text");
+        QCOMPARE(Lines().size(), 1);
+        QVERIFY2(QRegularExpression(line).match(Lines()[0]).hasMatch(), qPrintable(Lines()[0]));
+    }
+
+    void levels()
+    {
+        const QStringList names = {"FATAL", "ALERT",  "CRIT", "ERROR",
+                                   "WARN",  "NOTICE", "INFO", "DEBUG"};
+        Configure(fileOutput, patternFormat, "%p%n");
+        for (int level : {0, 3, 7, 8, 12}) {
+            QFile::resize(path_, 0);
+            logger_->SetLevel(static_cast<IMessage::Priority>(level));
+            QCOMPARE(logger_->GetLevel(), IMessage::NOTSET);
+            for (int priority = 0; priority <= 8; ++priority)
+                Append(static_cast<IMessage::Priority>(priority), "x");
+            QCOMPARE(Lines(), names.mid(0, level + 1));
+        }
+    }
+
+    void categories()
+    {
+        using log4cpp::Category;
+        QCOMPARE(&logger_->getCategory(nullptr), &Category::getRoot());
+        for (int round = 0; round < 2; ++round) {
+            // More names than are remembered, some of them at the same address in turn.
+            for (int i = 0; i < 40; ++i) {
+                const std::string name = "c" + std::string(size_t(i * 3), 'x') + std::to_string(i);
+                const ICategory category{name.c_str()};
+                QCOMPARE(&logger_->getCategory(&category), &Category::getInstance(name));
+            }
+        }
+        const ICategory nameless{nullptr};
+        QVERIFY_EXCEPTION_THROWN(logger_->getCategory(&nameless), std::logic_error);
+
+        Configure(fileOutput);
+        logger_->getCategory(&logCategory) << IMessage::NOTICE << "streamed";
+        QCOMPARE(Lines(), QStringList("NOTICE test.category: streamed"));
+    }
+
+    void fileLoggingIsSwitched()
+    {
+        logger_->SetFileLoggingEnabled(true); // without a file: nothing to do
+        Configure(fileOutput);
+        const auto log = [&](const char* text) {
+            Append(IMessage::INFO, text);
+        };
+        log("1");
+        logger_->SetFileLoggingEnabled(false);
+        logger_->SetFileLoggingEnabled(false);
+        log("lost");
+        logger_->SetFileLoggingEnabled(true);
+        logger_->SetFileLoggingEnabled(true);
+        log("2");
+        Configure(fileOutput); // the same file once more
+        log("3");
+        logger_->SetFileLoggingEnabled(false);
+        Configure(rollingOutput | fileOutput);
+        log("4");
+        QCOMPARE(log4cpp::Category::getRoot().getAllAppenders().size(), size_t(1));
+        QVERIFY(log4cpp::Category::getRoot().getAppender("rollingfile"));
+        Configure(0);
+        log("lost");
+        const QString prefix = "INFO test.category: ";
+        QCOMPARE(Lines(), QStringList({prefix + "1", prefix + "2", prefix + "3", prefix + "4"}));
+        QVERIFY(!(QFile::permissions(path_) & (QFile::WriteGroup | QFile::WriteOther)));
+    }
+
+    void propertyFileComesFirst()
+    {
+        const QString config = Write("good", "rootCategory=WARN, A\n"
+                                             "category.test.category=DEBUG\n"
+                                             "appender.A=FileAppender\n"
+                                             "appender.A.fileName=" +
+                                                 path_.toLocal8Bit() +
+                                                 "\n"
+                                                 "appender.A.layout=PatternLayout\n"
+                                                 "appender.A.layout.ConversionPattern=%c-%m%n\n");
+        const QString unused = path_;
+        path_ = Path("unused");
+        Configure(fileOutput, 0x1, plainPattern, IMessage::EMERG, config);
+        QVERIFY(!QFile::exists(path_));
+        path_ = unused;
+        QVERIFY(logger_->Configure(config)); // again
+        const ICategory other{"other"};
+        Append(IMessage::DEBUG, "a");
+        Append(IMessage::INFO, "lost", &other);
+        Append(IMessage::WARN, "b", &other, nullptr);
+        QCOMPARE(Lines(), QStringList({"test.category-a (file: src/file(40))", "other-b"}));
+        log4cpp::Category::getRoot().removeAllAppenders();
+        log4cpp::Category::getInstance("test.category").setPriority(log4cpp::Priority::NOTSET);
+    }
+
+    void brokenPropertyFileFallsBack_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        const auto row = [](const char* name, const QByteArray& content) {
+            QTest::newRow(name) << content;
+        };
+        row("empty", "");
+        row("no properties", QByteArray("\0\xFF garbage\n====\n", 16));
+        row("no root", "category.a=INFO\n");
+        row("unknown type", "rootCategory=INFO, A\nappender.A=Nonsense\n");
+        row("unknown priority", "rootCategory=LOUD\n");
+        row("bad pattern", "rootCategory=INFO, A\nappender.A=ConsoleAppender\n"
+                           "appender.A.layout=PatternLayout\n"
+                           "appender.A.layout.ConversionPattern=%!\n");
+    }
+
+    void brokenPropertyFileFallsBack()
+    {
+        QFETCH(QByteArray, content);
+        const QString config = Write("broken", content);
+        QVERIFY(!logger_->Configure(config));
+        Configure(fileOutput, patternFormat, plainPattern, IMessage::DEBUG, config);
+        Append(IMessage::INFO, "text");
+        QCOMPARE(Lines(), QStringList("INFO test.category: text"));
+    }
+
+    void propertyFileThatCannotBeRead()
+    {
+        for (const QString& config : {QString(), Path("missing"), directory_.path()})
+            QVERIFY(!logger_->Configure(config));
+    }
+
+    void negativeBackupsInPropertyFile()
+    {
+        QVERIFY(logger_->Configure(
+            Write("negative", "rootCategory=INFO, A\nappender.A=RollingFileAppender\n"
+                              "appender.A.fileName=" +
+                                  path_.toLocal8Bit() +
+                                  "\nappender.A.layout=BasicLayout\nappender.A.maxFileSize="
+                                  "1\nappender.A.maxBackupIndex=-1\n")));
+        Append(IMessage::INFO, "rolled");
+        log4cpp::Category::getRoot().removeAllAppenders();
+    }
+
+    void rollingFileKeepsLimits()
+    {
+        Configure(rollingOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 1000, 3);
+        for (int i = 0; i < 200; ++i)
+            Append(IMessage::INFO, QString::number(i).rightJustified(49, '.'));
+        QStringList lines;
+        for (const char* suffix : {".3", ".2", ".1", ""}) {
+            QVERIFY(QFile(path_ + suffix).size() <= 1000);
+            lines += LinesOf(path_ + suffix);
+        }
+        QVERIFY(!QFile::exists(path_ + ".4"));
+        QCOMPARE(lines.size(), 60); // three whole files, and a new one
+        for (int i = 0; i < lines.size(); ++i)
+            QCOMPARE(lines[i], QString::number(140 + i).rightJustified(49, '.'));
+        Configure(rollingOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 10, -7);
+        Append(IMessage::INFO, "comes back");
+    }
+
+    void threadsDoNotMixLines()
+    {
+        constexpr int threadCount = 8;
+        constexpr int lineCount = 20000;
+        Configure(rollingOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 2 << 20, 50);
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back([thread] {
+                for (int line = 0; line < lineCount; ++line)
+                    QVLOG(INFO) << thread << ' ' << line << ' ' << QString(line % 80, '=') << '.';
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+
+        std::vector<int> next(threadCount, 0);
+        int files = 0;
+        for (int backup = 50; backup >= 0; --backup) {
+            const QString name =
+                path_ + (backup ? QString(".%1").arg(backup, 2, 10, QChar('0')) : "");
+            const QStringList lines = LinesOf(name);
+            files += !lines.isEmpty();
+            for (const QString& line : lines) {
+                const int thread = line.section(' ', 0, 0).toInt();
+                const int number = next[size_t(thread)]++;
+                QCOMPARE(
+                    line,
+                    QString("%1 %2 %3.").arg(thread).arg(number).arg(QString(number % 80, '=')));
+            }
+            if (backup)
+                QFile::remove(name);
+        }
+        QVERIFY2(files > 3, "the file was rolled");
+        QCOMPARE(next, std::vector<int>(threadCount, lineCount));
+    }
+
+    void qtMessages()
+    {
+        Configure(fileOutput, 0x103);
+        logger_->EnablePosition(false);
+        qDebug("d");
+        qInfo("i");
+        qWarning("w");
+        qCritical("c");
+        l4cpp::Logger::MessageHandler(QtFatalMsg, QMessageLogContext("f.cpp", 7, "F", "any"), "f");
+        logger_->EnablePosition(true);
+        l4cpp::Logger::MessageHandler(QtWarningMsg, QMessageLogContext("f.cpp", 7, "F", "any"),
+                                      "where");
+        QCOMPARE(Lines(), QStringList({"DEBUG qt: d", "DEBUG qt: i", "WARN qt: w", "ERROR qt: c",
+                                       "CRIT qt: f", "WARN qt: where (F: file: f.cpp(7))"}));
+        QVERIFY(l4cpp::Logger::GetDeafaultMessageHandler() != l4cpp::Logger::MessageHandler);
+    }
+
+    void logsUpToTheEndOfTheProcess()
+    {
+        const Program client = RunClient(path_);
+        QCOMPARE(client.code, 0);
+        const QStringList expected = {"INFO client: in main", "ERROR qt: in main, by Qt",
+                                      "ERROR client: before the backend",
+                                      "WARN qt: before the backend, by Qt"};
+        QCOMPARE(Lines(), expected);
+        QCOMPARE(client.out, expected);
+        QCOMPARE(client.err, QStringList("after the backend, by Qt"));
+    }
+
+    void fileThatCannotBeWrittenLeavesConsole()
+    {
+        for (const char* path : {"/no/such/directory/log", "/dev/full", "/"}) {
+            const Program client = RunClient(path);
+            QCOMPARE(client.code, 0);
+            QCOMPARE(client.out.size(), 4);
+        }
+    }
+
+    void defaultLoggerAndQtDoNotLoop()
+    {
+        const Program client = RunClient("loop");
+        QCOMPARE(client.code, 0);
+        QCOMPARE(client.err.filter("once").size(), 1);
+        QCOMPARE(client.err.filter("twice").size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLog4cpp)
+#include "tst_log4cpp.moc"

@@ -1,0 +1,159 @@
+// Compiled together with the library's internal deviceidentity.cpp, whose sources it replaces.
+
+#include <common/shell/linux/deviceidentity_p.h>
+#include <common/shell/linux/devinfo.h>
+#include <common/tools/string/converter.h>
+
+#include "support/recordinglogger.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cstring>
+#include <linux/hdreg.h>
+#include <unistd.h>
+
+using common::shell::DeviceIdentity;
+using common::shell::DeviceInfo;
+using tools::string::converter;
+
+namespace {
+
+// Sources that lie in a directory; a "disk" identifies itself by the content of its file.
+class Machine : public DeviceIdentity
+{
+public:
+    explicit Machine(const QTemporaryDir& directory) : directory_(directory) {}
+
+    QString hostName;
+
+protected:
+    QStringList DiskDevices() const override { return {Path("sda"), Path("hda")}; }
+    QString CPUInfoFile() const override { return Path("cpuinfo"); }
+    QStringList MachineIDFiles() const override { return {Path("id1"), Path("id2")}; }
+    QString HostName() const override { return hostName; }
+    bool Identify(int device, hd_driveid& identification) const override
+    {
+        char serial[sizeof identification.serial_no + 1] = {};
+        if (read(device, serial, sizeof serial) < 0 || strcmp(serial, "refused") == 0)
+            return false;
+        memcpy(identification.serial_no, serial, sizeof identification.serial_no);
+        memset(identification.fw_rev, '!', sizeof identification.fw_rev);
+        return true;
+    }
+
+private:
+    QString Path(const char* name) const { return directory_.filePath(name); }
+
+    const QTemporaryDir& directory_;
+};
+
+} // namespace
+
+class TestDevInfo : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void identity_data()
+    {
+        QTest::addColumn<QStringList>("files"); // name=content
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<QString>("identity");
+        QTest::addColumn<QStringList>("failures");
+        const auto row = [](const char* name, const QStringList& files, const QString& host,
+                            const QString& identity, const QStringList& failures) {
+            QTest::newRow(name) << files << host << identity << failures;
+        };
+        const auto openHdd = [](const char* name) {
+            return QString("HDD %1").arg(name);
+        };
+        const QString noCpu = "cpuinfo";
+        const QString idHash = converter::ToMD5(QString("abc\n"));
+        const QString cpuHash =
+            converter::ToMD5(QString("processor\t: 0model name\t: Aprocessor\t: 1model name\t: A"));
+        const QString cpuInfo = "cpuinfo=processor\t: 0\nmodel name\t: A\nbogomips\t: 7\n\n"
+                                "processor\t: 1\nmodel name\t: A\n Processor : x";
+
+        row("all", {"sda=SERIAL  ", cpuInfo, "id1=abc\n"}, "host",
+            idHash + "SERIAL  " + cpuHash + "host", {});
+        row("serial of full length", {"sda=12345678901234567890", "cpuinfo=", "id1=abc\n"}, "",
+            idHash + "12345678901234567890", {});
+        row("second disk", {"sda=refused", "hda=S2", "cpuinfo=none\n", "id1=abc\n"}, "",
+            idHash + "S2", {"ioctl sda"});
+        row("disk without serial", {"sda=", "hda=", "cpuinfo=", "id1=abc\n"}, "h", idHash + "h",
+            {});
+        row("disks closed to us", {"cpuinfo=", "id1=abc\n"}, "h", idHash + "h",
+            {openHdd("sda"), openHdd("hda")});
+        row("second machine id", {"sda=S", "cpuinfo=", "id2=abc\n"}, "", idHash + "S", {"id1"});
+        row("empty machine id", {"sda=S", "cpuinfo=", "id1=", "id2=abc\n"}, "", idHash + "S", {});
+        row("no machine id, no processors", {"sda=S"}, "h", "Sh", {noCpu, "id1", "id2"});
+    }
+
+    void identity()
+    {
+        QFETCH(QStringList, files);
+        QFETCH(QString, host);
+        QFETCH(QString, identity);
+        QFETCH(QStringList, failures);
+        const QTemporaryDir directory;
+        for (const QString& entry : files) {
+            QFile file(directory.filePath(entry.section('=', 0, 0)));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(entry.section('=', 1).toUtf8());
+        }
+        Machine machine(directory);
+        machine.hostName = host;
+
+        const RecordingLogger log;
+        QCOMPARE(machine.SerialNumber(), converter::ToMD5(identity));
+        const QStringList debug = log.Lines("7 common.devinfo GetSystemUUID: ");
+        QCOMPARE(debug.size(), 6);
+        for (int i = 0; i < 6; ++i) {
+            const char* const begins[] = {"HDD=", "CPU=", "MACHINE-ID=", "HOST=", "ID=", "MD5ID="};
+            QVERIFY2(debug[i].section(' ', 3).startsWith(begins[i]), qPrintable(debug[i]));
+        }
+        QVERIFY(debug[4].endsWith(": ID=" + identity));
+        QCOMPARE(log.Files(), QStringList("src/libs/common/shell/linux/devinfo"));
+
+        QStringList expected;
+        for (const QString& failure : failures) {
+            const QString path = directory.filePath(failure.section(' ', -1));
+            if (failure.startsWith("HDD"))
+                expected << "GetHHDSerialNumber: Failed to open HDD device '" + path + "'.";
+            else if (failure.startsWith("ioctl"))
+                expected << "GetHHDSerialNumber: Failed to HDIO_GET_IDENTITY from device '" + path +
+                                "'.";
+            else if (failure == "cpuinfo")
+                expected << "GetCPUInfoHash: Failed to open '" + path + "'!";
+            else
+                expected << "GetDBUSMachineID: Failed to open '" + path + "'!";
+        }
+        QCOMPARE(log.Lines("3 common.devinfo ").replaceInStrings("3 common.devinfo ", ""),
+                 expected);
+    }
+
+    void withoutAnySourceRandom()
+    {
+        const QTemporaryDir directory;
+        const RecordingLogger log;
+        const QString first = Machine(directory).SerialNumber();
+        QCOMPARE(first.size(), 32);
+        QVERIFY(first != Machine(directory).SerialNumber());
+        QCOMPARE(log.Lines("3 common.devinfo GetSystemUUID: Failed to get system GUID!").size(), 2);
+    }
+
+    void thisMachine()
+    {
+        const QString serial = DeviceInfo::GetSerialNumber();
+        QVERIFY(QRegularExpression("\\A[0-9a-f]{32}\\z").match(serial).hasMatch());
+        const RecordingLogger log;
+        QCOMPARE(DeviceInfo::GetSerialNumber(), serial);
+        QCOMPARE(DeviceInfo::GetSerialNumberMD5Hash(""), converter::ToMD5(serial));
+        QCOMPARE(DeviceInfo::GetSerialNumberMD5Hash("ë"), converter::ToMD5("ë" + serial));
+        QCOMPARE(log.Lines(), QStringList());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDevInfo)
+#include "tst_devinfo.moc"
