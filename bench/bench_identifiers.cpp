@@ -13,7 +13,7 @@ namespace {
 void Parse(benchmark::State& state, const QStringList& texts)
 {
     QString user, host, displayName, postDial, port;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         for (const QString& text : texts) {
             SipId::ParseURIEx(text, user, host, displayName, postDial, port);
             benchmark::DoNotOptimize(user);

@@ -7,7 +7,6 @@
 using common::contact::ContactContext;
 using common::contact::IContactContext;
 using common::contact::number::INumberContext;
-using common::contact::number::NumberContext;
 
 namespace contact = common::contact;
 

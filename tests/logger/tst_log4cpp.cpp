@@ -242,7 +242,13 @@ private Q_SLOTS:
         Configure(fileOutput, 0x1, plainPattern, IMessage::EMERG, config);
         QVERIFY(!QFile::exists(path_));
         path_ = unused;
-        QVERIFY(logger_->Configure(config)); // again
+        const auto openFiles = [] {
+            return QDir("/proc/self/fd").count();
+        };
+        const uint before = openFiles();
+        for (int again = 0; again < 5; ++again)
+            QVERIFY(logger_->Configure(config));
+        QCOMPARE(openFiles(), before);
         const ICategory other{"other"};
         Append(IMessage::DEBUG, "a");
         Append(IMessage::INFO, "lost", &other);
@@ -320,10 +326,12 @@ private Q_SLOTS:
         constexpr int lineCount = 20000;
         Configure(rollingOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 2 << 20, 50);
         std::vector<std::thread> threads;
+        threads.reserve(threadCount);
         for (int thread = 0; thread < threadCount; ++thread) {
             threads.emplace_back([thread] {
                 for (int line = 0; line < lineCount; ++line)
-                    QVLOG(INFO) << thread << ' ' << line << ' ' << QString(line % 80, '=') << '.';
+                    QVLOG_FROM("run", INFO)
+                        << thread << ' ' << line << ' ' << QString(line % 80, '=') << '.';
             });
         }
         for (std::thread& thread : threads)

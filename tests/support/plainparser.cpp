@@ -62,7 +62,7 @@ ParsedAddress PlainParse(const QString& text)
     ParsedAddress result;
     result.user = text.trimmed();
     for (size_t i = 0; i < patterns.size(); ++i) {
-        const QRegExp pattern = patterns[i];
+        const QRegExp& pattern = patterns[i];
         if (!pattern.exactMatch(text.trimmed()))
             continue;
         if (pattern.capturedTexts().size() < groups[i].required)

@@ -30,7 +30,7 @@ namespace {
 
 constexpr int fileSize = 48 * 1024 * 1024;
 constexpr quint32 fileSeed = 20260501;
-constexpr unsigned long logFileSize = 64 * 1024;
+constexpr unsigned long logFileSize = 65536;
 const auto logFile = QStringLiteral("demo.log");
 
 QByteArray RandomFile()

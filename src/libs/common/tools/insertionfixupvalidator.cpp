@@ -21,11 +21,9 @@ void CInsertionFixupValidator::fixup(QString& input) const
     if (!pattern.isValid())
         return;
     while (!input.isEmpty()) {
-        pattern.exactMatch(input);
-        const int matched = pattern.matchedLength();
-        if (matched == input.size())
+        if (pattern.exactMatch(input) || pattern.matchedLength() == input.size())
             return;
-        input.remove(matched, 1);
+        input.remove(pattern.matchedLength(), 1);
     }
 }
 

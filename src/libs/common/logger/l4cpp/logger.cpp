@@ -73,21 +73,35 @@ log4cpp::Layout* MakePatternLayout(const QString& pattern)
     return layout.release();
 }
 
-// log4cpp takes a negative number of backups in a property file for one of billions, and would not
-// return from rolling such a file.
-void LimitBackups()
+std::vector<log4cpp::Category*> AllCategories()
 {
-    constexpr unsigned int most = 100000;
     const std::unique_ptr<std::vector<log4cpp::Category*>> categories(
         log4cpp::Category::getCurrentCategories());
     categories->push_back(&log4cpp::Category::getRoot());
-    for (const log4cpp::Category* category : *categories) {
+    return *categories;
+}
+
+// The appenders of all categories that nobody but the one who attached them will free.
+log4cpp::AppenderSet AttachedByReference()
+{
+    log4cpp::AppenderSet appenders;
+    for (const log4cpp::Category* category : AllCategories()) {
         for (log4cpp::Appender* appender : category->getAllAppenders()) {
-            auto* file = dynamic_cast<log4cpp::RollingFileAppender*>(appender);
-            if (file && file->getMaxBackupIndex() > most)
-                file->setMaxBackupIndex(0);
+            if (!category->ownsAppender(appender))
+                appenders.insert(appender);
         }
     }
+    return appenders;
+}
+
+// log4cpp takes a negative number of backups in a property file for one of billions, and would not
+// return from rolling such a file.
+void LimitBackups(log4cpp::Appender* appender)
+{
+    constexpr unsigned int most = 100000;
+    auto* file = dynamic_cast<log4cpp::RollingFileAppender*>(appender);
+    if (file && file->getMaxBackupIndex() > most)
+        file->setMaxBackupIndex(0);
 }
 
 // A category found lately, to spare log4cpp's look-up, which takes a lock. Of trivial types, as the
@@ -107,8 +121,9 @@ log4cpp::Category& FindCategory(const char* name)
         return *memo.category;
 
     log4cpp::Category& category = log4cpp::Category::getInstance(name);
-    if (strlen(name) < sizeof memo.name) {
-        strcpy(memo.name, name);
+    const size_t size = strlen(name) + 1;
+    if (size <= sizeof memo.name) {
+        memcpy(memo.name, name, size);
         memo.category = &category;
     }
     return category;
@@ -137,6 +152,10 @@ Logger::~Logger()
 {
     qInstallMessageHandler(GetDeafaultMessageHandler());
     SetFileAppender(nullptr, QString());
+    for (const auto& appender : configured) {
+        for (log4cpp::Category* category : AllCategories())
+            category->removeAppender(appender.get());
+    }
 }
 
 Logger* Logger::Instance()
@@ -216,13 +235,31 @@ bool Logger::Configure(const QString& configFile)
 {
     if (configFile.isEmpty())
         return false;
+    const log4cpp::AppenderSet before = AttachedByReference();
     try {
         log4cpp::PropertyConfigurator::configure(QFile::encodeName(configFile).toStdString());
-        LimitBackups();
     } catch (...) {
         return false;
     }
+    TakeOverAppenders(before);
     return true;
+}
+
+// log4cpp never frees the appenders that it makes for a property file, nor closes their files.
+void Logger::TakeOverAppenders(const log4cpp::AppenderSet& before)
+{
+    const log4cpp::AppenderSet attached = AttachedByReference();
+    const auto isDetached = [&attached](const auto& appender) {
+        return attached.count(appender.get()) == 0;
+    };
+    configured.erase(std::remove_if(configured.begin(), configured.end(), isDetached),
+                     configured.end());
+    for (log4cpp::Appender* appender : attached) {
+        if (before.count(appender) > 0)
+            continue;
+        LimitBackups(appender);
+        configured.emplace_back(appender);
+    }
 }
 
 bool Logger::Configure(IMessage::Priority level, unsigned int newOutputs, unsigned int newFormat,

@@ -7,6 +7,10 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <memory>
+#include <set>
+#include <vector>
+
 namespace log4cpp {
 class Appender;
 class Category;
@@ -116,12 +120,14 @@ public:
     void SetFileLoggingEnabled(bool on) override;
 
 private:
+    void TakeOverAppenders(const std::set<log4cpp::Appender*>& before);
     void SetFileAppender(log4cpp::Appender* appender, const QString& pattern);
 
     log4cpp::Category& root;
     QScopedPointer<log4cpp::Appender> fileAppender;
     quint32 outputs = 0;
     quint32 format = 0;
+    std::vector<std::unique_ptr<log4cpp::Appender>> configured; // by property files
 
     Q_DISABLE_COPY_MOVE(Logger)
 };

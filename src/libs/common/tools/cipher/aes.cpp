@@ -49,9 +49,8 @@ bool SetKey(const QString& key, int enc, AES_KEY& schedule)
 
 QByteArray& CryptInto(const QString& key, const QByteArray& in, QByteArray& out, int enc)
 {
-    const QByteArray input = in; // in and out may be the same
-    out.fill('\0', RoundedUp(input.size()));
-    return AES::crypt(key, input, out, enc);
+    QByteArray result(RoundedUp(in.size()), '\0'); // in and out may be the same
+    return out = AES::crypt(key, in, result, enc);
 }
 
 } // namespace
