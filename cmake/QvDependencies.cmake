@@ -6,4 +6,4 @@ find_package(ZLIB QUIET REQUIRED)
 
 find_package(PkgConfig QUIET REQUIRED)
 pkg_check_modules(log4cpp REQUIRED QUIET IMPORTED_TARGET log4cpp)
-pkg_check_modules(xcb_screensaver REQUIRED QUIET IMPORTED_TARGET xcb-screensaver)
+pkg_check_modules(xcb_screensaver REQUIRED QUIET IMPORTED_TARGET xcb-screensaver xcb)

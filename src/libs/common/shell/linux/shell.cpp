@@ -1,0 +1,72 @@
+#include "common/shell/shell.h"
+
+#include "common/logger/log.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+
+namespace common {
+
+namespace {
+
+constexpr logger::ICategory logCategory{"common.shell"};
+constexpr char logSource[] = "src/libs/common/shell/linux/shell";
+
+constexpr int answerTimeout = 2000; // milliseconds
+
+// The desktop file of the program that opens folders; empty if nobody tells.
+QString FolderHandler()
+{
+    QProcess query;
+    query.start(QStringLiteral("xdg-mime"), {QStringLiteral("query"), QStringLiteral("default"),
+                                             QStringLiteral("inode/directory")});
+    query.waitForFinished(answerTimeout);
+    const QString answer = QString::fromUtf8(query.readLine()).simplified();
+    query.kill();
+    query.waitForFinished();
+    return answer;
+}
+
+struct FileManager
+{
+    const char* desktopFile;
+    const char* program;
+    const char* option; // before the path; null for none
+};
+
+constexpr FileManager fileManagers[] = {
+    {"dolphin.desktop", "dolphin", "--select"},
+    {"org.kde.dolphin.desktop", "dolphin", "--select"},
+    {"nautilus.desktop", "nautilus", nullptr},
+    {"org.gnome.Nautilus.desktop", "nautilus", nullptr},
+    {"nautilus-folder-handler.desktop", "nautilus", nullptr},
+    {"nemo.desktop", "nemo", "--no-desktop"},
+    {"konqueror.desktop", "konqueror", "--select"},
+    {"kfmclient_dir.desktop", "konqueror", "--select"},
+};
+
+} // namespace
+
+bool Shell::ShowFile(const QString& file)
+{
+    const QFileInfo info(file);
+    QString program = QStringLiteral("xdg-open");
+    QStringList arguments = {info.absoluteDir().absolutePath()};
+    const QString handler = FolderHandler();
+    for (const FileManager& manager : fileManagers) {
+        if (handler != QLatin1String(manager.desktopFile))
+            continue;
+        program = QLatin1String(manager.program);
+        arguments = QStringList(info.absoluteFilePath());
+        if (manager.option)
+            arguments.prepend(QLatin1String(manager.option));
+    }
+    if (QProcess::startDetached(program, arguments))
+        return true;
+    QVLOG(ERROR) << QStringLiteral("Failed to launch '%1 %2'")
+                        .arg(program, arguments.join(QLatin1Char(' ')));
+    return false;
+}
+
+} // namespace common

@@ -1,0 +1,121 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace common {
+
+/**
+ * The desktop around the client: files, standard paths, other programs. Stateless; any thread.
+ *
+ * @code
+ * common::Shell::ShowFile(download->GetFileName());   // in the file manager
+ * const QString scratch = common::Shell::TempPath();
+ * QDir().mkpath(scratch);
+ * @endcode
+ *
+ * Failures are results, and are logged. The operations at the end have no counterpart on Linux:
+ * they return an empty or false result at once, and most of them log that.
+ */
+class QVCOMMON_EXPORT Shell
+{
+public:
+    Shell() = delete;
+
+    /**
+     * Copies one file, on the calling thread; creates missing directories of the destination.
+     *
+     * @param overwrite remove an existing destination first; without it, one is a failure. A
+     *                  destination that is the source itself is a failure, too, and stays.
+     * @return whether the file was copied
+     */
+    static bool Copy(const QString& source, const QString& destination, bool overwrite);
+
+    /**
+     * Copies files below @p sourceDir to the same places below @p destinationDir.
+     *
+     * @return false as soon as one file fails; true for an empty list
+     */
+    static bool Copy(const QStringList& files, const QString& sourceDir,
+                     const QString& destinationDir, bool overwrite);
+
+    /**
+     * The absolute paths of the files in a tree, the contents of a directory in place of it.
+     *
+     * Hidden entries and names that are not UTF-8 are not listed. A link to a directory is
+     * followed, unless it leads back to a directory that it lies in.
+     *
+     * @param nameFilters wildcards, for directories as well as for files: a directory whose name
+     *                    matches none is not entered. Empty matches everything.
+     */
+    static QStringList ScanFiles(const QString& dir, const QStringList& nameFilters);
+
+    /** A path for a new temporary directory, another one at each call. Nothing is created. */
+    static QString TempPath();
+
+    /** The language of the user interface, as in "en-GB" or "de_DE". */
+    static QString LocaleName();
+
+    /** Where the user's applications are. */
+    static QString AppPath();
+
+    /**
+     * Removes a directory tree three seconds from now, when this process has exited.
+     *
+     * @return whether that is under way, or there is no such directory. A path with a single quote
+     *         in it is refused. That the removal itself fails is not known.
+     */
+    static bool RemoveAfterExit(const QString& folder);
+
+    /** Starts a program that lives on its own. Whether it was started. */
+    static bool ProcessStartDetached(const QString& program, const QStringList& arguments,
+                                     const QString& workingDirectory);
+
+    /**
+     * Opens the desktop's file manager on a file, with the file selected where the file manager can
+     * do that.
+     *
+     * Blocks for as long as "xdg-mime" takes to tell the file manager, at most two seconds.
+     *
+     * @return whether a program was started
+     */
+    static bool ShowFile(const QString& file);
+
+    static bool IsQuickLaunchAvailable();
+    static QString QuickLaunchPath();
+    static bool CreateShortcut(const QString&, const QString&, const QString&, const QString&,
+                               const QString&);
+    static bool RegisterComponent(const QString&, bool);
+    static bool UnregisterComponent(const QString&, bool);
+    static bool Is64BitSystem();
+    static QString DesktopPath();
+    static QString StartMenuPath();
+    static QStringList ProcessModules(const QString& process);
+    static bool ProcessExists(const QString& process);
+    static bool ProcessKill(const QString& process);
+    static bool ProcessWait(const QString& process, int timeout);
+};
+
+class RegistryOverriderImpl;
+
+/** Does nothing on Linux. */
+class QVCOMMON_EXPORT RegistryOverrider
+{
+public:
+    RegistryOverrider(const QString&, const QString&, const wchar_t*);
+    virtual ~RegistryOverrider();
+
+    /** Null. */
+    static RegistryOverriderImpl* CreateRegistryOverriderImpl(const QString&, const QString&,
+                                                              const wchar_t*);
+    static void Destroy(RegistryOverriderImpl*);
+
+private:
+    RegistryOverriderImpl* impl_;
+
+    Q_DISABLE_COPY_MOVE(RegistryOverrider)
+};
+
+} // namespace common

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QObject>
+#include <QSharedPointer>
+
+struct xcb_screen_t;
+
+namespace common {
+
+class IdleWatcherPrivate;
+
+/** Tells how long the user has been idle. */
+class QVCOMMON_EXPORT IIdleBackend
+{
+public:
+    virtual ~IIdleBackend();
+
+    /** Whole seconds since the last input. */
+    virtual int getSeconds() const = 0;
+};
+
+/**
+ * Asks the X server's screen-saver extension, over the connection of the QGuiApplication.
+ *
+ * Each question is a round trip to the server that blocks. Without an X server (on Wayland, say),
+ * without the extension, or when the connection is broken, the answer is 0, and that is logged once.
+ */
+class QVCOMMON_EXPORT XcbIdleBackend : public IIdleBackend
+{
+public:
+    /** Make it after the QGuiApplication, and use it on its thread. */
+    XcbIdleBackend();
+    ~XcbIdleBackend() override;
+
+    int getSeconds() const override;
+
+private:
+    int Unavailable() const;
+
+    xcb_screen_t* screen;
+    mutable bool told = false;
+
+    Q_DISABLE_COPY_MOVE(XcbIdleBackend)
+};
+
+/**
+ * Tells when the user has not touched keyboard and mouse for a minute, and when he is back.
+ *
+ * @code
+ * const auto watcher = common::IdleWatcher::instance();
+ * connect(watcher.data(), &IdleWatcher::idle, this, [this] { SetPresence(Away); });
+ * connect(watcher.data(), &IdleWatcher::active, this, [this] { SetPresence(Online); });
+ * @endcode
+ *
+ * It polls every 3 seconds, while the user is idle every second, for as long as it lives. Use it on
+ * the GUI thread.
+ */
+class QVCOMMON_EXPORT IdleWatcher : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit IdleWatcher(QObject* parent);
+    ~IdleWatcher() override;
+
+    /** A new watcher, with a timer of its own, at each call; keep the pointer. */
+    static QSharedPointer<IdleWatcher> instance();
+
+Q_SIGNALS:
+    /** Another whole minute without input has begun; at the first poll that sees it. */
+    void idle(int sinceSeconds);
+    /** There was input after a minute or more without; at the first poll that sees it. */
+    void active();
+
+public Q_SLOTS:
+    /** Polls once; the timer calls it. */
+    void checkIdleState();
+
+protected:
+    /** Watches another source, which it takes over. */
+    IdleWatcher(IIdleBackend* backend, QObject* parent);
+
+private:
+    IdleWatcherPrivate* d; // a child
+};
+
+} // namespace common

@@ -1,0 +1,10 @@
+#include "common/tools/keyboard.h"
+
+namespace tools {
+
+bool Keyboard::IsCapsLock()
+{
+    return false;
+}
+
+} // namespace tools

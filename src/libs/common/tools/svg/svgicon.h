@@ -1,0 +1,54 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QIcon>
+#include <QList>
+#include <QPixmap>
+#include <QSize>
+#include <QString>
+
+/**
+ * @file
+ * Icons made from SVG files (SVG 1.2 Tiny, as QtSvg draws it). For the GUI thread, with a
+ * QGuiApplication. A file that cannot be drawn gives transparent pictures; Qt logs the reason.
+ */
+
+namespace tools::svg {
+
+/** The sizes of these icons, in ascending order: 16, 24, 32, 48, 64 and 128 pixels square. */
+QVCOMMON_EXPORT QList<QSize> IconSizes();
+
+/** The picture, stretched to exactly @p size, on a transparent ground. */
+QVCOMMON_EXPORT QPixmap GetPixmap(QString const& svgPath, QSize const& size);
+
+/**
+ * Paints @p base, and over it @p overlay with that opacity (0 to 1), both stretched to the whole of
+ * @p target, whose former content goes.
+ */
+QVCOMMON_EXPORT void DrawWithOverlay(QPixmap& target, QPixmap const& base, QPixmap const& overlay,
+                                     double opacity);
+
+/**
+ * Icons that hold a picture in each of IconSizes().
+ *
+ * @code
+ * button->setIcon(tools::svg::SvgIcon::CreateFromSvg(":/icons/call.svg"));
+ * @endcode
+ */
+class QVCOMMON_EXPORT SvgIcon
+{
+public:
+    SvgIcon() = delete;
+
+    static QIcon CreateFromSvg(QString const& svgPath);
+
+    /**
+     * A series in which the second picture comes up over the first one: icon k of @p steps (from 1)
+     * has it at opacity k / steps. Empty if @p steps is 0 or less.
+     */
+    static QList<QIcon> CreateFromTwoSvgWithOverlay(QString const& baseSvg,
+                                                    QString const& overlaySvg, int steps);
+};
+
+} // namespace tools::svg

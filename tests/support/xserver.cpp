@@ -1,0 +1,19 @@
+#include "support/xserver.h"
+
+XServer::XServer(const QStringList& options)
+{
+    process_.start(
+        "Xvfb", QStringList{"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp"} +
+                    options);
+    while (!process_.canReadLine() && process_.waitForReadyRead(10000)) {
+    }
+    const QByteArray number = process_.readLine().trimmed();
+    if (!number.isEmpty())
+        display_ = ':' + QString::fromLatin1(number);
+}
+
+XServer::~XServer()
+{
+    process_.terminate();
+    process_.waitForFinished();
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+
+/** An X server without a screen (Xvfb) on a free display; ends with this object. */
+class XServer
+{
+public:
+    explicit XServer(const QStringList& options = {});
+    ~XServer();
+
+    /** As for DISPLAY: ":1"; empty if the server did not start. */
+    QString Display() const { return display_; }
+
+    Q_DISABLE_COPY_MOVE(XServer)
+
+private:
+    QProcess process_;
+    QString display_;
+};
