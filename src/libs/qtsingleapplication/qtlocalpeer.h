@@ -1,0 +1,62 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QObject>
+#include <QScopedPointer>
+#include <QString>
+
+class QLocalServer;
+class QtLockedFile;
+
+/**
+ * One of the instances of a program that belong together: the first is the server, to which the
+ * others, its clients, send messages.
+ *
+ * They find each other by the application's id, the user and the desktop session (DISPLAY, or else
+ * WAYLAND_DISPLAY, or else XDG_SESSION_ID): the socket and the lock lie in XDG_RUNTIME_DIR, or in a
+ * directory in /tmp that is closed to other users. A server that crashed is succeeded by the next
+ * instance that asks. Peers of other users are refused.
+ *
+ * For one thread, with an event loop in the server.
+ */
+class QVCOMMON_EXPORT QtLocalPeer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** @param appId any text; empty for the path of the program's file */
+    explicit QtLocalPeer(QObject* parent = nullptr, const QString& appId = QString());
+    ~QtLocalPeer() override;
+
+    /**
+     * Whether another instance is the server. If none is, this one becomes the server. Should the
+     * lock be impossible to make, each instance takes itself for the first.
+     */
+    bool isClient();
+
+    /**
+     * Sends a text of any kind, of up to 128 Mi characters, to the server; blocks meanwhile.
+     *
+     * @param timeout milliseconds; below 0 without limit
+     * @return whether the server has confirmed that it got the whole text; false also from the
+     *         server itself. After false it may yet have got it.
+     */
+    bool sendMessage(const QString& message, int timeout);
+
+    QString applicationId() const;
+
+Q_SIGNALS:
+    /** A client has sent a text to this server. */
+    void messageReceived(const QString& message);
+
+private:
+    bool IsServer() const;
+    bool Listen();
+    void AcceptConnections();
+
+    QString id_;
+    QString socketPath_;
+    QScopedPointer<QtLockedFile> lockFile_;
+    QLocalServer* server_; // a child
+};

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "common/qvcommon_export.h"
+
+#include <QApplication>
+#include <QPointer>
+#include <QString>
+#include <QWidget>
+
+class QtLocalPeer;
+
+/**
+ * An application of which one instance runs for a user and session; another one hands its message
+ * to the first and ends.
+ *
+ * @code
+ * QtSingleApplication application("client.example.test", argc, argv);
+ * if (application.isRunning())
+ *     return application.sendMessage("show") ? 0 : 1;
+ * MainWindow window;
+ * application.setActivationWindow(&window);
+ * QObject::connect(&application, &QtSingleApplication::messageReceived, &window, &MainWindow::Dial);
+ * window.show();
+ * return application.exec();
+ * @endcode
+ *
+ * See QtLocalPeer for how instances find each other.
+ */
+class QVCOMMON_EXPORT QtSingleApplication : public QApplication
+{
+    Q_OBJECT
+
+public:
+    /** With the path of the program's file as its id. @p GUIenabled has no meaning any more. */
+    QtSingleApplication(int& argc, char** argv, bool GUIenabled = true);
+    QtSingleApplication(const QString& id, int& argc, char** argv);
+    ~QtSingleApplication() override;
+
+    /** Whether another instance runs. If none does, this one is the first from now on. */
+    bool isRunning();
+    QString id() const;
+
+    /**
+     * The window that activateWindow() raises; not owned.
+     *
+     * @param activateOnMessage raise it at each message, too
+     */
+    void setActivationWindow(QWidget* window, bool activateOnMessage = true);
+    QWidget* activationWindow() const;
+
+    /** As isRunning(); kept for callers of old. */
+    void initialize(bool dummy = true);
+
+public Q_SLOTS:
+    /** See QtLocalPeer::sendMessage(); @p timeout in milliseconds. */
+    bool sendMessage(const QString& message, int timeout = 5000);
+    /** Shows the activation window, if there is one, in front of others. */
+    void activateWindow();
+
+Q_SIGNALS:
+    /** Another instance has sent a message to this one. */
+    void messageReceived(const QString& message);
+
+private:
+    QtLocalPeer* peer_; // a child
+    QPointer<QWidget> window_;
+    bool activateOnMessage_ = false;
+};

@@ -1,0 +1,61 @@
+// One instance of an application, for tst_singleinstance to start several of.
+
+#include <qtsingleapplication/qtsingleapplication.h>
+#include <qtsingleapplication/qtsinglecoreapplication.h>
+
+#include <QCryptographicHash>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+void Say(const QByteArray& line)
+{
+    puts(line.constData());
+    fflush(stdout);
+}
+
+void Describe(const QString& message)
+{
+    const auto bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(message.constData()),
+                                               message.size() * int(sizeof(QChar)));
+    Say(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
+}
+
+// The first one tells what it gets until it is told to quit, others tell it their text.
+template <typename Application>
+int Run(Application& application, const QString& text)
+{
+    if (application.isRunning()) {
+        Say("client");
+        return application.sendMessage(text, 20000) ? 0 : 1;
+    }
+    QObject::connect(&application, &Application::messageReceived, [](const QString& message) {
+        if (message == "quit")
+            QCoreApplication::quit();
+        else
+            Describe(message);
+    });
+    Say("server");
+    return application.exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QString id = QString::fromLocal8Bit(argc > 1 ? argv[1] : "");
+    const QString text = QString::fromLocal8Bit(argc > 2 ? argv[2] : "");
+    if (!id.startsWith("window")) {
+        QtSingleCoreApplication application(id, argc, argv);
+        return Run(application, text);
+    }
+    QtSingleApplication application(id, argc, argv);
+    QWidget window;
+    window.showMinimized();
+    application.setActivationWindow(&window, id == "window activated");
+    QObject::connect(&application, &QtSingleApplication::messageReceived,
+                     [&] { Say(window.isMinimized() ? "minimized" : "raised"); });
+    return Run(application, text);
+}
