@@ -1,5 +1,6 @@
 #include "support/scriptedserver.h"
 #include "support/tree.h"
+#include "support/xserver.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -63,6 +64,7 @@ private:
 private Q_SLOTS:
     void init()
     {
+        qputenv("DISPLAY", ":none");
         server_.Script("/ok", {Reply::Ok("body")});
         server_.Script("/cut", {Cut("body and more", 4)});
         server_.Script("/drop", {Reply::Dropped()});
@@ -112,6 +114,9 @@ private Q_SLOTS:
         row("encrypt --key-file DIR", 1, "': it is not a regular file");
         row("encrypt --key-file /dev/null", 1, "not a regular file");
         row("decrypt --key-file DIR/long", 1, "has 33 bytes, not 1 to 32");
+        row("reveal DIR/none", 1, "none': it does not exist");
+        row("idle --count 0", 2, "qvtool idle: --count takes a whole number");
+        row("idle", 1, "qvtool idle: there is no X server (DISPLAY is ':none')");
         row("copy DIR/none DIR/old", 1, "none': it does not exist");
         row("copy DIR/old DIR/list.json DIR/old/in", 1, "Cannot create path to '");
         row("copy DIR/old DIR/./old DIR/new/", 1, "has the same destination");
@@ -156,8 +161,9 @@ private Q_SLOTS:
     void help_data()
     {
         QTest::addColumn<QString>("command");
-        for (const char* command : {"", "get", "post", "download", "copy", "remove", "parse",
-                                    "encrypt", "decrypt", "compare", "device-id", "demo"})
+        for (const char* command :
+             {"", "get", "post", "download", "copy", "remove", "parse", "encrypt", "decrypt",
+              "compare", "device-id", "reveal", "temp-path", "idle", "demo"})
             QTest::newRow(command) << command;
     }
 
@@ -338,6 +344,18 @@ private Q_SLOTS:
             QCOMPARE(result.code, 1);
             QVERIFY(result.out.isEmpty() && !result.err.isEmpty());
         }
+    }
+
+    void desktop()
+    {
+        const XServer server;
+        qputenv("DISPLAY", server.Display().toLatin1());
+        const Result idle = Run({"idle", "--count", "2"});
+        qputenv("DISPLAY", ":none");
+        QCOMPARE(idle.code, 0);
+        QVERIFY2(QRegularExpression("\\A[01] s\n[12] s\n\\z").match(idle.out).hasMatch(),
+                 qPrintable(idle.out + idle.err));
+        QVERIFY(Run({"temp-path"}).out.endsWith("_100\n"));
     }
 
     void compare()

@@ -3,6 +3,7 @@
 #include "comparecommand.h"
 #include "copycommand.h"
 #include "demo.h"
+#include "desktopcommands.h"
 #include "deviceidcommand.h"
 #include "downloadcommand.h"
 #include "parsecommand.h"
@@ -12,8 +13,10 @@
 #include "text.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <csignal>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -37,6 +40,15 @@ QString Usage(const Commands& commands)
     text += QStringLiteral("\n'qvtool COMMAND --help' tells more; 'qvtool --version' the version.\n"
                            "Exit codes: 0 success, 1 the job failed, 2 wrong usage.\n");
     return text;
+}
+
+// One command asks the X server; the others need none.
+std::unique_ptr<QCoreApplication> MakeApplication(int& argc, char* argv[])
+{
+    if (argc < 2 || strcmp(argv[1], "idle") != 0 || !qvtool::IdleCommand::HasXServer())
+        return std::make_unique<QCoreApplication>(argc, argv);
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    return std::make_unique<QGuiApplication>(argc, argv);
 }
 
 int Run(const Commands& commands, QStringList arguments)
@@ -67,7 +79,7 @@ int main(int argc, char* argv[])
 {
     qInstallMessageHandler(WriteToStandardError);
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a failed write
-    const QCoreApplication application(argc, argv);
+    const auto application = MakeApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("qvtool"));
     QCoreApplication::setApplicationVersion(QStringLiteral(QVTOOL_VERSION));
 
@@ -83,6 +95,9 @@ int main(int argc, char* argv[])
     commands.push_back(std::make_unique<qvtool::DecryptCommand>(log));
     commands.push_back(std::make_unique<qvtool::CompareCommand>(log));
     commands.push_back(std::make_unique<qvtool::DeviceIdCommand>(log));
+    commands.push_back(std::make_unique<qvtool::RevealCommand>(log));
+    commands.push_back(std::make_unique<qvtool::TempPathCommand>(log));
+    commands.push_back(std::make_unique<qvtool::IdleCommand>(log));
     commands.push_back(std::make_unique<qvtool::Demo>(log));
     return Run(commands, QCoreApplication::arguments().mid(1));
 }

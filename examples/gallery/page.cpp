@@ -1,0 +1,48 @@
+#include "page.h"
+
+#include <QFormLayout>
+#include <QLabel>
+
+namespace {
+
+constexpr int margin = 28;
+constexpr double titleScale = 1.7;
+
+} // namespace
+
+Page::Page(const QString& title, const QString& description)
+    : title_(title), content_(new QVBoxLayout)
+{
+    auto* heading = new QLabel(title);
+    QFont font = heading->font();
+    font.setPointSizeF(font.pointSizeF() * titleScale);
+    font.setWeight(QFont::DemiBold);
+    heading->setFont(font);
+    QLabel* sentence = FaintLabel(description);
+    sentence->setWordWrap(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->setSpacing(6);
+    layout->addWidget(heading);
+    layout->addWidget(sentence);
+    layout->addSpacing(16);
+    layout->addLayout(content_, 1);
+    content_->setSpacing(12);
+}
+
+QLabel* Page::FaintLabel(const QString& text)
+{
+    auto* label = new QLabel(text);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    return label;
+}
+
+QLabel* Page::AddValue(QFormLayout* form, const QString& name)
+{
+    auto* value = new QLabel;
+    value->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    value->setTextFormat(Qt::PlainText);
+    form->addRow(FaintLabel(name), value);
+    return value;
+}
