@@ -14,15 +14,14 @@ namespace {
 
 struct ScriptedBackend : IIdleBackend
 {
-    explicit ScriptedBackend(int& seconds) : seconds_(seconds) {}
-    int getSeconds() const override { return seconds_; }
+    int getSeconds() const override { return seconds; }
 
-    int& seconds_;
+    int seconds = 0;
 };
 
 struct ScriptedWatcher : IdleWatcher
 {
-    explicit ScriptedWatcher(int& seconds) : IdleWatcher(new ScriptedBackend(seconds), nullptr) {}
+    explicit ScriptedWatcher(ScriptedBackend* backend) : IdleWatcher(backend, nullptr) {}
 };
 
 } // namespace
@@ -64,8 +63,8 @@ private Q_SLOTS:
     {
         QFETCH(QList<int>, polls);
         QFETCH(QStringList, expected);
-        int seconds = 0;
-        ScriptedWatcher watcher(seconds);
+        auto* backend = new ScriptedBackend;
+        ScriptedWatcher watcher(backend);
         auto* timer = watcher.findChild<QTimer*>();
         QVERIFY(timer && timer->isActive());
         QCOMPARE(timer->interval(), 3000);
@@ -75,7 +74,7 @@ private Q_SLOTS:
                 [&](int since) { seen << QString("idle %1").arg(since); });
         connect(&watcher, &IdleWatcher::active, this, [&] { seen << "active"; });
         for (int poll : polls) {
-            seconds = poll;
+            backend->seconds = poll;
             watcher.checkIdleState();
         }
         QCOMPARE(seen << QString::number(timer->interval()), expected);

@@ -212,6 +212,7 @@ private Q_SLOTS:
     {
         constexpr int count = 50;
         std::vector<std::unique_ptr<Instance>> instances;
+        instances.reserve(count);
         for (int i = 0; i < count; ++i)
             instances.push_back(std::make_unique<Instance>(id, QString::number(i)));
         QList<QByteArray> expected;

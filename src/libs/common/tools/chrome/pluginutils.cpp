@@ -2,7 +2,9 @@
 
 namespace common::chrome {
 
-PluginUtils::~PluginUtils() = default;
+PluginUtils::~PluginUtils()
+{
+}
 
 bool PluginUtils::IsRegistered(QString const&)
 {

@@ -2,6 +2,8 @@
 
 namespace tools::process {
 
+// Clients are built against these parameters.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 unsigned long ProcHelper::FindChildProcessId(unsigned long, QString)
 {
     return 0;
@@ -11,6 +13,8 @@ unsigned long ProcHelper::FindProcessId(QString)
 {
     return 0;
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 bool ProcHelper::Terminate(unsigned long)
 {
