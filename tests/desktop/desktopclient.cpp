@@ -72,6 +72,19 @@ void PrintIcons(const QStringList& suffixes)
     Say(QString("%1 files").arg(files));
 }
 
+// On a high-DPI screen: the pictures of an overlay series, and their middle pixel.
+void PrintOverlay(const QString& base, const QString& overlay)
+{
+    const QList<QIcon> icons = tools::svg::SvgIcon::CreateFromTwoSvgWithOverlay(base, overlay, 2);
+    for (const QIcon& icon : icons) {
+        const QImage image = icon.pixmap(32).toImage();
+        Say(QString("%1 sizes, %2 px, %3")
+                .arg(icon.availableSizes().size())
+                .arg(image.width())
+                .arg(image.pixelColor(image.rect().center()).name()));
+    }
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -87,4 +100,6 @@ int main(int argc, char* argv[])
         BreakConnection();
     else if (command == "icons")
         PrintIcons(arguments.mid(2));
+    else if (command == "overlay")
+        PrintOverlay(arguments.value(2), arguments.value(3));
 }

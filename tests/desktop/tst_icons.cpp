@@ -30,8 +30,8 @@ private:
     }
 
     // What the client prints with that environment on an X server.
-    static QStringList IconLines(const XServer& server, const QStringList& variables,
-                                 const QStringList& suffixes)
+    static QStringList LinesOf(const XServer& server, const QStringList& variables,
+                               const QStringList& arguments)
     {
         QProcess client;
         auto environment = QProcessEnvironment::systemEnvironment();
@@ -40,7 +40,7 @@ private:
         for (const QString& variable : variables)
             environment.insert(variable.section('=', 0, 0), variable.section('=', 1));
         client.setProcessEnvironment(environment);
-        client.start(DESKTOPCLIENT_PATH, QStringList("icons") + suffixes);
+        client.start(DESKTOPCLIENT_PATH, arguments);
         client.waitForFinished();
         return QString::fromUtf8(client.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
     }
@@ -125,6 +125,20 @@ private Q_SLOTS:
         QVERIFY(none.isNull());
     }
 
+    void overlayOnHighDpiScreen()
+    {
+        const QString base = Svg("black", "<rect width='100' height='50' fill='#000'/>");
+        const QString overlay = Svg("white", "<rect width='100' height='50' fill='#fff'/>");
+        const XServer server;
+        const QStringList lines =
+            LinesOf(server, {"QT_SCALE_FACTOR=2"}, {"overlay", base, overlay});
+        QCOMPARE(lines.size(), 2);
+        QVERIFY2(
+            QRegularExpression("^6 sizes, 64 px, #(7f7f7f|808080)$").match(lines[0]).hasMatch(),
+            qPrintable(lines[0]));
+        QCOMPARE(lines[1], QString("6 sizes, 64 px, #ffffff"));
+    }
+
     void fileIcons()
     {
         const XServer server;
@@ -133,23 +147,24 @@ private Q_SLOTS:
         const QString writable = "TMPDIR=" + directory_.path();
         const QStringList suffixes = {".pdf", ".mp3",   "",
                                       ".zzz", ".a b'c", '.' + QString(300, 'x')};
+        const QStringList arguments = QStringList("icons") + suffixes;
 
-        const QStringList themed = IconLines(
+        const QStringList themed = LinesOf(
             server, {home, writable, "XDG_CURRENT_DESKTOP=GNOME", "QT_QPA_PLATFORMTHEME=gnome"},
-            suffixes);
+            arguments);
         QCOMPARE(themed.size(), suffixes.size() + 1);
         QVERIFY(!themed.contains("null"));
         QVERIFY(themed[0] != themed[1]);
         QCOMPARE(themed.last(), "5 files"); // one each, but none of 300 characters
 
         const QString noTheme = "XDG_DATA_DIRS=" + directory_.path();
-        const QStringList generic = IconLines(server, {home, writable, noTheme}, suffixes);
+        const QStringList generic = LinesOf(server, {home, writable, noTheme}, arguments);
         QCOMPARE(generic.size(), suffixes.size() + 1);
         QVERIFY(!generic.contains("null"));
         QCOMPARE(generic[0], generic[1]);
 
         const QStringList unwritable =
-            IconLines(server, {home, noTheme, "TMPDIR=/no/such/directory"}, suffixes);
+            LinesOf(server, {home, noTheme, "TMPDIR=/no/such/directory"}, arguments);
         QCOMPARE(unwritable.size(), suffixes.size() + 1);
         QVERIFY(!unwritable.contains("null"));
         QCOMPARE(unwritable.last(), "0 files");
