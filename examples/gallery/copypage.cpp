@@ -17,8 +17,8 @@ constexpr int filesPerFolder = 250;
 CopyPage::CopyPage()
     : Page("Copy", "Ten thousand small files, copied on a thread of its own. The window stays "
                    "awake, and a cancelled copy stops at the next file."),
-      start_(new QPushButton("Copy the tree")),
-      cancel_(new QPushButton("Cancel")),
+      start_(NewButton("Copy the tree")),
+      cancel_(NewButton("Cancel")),
       bar_(new QProgressBar),
       state_(new QLabel("Ready."))
 {

@@ -26,7 +26,7 @@ DesktopPage::DesktopPage()
     form->setVerticalSpacing(12);
     idle_ = AddValue(form, "Idle for");
     date_ = AddValue(form, "Date");
-    zone_ = AddValue(form, "Offset from UTC");
+    zone_ = AddValue(form, "Time zone");
     AddValue(form, "Language")->setText(common::Shell::LocaleName());
     AddValue(form, "Applications")->setText(common::Shell::AppPath());
     AddValue(form, "This machine")

@@ -33,8 +33,8 @@ DownloadPage::DownloadPage()
       file_(RandomFile()),
       server_([this](const loopback::Request& request) { return Serve(request); }),
       damage_(new QCheckBox("Damage the file at the first try")),
-      start_(new QPushButton("Download")),
-      abort_(new QPushButton("Abort")),
+      start_(NewButton("Download")),
+      abort_(NewButton("Abort")),
       bar_(new QProgressBar),
       state_(new QLabel("Ready."))
 {

@@ -36,7 +36,7 @@ IconsPage::IconsPage()
         AddIcon(series, icons[step - 1], 64, QString("%1 %").arg(qRound(100.0 * step / steps)));
     series->addStretch();
 
-    QBoxLayout* types = newRow("Types of files");
+    QBoxLayout* types = newRow("Types of files, as this desktop shows them");
     const tools::FileIconProvider provider;
     for (const char* suffix : {"txt", "pdf", "png", "mp3", "mp4", "zip", "html", "sh"})
         AddIcon(types, provider.icon(QFileInfo(QString("any.%1").arg(suffix))), 48, suffix);

@@ -1,7 +1,7 @@
 #include "logpage.h"
 
 #include <QComboBox>
-#include <QFontDatabase>
+#include <QFontMetrics>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -27,8 +27,8 @@ LogPage::LogPage()
     lines_->setReadOnly(true);
     lines_->setMaximumBlockCount(mostLines);
     lines_->setLineWrapMode(QPlainTextEdit::NoWrap);
-    lines_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    auto* clear = new QPushButton("Clear");
+    lines_->setTabStopDistance(lines_->fontMetrics().horizontalAdvance("http.form.multipart "));
+    auto* clear = NewButton("Clear");
     connect(clear, &QPushButton::clicked, lines_, &QPlainTextEdit::clear);
     connect(&logger_, &LiveLogger::line, this, &LogPage::AddLine);
 
@@ -53,8 +53,7 @@ void LogPage::AddLine(int level, const QString& category, const QString& text)
 {
     if (level > level_->currentIndex())
         return;
-    lines_->appendPlainText(QString("%1  %2  %3  %4")
-                                .arg(QTime::currentTime().toString("HH:mm:ss.zzz"),
-                                     QString(levelNames[level]).leftJustified(6),
-                                     category.leftJustified(15), text));
+    lines_->appendPlainText(QStringList{QTime::currentTime().toString("HH:mm:ss.zzz"),
+                                        levelNames[level], category, text}
+                                .join('\t'));
 }

@@ -33,12 +33,7 @@ bool WantsPictures(int argc, char* argv[])
     return false;
 }
 
-theme::Kind ThemeOf(const QString& name)
-{
-    if (name == "dark")
-        return theme::Dark;
-    return name == "light" ? theme::Light : theme::System;
-}
+const QStringList themeNames = {"system", "light", "dark"}; // in the order of theme::Kind
 
 } // namespace
 
@@ -64,12 +59,17 @@ int main(int argc, char* argv[])
                       "is made from FILE and the page's title.",
                       "FILE"});
     parser.process(application);
+    const int palette = themeNames.indexOf(parser.value("palette"));
+    if (palette < 0) {
+        fputs("gallery: --palette takes system, light or dark\n", stderr);
+        return 2;
+    }
     const QString address = parser.positionalArguments().value(0);
     const bool pictures = parser.isSet("screenshot");
     if (!pictures && application.isRunning())
         return application.sendMessage(address) ? 0 : 1;
 
-    theme::Apply(ThemeOf(parser.value("palette")));
+    theme::Apply(static_cast<theme::Kind>(palette));
     GalleryWindow window;
     if (pictures)
         return TakePictures(window, parser.value("screenshot"));

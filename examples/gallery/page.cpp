@@ -2,6 +2,7 @@
 
 #include <QFormLayout>
 #include <QLabel>
+#include <QPushButton>
 
 namespace {
 
@@ -36,6 +37,14 @@ QLabel* Page::FaintLabel(const QString& text)
     auto* label = new QLabel(text);
     label->setForegroundRole(QPalette::PlaceholderText);
     return label;
+}
+
+QPushButton* Page::NewButton(const QString& text)
+{
+    constexpr int air = 20;
+    auto* button = new QPushButton(text);
+    button->setMinimumWidth(button->sizeHint().width() + air);
+    return button;
 }
 
 QLabel* Page::AddValue(QFormLayout* form, const QString& name)

@@ -5,6 +5,7 @@
 
 class QFormLayout;
 class QLabel;
+class QPushButton;
 
 /** A page of the gallery: what it shows, in a title and a sentence, and the thing itself. */
 class Page : public QWidget
@@ -27,6 +28,8 @@ protected:
 
     /** A label with a text that is less important. */
     static QLabel* FaintLabel(const QString& text);
+    /** A button with some air around its text. */
+    static QPushButton* NewButton(const QString& text);
     /** A row of the form whose value is text to select; returns the value. */
     static QLabel* AddValue(QFormLayout* form, const QString& name);
 

@@ -11,6 +11,9 @@
 
 #include <csignal>
 #include <memory>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -89,10 +92,18 @@ private Q_SLOTS:
         QVERIFY(first.lock(File::WriteLock, false));
         QVERIFY(!second.lock(File::ReadLock, false));
         first.write("flushed");
-        first.close();
-        QVERIFY(!first.isLocked());
-        QVERIFY(second.lock(File::WriteLock, false));
+        QVERIFY(first.unlock() && second.lock(File::WriteLock, false));
         QCOMPARE(second.readAll(), QByteArray("flushed"));
+        const pid_t child = fork(); // has both files, and their locks
+        if (child == 0) {
+            pause();
+            _exit(0);
+        }
+        second.close();
+        QVERIFY(!second.isLocked());
+        QVERIFY(first.lock(File::WriteLock, false));
+        ::kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
     }
 
     void peersInOneProcess()
@@ -107,9 +118,6 @@ private Q_SLOTS:
         QVERIFY(!server.isClient());
         QVERIFY(!other.isClient());
         QVERIFY(!server.sendMessage("to itself", 100));
-
-        qputenv("DISPLAY", ":8");
-        QVERIFY(!QtLocalPeer(nullptr, id).isClient());
     }
 
     void messages_data()
@@ -206,6 +214,88 @@ private Q_SLOTS:
         }
         QVERIFY(QtLocalPeer(nullptr, id).sendMessage("still there", 5000));
         QCOMPARE(server.Line(), Digest("still there")); // and nothing before it
+    }
+
+    void silentPeerIsDropped()
+    {
+        QtLocalPeer server(nullptr, id);
+        QVERIFY(!server.isClient());
+        QLocalSocket silent;
+        silent.connectToServer(Socket());
+        QVERIFY(silent.waitForConnected());
+        QTRY_COMPARE_WITH_TIMEOUT(silent.state(), QLocalSocket::UnconnectedState, 10000);
+    }
+
+    void serverSurvivesLackOfDescriptors()
+    {
+        QProcess server;
+        server.start("sh", {"-c", "ulimit -n 24; exec " INSTANCE_PATH " \"$0\"", id});
+        QVERIFY(server.waitForReadyRead());
+        QCOMPARE(server.readLine(), QByteArray("server\n"));
+        {
+            const QString socket = Socket();
+            std::vector<std::unique_ptr<QLocalSocket>> crowd(40);
+            for (auto& peer : crowd) {
+                peer = std::make_unique<QLocalSocket>();
+                peer->connectToServer(socket);
+                peer->waitForConnected(100);
+            }
+        }
+        QVERIFY(QtLocalPeer(nullptr, id).sendMessage("quit", 15000));
+        QVERIFY(server.waitForFinished());
+    }
+
+    void removedLockFileMakesNoSecondServer()
+    {
+        const Instance server;
+        QTRY_VERIFY(!Socket().isEmpty());
+        const QStringList locks = QDir(directory_->path()).entryList({"*-lock"});
+        QCOMPARE(locks.size(), 1);
+        QVERIFY(QFile::remove(directory_->filePath(locks[0])));
+        QVERIFY(QtLocalPeer(nullptr, id).isClient());
+        QVERIFY(QtLocalPeer(nullptr, id).sendMessage("quit", 5000));
+    }
+
+    void serverIsDeletedByItsHandler()
+    {
+        auto* server = new QtLocalPeer(nullptr, id);
+        QVERIFY(!server->isClient());
+        bool received = false;
+        connect(server, &QtLocalPeer::messageReceived, this, [&] {
+            delete server;
+            received = true;
+        });
+        bool sent = false;
+        std::thread client([&] { sent = QtLocalPeer(nullptr, id).sendMessage("any", 5000); });
+        QTRY_VERIFY(received);
+        client.join();
+        QVERIFY(sent);
+    }
+
+    void sessions_data()
+    {
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("second");
+        QTest::addColumn<bool>("same");
+        QTest::newRow("screens") << ":7"
+                                 << ":7.1" << true;
+        QTest::newRow("displays") << ":7"
+                                  << ":8" << false;
+        QTest::newRow("hosts") << "a.b:0"
+                               << "a.c:0.0" << false;
+        QTest::newRow("host") << "a.b:0"
+                              << "a.b:0.2" << true;
+    }
+
+    void sessions()
+    {
+        QFETCH(QString, first);
+        QFETCH(QString, second);
+        qputenv("DISPLAY", first.toLatin1());
+        QtLocalPeer server(nullptr, id);
+        QVERIFY(!server.isClient());
+        qputenv("DISPLAY", second.toLatin1());
+        QTEST(QtLocalPeer(nullptr, id).isClient(), "same");
     }
 
     void fiftyAtOnce()

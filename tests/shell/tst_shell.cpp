@@ -13,6 +13,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <csignal>
+
 using common::Shell;
 
 class TestShell : public QObject
@@ -166,8 +168,9 @@ private Q_SLOTS:
 
     void removeAfterExit()
     {
-        MakeTree(directory_->path(), {"it is $HOME \"gone\"/a/b=1", "it is $HOME \"gone\"/.h=1",
-                                      "kept/f=1", "it's/f=1", "it/f=1"});
+        MakeTree(directory_->path(),
+                 {"it is $HOME \"gone\"/a/b=1", "it is $HOME \"gone\"/.h=1", "kept/f=1", "it's/f=1",
+                  "it/f=1", "x/link->../y/z", "x/sub/f=1", "y/z/", "y/sub/f=1", "tree->kept"});
         const RecordingLogger log;
         QDir::setCurrent(Path("kept"));
         QVERIFY(Shell::RemoveAfterExit(Path("missing")));
@@ -177,10 +180,14 @@ private Q_SLOTS:
                  QStringList("3 common.shell RemoveAfterExit: Failed to start shell for "
                              "folder remove!"));
         QVERIFY(Shell::RemoveAfterExit("../it is $HOME \"gone\"")); // relative
+        QVERIFY(Shell::RemoveAfterExit(Path("x/link/../sub")));     // below y
+        QVERIFY(Shell::RemoveAfterExit(Path("tree/")));
         QVERIFY(QFile::exists(Path("it is $HOME \"gone\"/a/b")));
         QTRY_VERIFY_WITH_TIMEOUT(!QFile::exists(Path("it is $HOME \"gone\"")), 15000);
+        QTRY_VERIFY(!QFile::exists(Path("y/sub")) && !QFileInfo(Path("tree")).isSymLink());
         QCOMPARE(DescribeTree(directory_->path()),
-                 QStringList({"it's/", "it's/f=1", "it/", "it/f=1", "kept/", "kept/f=1"}));
+                 QStringList({"it's/", "it's/f=1", "it/", "it/f=1", "kept/", "kept/f=1", "x/",
+                              "x/link->../y/z", "x/sub/", "x/sub/f=1", "y/", "y/z/"}));
     }
 
     void startsDetached()
@@ -238,7 +245,7 @@ private Q_SLOTS:
                                           directory_->path() + '\''));
         QCOMPARE(log.Files(), QStringList("src/libs/common/shell/linux/shell"));
 
-        Script("xdg-mime", "exec /bin/sleep 30");
+        Script("xdg-mime", "echo $$ > '" + Path("pid").toUtf8() + "'; /bin/sleep 30");
         RecordingScript("xdg-open");
         QElapsedTimer clock;
         clock.start();
@@ -246,6 +253,10 @@ private Q_SLOTS:
         QVERIFY2(clock.elapsed() >= 1900 && clock.elapsed() < 5000,
                  qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(Record(), QStringList({"xdg-open", directory_->path()}));
+        QFile pid(Path("pid"));
+        QVERIFY(pid.open(QIODevice::ReadOnly));
+        const auto group = static_cast<pid_t>(pid.readAll().trimmed().toInt());
+        QVERIFY(group > 0 && ::kill(-group, 0) != 0); // nothing of it is left
     }
 
     void whatLinuxLacks()

@@ -7,7 +7,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 
-#include <xcb/xcb.h>
+#include <xcb/screensaver.h>
 
 namespace qvtool {
 
@@ -89,15 +89,19 @@ IdleCommand::IdleCommand(ToolLogger& log)
 bool IdleCommand::HasXServer()
 {
     xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    const bool connected = !xcb_connection_has_error(connection);
+    bool usable = false;
+    if (!xcb_connection_has_error(connection)) {
+        const auto* extension = xcb_get_extension_data(connection, &xcb_screensaver_id);
+        usable = extension && extension->present;
+    }
     xcb_disconnect(connection);
-    return connected;
+    return usable;
 }
 
 void IdleCommand::Declare(QCommandLineParser& parser)
 {
-    parser.addOption(
-        {countOption, QStringLiteral("End after that many seconds."), QStringLiteral("SECONDS")});
+    parser.addOption({countOption, QStringLiteral("End after COUNT lines of seconds."),
+                      QStringLiteral("COUNT")});
 }
 
 void IdleCommand::Configure(Arguments& arguments)
@@ -115,7 +119,8 @@ QString IdleCommand::Stop()
 void IdleCommand::Start()
 {
     if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
-        return Fail(QStringLiteral("there is no X server (DISPLAY is '%1')")
+        return Fail(QStringLiteral("there is no X server with the screen-saver extension "
+                                   "(DISPLAY is '%1')")
                         .arg(QString::fromLocal8Bit(qgetenv("DISPLAY"))));
     backend_ = std::make_unique<common::XcbIdleBackend>();
     watcher_ = common::IdleWatcher::instance();

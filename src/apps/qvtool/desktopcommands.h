@@ -51,7 +51,7 @@ class IdleCommand : public Command
 public:
     explicit IdleCommand(ToolLogger& log);
 
-    /** Whether there is an X server for a QGuiApplication, which would end the process without. */
+    /** Whether there is an X server that can tell; without any, a QGuiApplication would abort. */
     static bool HasXServer();
 
 protected:

@@ -16,12 +16,14 @@ constexpr int longestDirectory = 60; // leaves room for the names in it
 
 QByteArray Session()
 {
-    for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_SESSION_ID"}) {
-        const QByteArray value = qgetenv(variable);
-        if (!value.isEmpty())
-            return value;
-    }
-    return QByteArray();
+    QByteArray display = qgetenv("DISPLAY");
+    const int screen = display.indexOf('.', display.lastIndexOf(':'));
+    if (screen >= 0) // ":0" and ":0.1" are screens of one server
+        display.truncate(screen);
+    if (!display.isEmpty())
+        return display;
+    const QByteArray wayland = qgetenv("WAYLAND_DISPLAY");
+    return wayland.isEmpty() ? qgetenv("XDG_SESSION_ID") : wayland;
 }
 
 bool IsPrivate(const QByteArray& directory)
@@ -34,7 +36,7 @@ bool IsPrivate(const QByteArray& directory)
 QByteArray PrivateDirectory()
 {
     const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && runtime.size() <= longestDirectory && IsPrivate(runtime))
+    if (runtime.startsWith('/') && runtime.size() <= longestDirectory && IsPrivate(runtime))
         return runtime;
     const QByteArray own = "/tmp/qtsingleapp-" + QByteArray::number(getuid());
     mkdir(own.constData(), S_IRWXU); // or it is there

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int longestSilence = 10000; // milliseconds
+constexpr int longestSilence = 5000; // milliseconds
 
 } // namespace
 

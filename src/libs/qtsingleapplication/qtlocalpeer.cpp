@@ -7,13 +7,23 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QThread>
 
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
 namespace {
 
 constexpr int retryInterval = 20; // milliseconds
+constexpr int probeTimeout = 1000;
+constexpr int upkeepInterval = 5000;
+constexpr qint64 touchInterval = 3600 * 1000;
+constexpr int mostConnections = 100;
 
 int Remaining(const QDeadlineTimer& deadline)
 {
@@ -28,9 +38,17 @@ bool Connect(QLocalSocket& socket, const QString& path, const QDeadlineTimer& de
         if (socket.waitForConnected(Remaining(deadline)))
             return peeraddress::IsOwnUser(socket);
         socket.abort();
-        QThread::msleep(retryInterval);
+        const qint64 left = deadline.remainingTime();
+        const qint64 pause = left < 0 ? retryInterval : qMin<qint64>(left, retryInterval);
+        QThread::msleep(static_cast<unsigned long>(pause));
     } while (!deadline.hasExpired());
     return false;
+}
+
+// Programs that tidy up temporary directories go by a file's age.
+void Touch(const QString& path)
+{
+    utimensat(AT_FDCWD, QFile::encodeName(path).constData(), nullptr, 0);
 }
 
 bool Transfer(QLocalSocket& socket, const QByteArray& frame, const QDeadlineTimer& deadline)
@@ -55,8 +73,14 @@ QtLocalPeer::QtLocalPeer(QObject* parent, const QString& appId)
       server_(new QLocalServer(this))
 {
     connect(server_, &QLocalServer::newConnection, this, &QtLocalPeer::AcceptConnections);
-    if (socketPath_.isEmpty() || !lockFile_->open(QIODevice::ReadWrite))
-        qWarning("QtLocalPeer: there is no directory for the lock of this application");
+    connect(&upkeep_, &QTimer::timeout, this, &QtLocalPeer::KeepUp);
+    upkeep_.setTimerType(Qt::VeryCoarseTimer);
+    if (socketPath_.isEmpty())
+        qWarning("QtLocalPeer: there is no directory that is this user's alone");
+    else if (!lockFile_->open(QIODevice::ReadWrite))
+        qWarning("QtLocalPeer: cannot open the lock: %s", qPrintable(lockFile_->errorString()));
+    else // the sticky bit tells those who tidy up XDG_RUNTIME_DIR to leave it
+        fchmod(lockFile_->handle(), S_IRUSR | S_IWUSR | S_ISVTX);
 }
 
 QtLocalPeer::~QtLocalPeer()
@@ -73,18 +97,58 @@ bool QtLocalPeer::isClient()
 {
     if (IsServer() || !lockFile_->isOpen())
         return false;
-    if (!lockFile_->lock(QtLockedFile::WriteLock, false))
+    if (!TakeLock())
+        return errno == EAGAIN || errno == EACCES;
+    if (IsServed()) {
+        lockFile_->unlock();
         return true;
-    if (!Listen())
-        qWarning("QtLocalPeer: cannot listen: %s", qPrintable(server_->errorString()));
+    }
+    Listen();
+    touched_.start();
+    upkeep_.start(upkeepInterval);
     return false;
 }
 
-// Who holds the lock may remove the socket that a crashed server has left.
-bool QtLocalPeer::Listen()
+// If not, errno tells whether another one has it.
+bool QtLocalPeer::TakeLock()
 {
+    errno = 0;
+    if (lockFile_->lock(QtLockedFile::WriteLock, false))
+        return true;
+    const int error = errno;
+    if (error != EAGAIN && error != EACCES)
+        qWarning("QtLocalPeer: cannot lock: %s", qPrintable(qt_error_string(error)));
+    errno = error;
+    return false;
+}
+
+// By one whose lock file was removed.
+bool QtLocalPeer::IsServed() const
+{
+    QLocalSocket probe;
+    probe.connectToServer(socketPath_);
+    return probe.waitForConnected(probeTimeout);
+}
+
+// Who holds the lock may remove the socket that a crashed server has left.
+void QtLocalPeer::Listen()
+{
+    server_->close();
     QLocalServer::removeServer(socketPath_);
-    return server_->listen(socketPath_);
+    if (!server_->listen(socketPath_))
+        qWarning("QtLocalPeer: cannot listen: %s", qPrintable(server_->errorString()));
+}
+
+// A QLocalServer gives up listening when the process runs out of file descriptors.
+void QtLocalPeer::KeepUp()
+{
+    if (!server_->isListening() || !QFile::exists(socketPath_))
+        Listen();
+    if (!touched_.hasExpired(touchInterval))
+        return;
+    touched_.start();
+    Touch(socketPath_);
+    Touch(lockFile_->fileName());
 }
 
 bool QtLocalPeer::sendMessage(const QString& message, int timeout)
@@ -106,8 +170,9 @@ QString QtLocalPeer::applicationId() const
 void QtLocalPeer::AcceptConnections()
 {
     while (QLocalSocket* socket = server_->nextPendingConnection()) {
-        if (!peeraddress::IsOwnUser(*socket)) {
-            socket->deleteLater();
+        const bool crowded = findChildren<PeerConnection*>().size() >= mostConnections;
+        if (crowded || !peeraddress::IsOwnUser(*socket)) {
+            delete socket;
             continue;
         }
         auto* connection = new PeerConnection(socket, this);

@@ -2,9 +2,11 @@
 
 #include "common/qvcommon_export.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QScopedPointer>
 #include <QString>
+#include <QTimer>
 
 class QLocalServer;
 class QtLockedFile;
@@ -15,8 +17,8 @@ class QtLockedFile;
  *
  * They find each other by the application's id, the user and the desktop session (DISPLAY, or else
  * WAYLAND_DISPLAY, or else XDG_SESSION_ID): the socket and the lock lie in XDG_RUNTIME_DIR, or in a
- * directory in /tmp that is closed to other users. A server that crashed is succeeded by the next
- * instance that asks. Peers of other users are refused.
+ * directory in /tmp that is closed to other users. (An option such as -display is not seen.) A
+ * server that crashed is succeeded by the next instance that asks. Peers of other users are refused.
  *
  * For one thread, with an event loop in the server.
  */
@@ -38,9 +40,10 @@ public:
     /**
      * Sends a text of any kind, of up to 128 Mi characters, to the server; blocks meanwhile.
      *
-     * @param timeout milliseconds; below 0 without limit
-     * @return whether the server has confirmed that it got the whole text; false also from the
-     *         server itself. After false it may yet have got it.
+     * @param timeout milliseconds, of which the answer takes some; below 0 without limit
+     * @return whether the server has confirmed that it got the whole text, which it will handle in
+     *         its event loop; false also from the server itself. After false it may yet have got
+     *         it.
      */
     bool sendMessage(const QString& message, int timeout);
 
@@ -52,11 +55,16 @@ Q_SIGNALS:
 
 private:
     bool IsServer() const;
-    bool Listen();
+    bool TakeLock();
+    bool IsServed() const;
+    void Listen();
+    void KeepUp();
     void AcceptConnections();
 
     QString id_;
     QString socketPath_;
     QScopedPointer<QtLockedFile> lockFile_;
     QLocalServer* server_; // a child
+    QTimer upkeep_;
+    QElapsedTimer touched_;
 };

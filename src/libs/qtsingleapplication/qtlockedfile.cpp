@@ -48,7 +48,8 @@ bool QtLockedFile::open(OpenMode mode)
 
 void QtLockedFile::close()
 {
-    mode_ = NoLock;
+    if (isLocked())
+        unlock(); // a forked child keeps the file open
     QFile::close();
 }
 

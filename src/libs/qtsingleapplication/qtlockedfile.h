@@ -15,7 +15,8 @@
  *
  * The lock belongs to this object (an open file description lock of Linux): it keeps out other
  * objects in this process, too, and ends with close(), the object or the process, however that
- * ends. Only those who lock are kept out. For one thread at a time.
+ * ends; but a child that was forked without exec keeps the lock of a process that crashed. Only
+ * those who lock are kept out. For one thread at a time.
  */
 class QVCOMMON_EXPORT QtLockedFile : public QFile
 {
@@ -41,6 +42,9 @@ public:
 
     /**
      * Gets the lock, in place of one that it has. NoLock unlocks.
+     *
+     * What was read before may be out of date. Two that have a ReadLock and both wait for a
+     * WriteLock wait for ever.
      *
      * @param block wait for as long as another one has it
      * @return whether it was got; false for a file that is not open

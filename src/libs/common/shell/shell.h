@@ -27,8 +27,9 @@ public:
     /**
      * Copies one file, on the calling thread; creates missing directories of the destination.
      *
-     * @param overwrite remove an existing destination first; without it, one is a failure. A
-     *                  destination that is the source itself is a failure, too, and stays.
+     * @param overwrite remove an existing destination first; without it, one is a failure. Nothing
+     *                  is removed for a source that cannot be copied: one that does not exist,
+     *                  cannot be read, is no regular file or is the destination itself.
      * @return whether the file was copied
      */
     static bool Copy(const QString& source, const QString& destination, bool overwrite);
@@ -45,7 +46,8 @@ public:
      * The absolute paths of the files in a tree, the contents of a directory in place of it.
      *
      * Hidden entries and names that are not UTF-8 are not listed. A link to a directory is
-     * followed, unless it leads back to a directory that it lies in.
+     * followed, unless it leads back to a directory that it lies in; so directories that are full
+     * of links to each other are listed once for each way through them, which can be very often.
      *
      * @param nameFilters wildcards, for directories as well as for files: a directory whose name
      *                    matches none is not entered. Empty matches everything.
@@ -63,6 +65,8 @@ public:
 
     /**
      * Removes a directory tree three seconds from now, when this process has exited.
+     *
+     * Of a path that is a link, only the link is removed. An empty path is no directory.
      *
      * @return whether that is under way, or there is no such directory. A path with a single quote
      *         in it is refused. That the removal itself fails is not known.

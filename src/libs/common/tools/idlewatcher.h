@@ -30,7 +30,7 @@ public:
 class QVCOMMON_EXPORT XcbIdleBackend : public IIdleBackend
 {
 public:
-    /** Make it after the QGuiApplication, and use it on its thread. */
+    /** Make it after the QGuiApplication; use it on its thread, and no longer than it lives. */
     XcbIdleBackend();
     ~XcbIdleBackend() override;
 

@@ -6,6 +6,10 @@
 #include <QFileInfo>
 #include <QProcess>
 
+#include <csignal>
+
+#include <unistd.h>
+
 namespace common {
 
 namespace {
@@ -14,17 +18,33 @@ constexpr logger::ICategory logCategory{"common.shell"};
 constexpr char logSource[] = "src/libs/common/shell/linux/shell";
 
 constexpr int answerTimeout = 2000; // milliseconds
+constexpr int killTimeout = 100;
+
+// A process that is ended together with those that it has started.
+class GroupProcess : public QProcess
+{
+public:
+    void KillGroup()
+    {
+        if (state() == NotRunning)
+            return;
+        ::kill(-static_cast<pid_t>(processId()), SIGKILL);
+        waitForFinished(killTimeout);
+    }
+
+protected:
+    void setupChildProcess() override { setpgid(0, 0); }
+};
 
 // The desktop file of the program that opens folders; empty if nobody tells.
 QString FolderHandler()
 {
-    QProcess query;
+    GroupProcess query;
     query.start(QStringLiteral("xdg-mime"), {QStringLiteral("query"), QStringLiteral("default"),
                                              QStringLiteral("inode/directory")});
     query.waitForFinished(answerTimeout);
     const QString answer = QString::fromUtf8(query.readLine()).simplified();
-    query.kill();
-    query.waitForFinished();
+    query.KillGroup();
     return answer;
 }
 

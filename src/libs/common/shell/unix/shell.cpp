@@ -1,6 +1,7 @@
 #include "common/shell/shell.h"
 
 #include "common/logger/log.h"
+#include "common/shell/fileidentity_p.h"
 
 #include <QDir>
 #include <QProcess>
@@ -14,13 +15,17 @@ constexpr char logSource[] = "src/libs/common/shell/unix/shell";
 
 bool StartRemoval(const QString& folder)
 {
-    if (folder.contains(QLatin1Char('\''))) // the shell would see the path end there
-        return false;
     QDir parent(folder);
     parent.cdUp();
+    // As it was given: cleaning the text of "link/../folder" makes it another folder's path.
+    const QString path = WithoutTrailingSeparators(
+        QDir::isAbsolutePath(folder) ? folder : QDir::currentPath() + QLatin1Char('/') + folder);
+    if (path.contains(QLatin1Char('\''))) // the shell would see the path end there
+        return false;
     return QProcess::startDetached(
         QStringLiteral("/bin/sh"),
-        {QStringLiteral("-c"), QStringLiteral("sleep 3; rm -rd '%1'").arg(folder)}, parent.path());
+        {QStringLiteral("-c"), QStringLiteral("sleep 3; rm -rd '%1'").arg(path)},
+        parent.absolutePath());
 }
 
 } // namespace
@@ -29,7 +34,7 @@ bool Shell::RemoveAfterExit(const QString& folder)
 {
     if (folder.isEmpty() || !QDir(folder).exists())
         return true;
-    if (StartRemoval(QDir(folder).absolutePath()))
+    if (StartRemoval(folder))
         return true;
     QVLOG(ERROR) << "Failed to start shell for folder remove!";
     return false;
