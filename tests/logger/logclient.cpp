@@ -4,9 +4,13 @@
 #include <common/logger/logger.h>
 
 #include <QString>
+#include <QThread>
 #include <QtGlobal>
 
+#include <cstdio>
 #include <cstring>
+#include <thread>
+#include <vector>
 
 using namespace common::logger;
 
@@ -28,13 +32,47 @@ struct LogsWhenDestroyed
 
 const LogsWhenDestroyed afterTheBackend{"after the backend"};
 
+void PrintQtMessage(QtMsgType, const QMessageLogContext& context, const QString& text)
+{
+    fprintf(stderr, "%s: %s\n", context.category, qPrintable(text));
+}
+
 // The logger that writes through Qt is current, and Qt's messages come back to it.
 int Loop()
 {
+    qInstallMessageHandler(PrintQtMessage);
     GetLog4cpp();
     GetLogger()->SetLevel(IMessage::DEBUG);
     QVLOG(ERROR) << "once";
     qWarning("twice");
+    return 0;
+}
+
+// Joins threads that log, later than the backend goes.
+struct Threads
+{
+    std::vector<std::thread> threads;
+
+    ~Threads()
+    {
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+};
+
+int LogFromThreads(const QString& path)
+{
+    QVLOG(INFO) << "Qt's static objects are made, and go last";
+    static Threads joined;
+    SetLogger(GetLog4cpp());
+    GetLogger()->Configure(IMessage::DEBUG, 0x4, 0, {}, {}, {}, path, 0, 0);
+    for (int thread = 0; thread < 4; ++thread) {
+        joined.threads.emplace_back([] {
+            for (int line = 0; line < 3000; ++line)
+                QVLOG_FROM("run", INFO) << "line " << line;
+        });
+    }
+    QThread::msleep(2);
     return 0;
 }
 
@@ -45,11 +83,14 @@ int main(int argc, char* argv[])
     const bool loop = argc > 1 && strcmp(argv[1], "loop") == 0;
     if (loop)
         return Loop();
+    if (argc > 2 && strcmp(argv[1], "threads") == 0)
+        return LogFromThreads(QString::fromLocal8Bit(argv[2]));
     if (argc < 2)
         return 2;
+    const QString config = QString::fromLocal8Bit(argc > 2 ? argv[2] : "");
 
     SetLogger(GetLog4cpp());
-    GetLogger()->Configure(IMessage::DEBUG, 0x5, 0x100, "%p %c: %m%n", "qt", {},
+    GetLogger()->Configure(IMessage::DEBUG, 0x5, 0x100, "%p %c: %m%n", "qt", config,
                            QString::fromLocal8Bit(argv[1]), 0, 0);
     static const LogsWhenDestroyed beforeTheBackend{"before the backend"};
     QVLOG(INFO) << "in main";

@@ -96,6 +96,7 @@ private Q_SLOTS:
         row("get ftp://host/ok", 2, "is no HTTP address");
         row("get --log loud URL/ok", 2, "qvtool get: --log takes one of emerg, alert");
         row("get --log-file DIR/none/log URL/ok", 2, "none/log': No such file or directory");
+        row("get --log-config DIR/none URL/ok", 2, "none': No such file or directory");
         row("get --log-config DIR/old URL/ok", 2, "old' is no property file that log4cpp can use");
         row("get --log-file DIR/l --log-config DIR/c URL/ok", 2, "exclude each other");
         row("get --tries 0 URL/ok", 2, "qvtool get: --tries takes a whole number from 1 to");

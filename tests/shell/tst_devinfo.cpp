@@ -70,10 +70,15 @@ private Q_SLOTS:
         };
         const QString noCpu = "cpuinfo";
         const QString idHash = converter::ToMD5(QString("abc\n"));
-        const QString cpuHash =
-            converter::ToMD5(QString("processor\t: 0model name\t: Aprocessor\t: 1model name\t: A"));
-        const QString cpuInfo = "cpuinfo=processor\t: 0\nmodel name\t: A\nbogomips\t: 7\n\n"
-                                "processor\t: 1\nmodel name\t: A\n Processor : x";
+        // One line for each key, "model" for two, and what only looks like a key.
+        const QStringList described = {
+            "processor\t: 0",   "vendor_id\t: V", "cpu family\t: 6",    "model\t: 1",
+            "model name\t: A",  "stepping\t: 2",  "microcode\t: 3",     "cache size\t: 4",
+            "physical id\t: 0", "siblings\t: 2",  "core id\t\t: 0",     "cpu cores\t: 1",
+            "cpuid level\t: 5", "flags\t: fpu",   "address sizes\t: 6", "processor\t: 1"};
+        const QString cpuHash = converter::ToMD5(described.join(""));
+        const QString cpuInfo =
+            "cpuinfo=bogomips\t: 7\nProcessor: x\n\n" + described.join('\n') + "\n processor: y";
 
         row("all", {"sda=SERIAL  ", cpuInfo, "id1=abc\n"}, "host",
             idHash + "SERIAL  " + cpuHash + "host", {});

@@ -117,6 +117,11 @@ private Q_SLOTS:
             QVERIFY(!file.Load());
             QCOMPARE(file.object(), settings);
         }
+        QFile sparse(Path("sparse"));
+        QVERIFY(sparse.open(QIODevice::WriteOnly) && sparse.resize(3LL << 30));
+        JsonFile large(Path("sparse"), settings);
+        QVERIFY(!large.Load() && large.object() == settings);
+
         QVERIFY(!JsonFile("", settings).Save());
         QVERIFY(!JsonFile(below, settings).Save());
         QVERIFY(!JsonFile(directory_->path(), settings).Save());
@@ -135,6 +140,7 @@ private Q_SLOTS:
                 {"3 jsonfile Load: FileName is empty!",
                  "3 jsonfile Load: Failed to open file " + quoted(notLoaded[1]) + " for read!",
                  "3 jsonfile Load: Failed to open file " + quoted(notLoaded[2]) + " for read!",
+                 "3 jsonfile Load: Failed to open file " + quoted(Path("sparse")) + " for read!",
                  "3 jsonfile Save: FileName is empty!",
                  "3 jsonfile Save: Failed to create directory " + quoted(Path("file/below")) + "!",
                  "3 jsonfile Save: Failed to open file " + quoted(directory_->path()) +

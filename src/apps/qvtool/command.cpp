@@ -8,6 +8,11 @@
 #include <QFile>
 #include <QTimer>
 
+#include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace qvtool {
 
 using common::logger::IMessage;
@@ -116,24 +121,37 @@ void Command::SetUpLog(Arguments& arguments)
         level = static_cast<IMessage::Priority>(index);
         log_.SetLevel(level);
     }
-    if (arguments.Has(logFileOption))
-        SetUpLogFile(arguments, level);
-    if (arguments.Has(logConfigOption) && arguments.Has(logFileOption))
+    if (arguments.Has(logFileOption) && arguments.Has(logConfigOption))
         arguments.Fail(QStringLiteral("--log-file and --log-config exclude each other"));
-    else if (arguments.Has(logConfigOption) &&
-             !log_.WriteAsConfigured(arguments.Text(logConfigOption)))
-        arguments.Fail(QStringLiteral("'%1' is no property file that log4cpp can use")
-                           .arg(arguments.Text(logConfigOption)));
+    else if (arguments.Has(logFileOption))
+        SetUpLogFile(arguments, level);
+    else if (arguments.Has(logConfigOption))
+        SetUpLogConfig(arguments);
 }
 
 void Command::SetUpLogFile(Arguments& arguments, IMessage::Priority level)
 {
-    QFile file(arguments.Text(logFileOption));
-    if (file.open(QIODevice::Append)) // log4cpp would not say that it cannot
-        log_.WriteToFile(file.fileName(), level);
-    else
-        arguments.Fail(QStringLiteral("cannot write the log to '%1': %2")
-                           .arg(file.fileName(), file.errorString()));
+    const QString path = arguments.Text(logFileOption);
+    // log4cpp would not say that it cannot open it, and wait at a pipe that nobody reads.
+    constexpr int mode = 0644;
+    const int file = open(QFile::encodeName(path).constData(),
+                          O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_CLOEXEC, mode);
+    if (file < 0)
+        return arguments.Fail(
+            QStringLiteral("cannot write the log to '%1': %2").arg(path, qt_error_string(errno)));
+    close(file);
+    log_.WriteToFile(path, level);
+}
+
+void Command::SetUpLogConfig(Arguments& arguments)
+{
+    QString error;
+    const QString path = arguments.Text(logConfigOption);
+    ReadFile(path, error);
+    if (!error.isEmpty())
+        arguments.Fail(error);
+    else if (!log_.WriteAsConfigured(path))
+        arguments.Fail(QStringLiteral("'%1' is no property file that log4cpp can use").arg(path));
 }
 
 void Command::Finish(ExitCode code)

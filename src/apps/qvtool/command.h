@@ -54,6 +54,7 @@ protected:
 private:
     std::optional<int> Parse(const QStringList& arguments);
     void SetUpLog(Arguments& arguments);
+    void SetUpLogConfig(Arguments& arguments);
     void SetUpLogFile(Arguments& arguments, common::logger::IMessage::Priority level);
 
     QString name_;

@@ -76,7 +76,15 @@ void Demo::Start()
                         .arg(directory_->errorString(), server_->errorString()));
     if (!Log().WritesToFile())
         Log().WriteToRollingFile(directory_->filePath(logFile), logFileSize);
-    Log().SetFailureListener([this](const QString& text) { Say(QStringLiteral("log: ") + text); });
+    Log().SetFailureListener([this](const QString& text) { // on any thread
+        QMetaObject::invokeMethod(this, [=] { Say(QStringLiteral("log: ") + text); });
+    });
+    RunSteps();
+    Log().SetFailureListener(nullptr);
+}
+
+void Demo::RunSteps()
+{
 
     const Step steps[] = {
         {"GET with form parameters", &Demo::GetWithForm},
@@ -371,20 +379,25 @@ bool Demo::KeepSettings()
 bool Demo::ShowLog()
 {
     const QDir directory(directory_->path());
-    const QStringList files = directory.entryList({logFile + QLatin1Char('*')});
-    QFile file(directory.filePath(logFile));
+    const QStringList files =
+        directory.entryList({logFile + QLatin1Char('*')}, QDir::Files, QDir::Name | QDir::Reversed);
     if (files.isEmpty()) { // the user has it elsewhere
         Say(QStringLiteral("it is where the command line says"));
         return true;
     }
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    Say(QStringLiteral("%1, of at most %2 each; the last lines of %3:")
-            .arg(files.join(QStringLiteral(", ")), HumanSize(logFileSize), logFile));
-    const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
+    QByteArray log;
+    for (const QString& name : files) { // the oldest first
+        QFile file(directory.filePath(name));
+        if (!file.open(QIODevice::ReadOnly))
+            return false;
+        log += file.readAll();
+    }
+    Say(QStringLiteral("%1, of about %2 each at most; the last lines:")
+            .arg(files.join(QStringLiteral(", ")), HumanSize(logFileSize)));
+    const QList<QByteArray> lines = log.trimmed().split('\n');
     for (const QByteArray& line : lines.mid(std::max(0, lines.size() - 3)))
         Say(QString::fromUtf8(line));
-    return !lines.constFirst().isEmpty();
+    return lines.size() > 3;
 }
 
 } // namespace qvtool

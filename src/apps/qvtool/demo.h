@@ -42,6 +42,7 @@ private:
         QByteArray body;
     };
 
+    void RunSteps();
     bool RunStep(int number, const Step& step);
     bool GetWithForm();
     bool PostJson();

@@ -42,13 +42,13 @@ public:
     virtual bool Configure(const QString& configFile) = 0;
 
     /**
-     * Configures from parameters; tries Configure(configFile) first and ignores the rest if that
-     * succeeds.
+     * Configures from parameters; tries Configure(configFile) first, and what that decides the
+     * parameters do not.
      *
      * @param level          threshold, as for SetLevel()
      * @param outputs        bits: 0x1 console, 0x4 plain file, 0x8 rolling file (wins over 0x4)
      * @param format         bits: 0x1 source position, 0x2 function name with it, 0x100 use
-     *                       @p pattern, 0x400 basic layout
+     *                       @p pattern, 0x200 simple layout, 0x400 basic layout
      * @param pattern        layout pattern; empty for the built-in one
      * @param qtCategory     category under which Qt's own messages are logged
      * @param configFile     configuration file, tried first

@@ -1,6 +1,7 @@
 #include "common/logger/logger.h"
 
 #include "common/logger/debugtext_p.h"
+#include "common/logger/loggingguard_p.h"
 #include "common/logger/positiontext_p.h"
 
 #include <QDateTime>
@@ -52,6 +53,7 @@ void Logger::Append(const IMessage& message)
     if (static_cast<qint32>(level_) < message.Level())
         return;
 
+    const LoggingGuard guard;
     const QString stamp =
         QDateTime::currentDateTime().toString(QStringLiteral("yyyy.MM.dd HH:mm:ss.zzz:"));
     const QLoggingCategory category(CategoryName(message));

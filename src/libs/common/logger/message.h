@@ -13,7 +13,7 @@ class ILogger;
  * A log category: one static object per component, passed by address with every message.
  *
  * @c name is a NUL-terminated 8-bit string that must outlive every message of the category; a
- * string literal does.
+ * string literal does. It must not be null: the log4cpp backend ends the process then.
  */
 struct ICategory
 {

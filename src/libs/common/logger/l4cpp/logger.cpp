@@ -1,9 +1,11 @@
 #include "common/logger/l4cpp/logger.h"
 
+#include "common/logger/logger.h"
+#include "common/logger/loggingguard_p.h"
 #include "common/logger/positiontext_p.h"
 
 #include <QFile>
-#include <QScopedValueRollback>
+#include <QRegularExpression>
 
 #include <log4cpp/BasicLayout.hh>
 #include <log4cpp/Category.hh>
@@ -17,8 +19,15 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
+#include <iomanip>
 #include <iostream>
+#include <limits>
 #include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+#include <utility>
 
 namespace common::logger {
 
@@ -62,8 +71,28 @@ QString& QtCategory()
     return *name;
 }
 
+// log4cpp writes a date into a buffer of fixed size, and does not ask whether it fits.
+bool FitsDateBuffer(const QString& pattern)
+{
+    constexpr size_t bufferSize = 100;
+    static const QRegularExpression date(QStringLiteral("%-?[0-9.]*d\\{([^}]*)\\}"));
+    const std::time_t now = std::time(nullptr);
+    std::tm local = {};
+    localtime_r(&now, &local);
+    auto dates = date.globalMatch(pattern);
+    while (dates.hasNext()) {
+        std::ostringstream text;
+        text << std::put_time(&local, dates.next().captured(1).toUtf8().constData());
+        if (text.str().size() >= bufferSize)
+            return false;
+    }
+    return true;
+}
+
 log4cpp::Layout* MakePatternLayout(const QString& pattern)
 {
+    if (!FitsDateBuffer(pattern))
+        return nullptr;
     auto layout = std::make_unique<log4cpp::PatternLayout>();
     try {
         layout->setConversionPattern(pattern.isEmpty() ? defaultPattern : pattern.toStdString());
@@ -94,15 +123,36 @@ log4cpp::AppenderSet AttachedByReference()
     return appenders;
 }
 
-// log4cpp takes a negative number of backups in a property file for one of billions, and would not
-// return from rolling such a file.
+// Rolling a file costs log4cpp a system call for each backup that it may have.
+constexpr int mostBackups = 100000;
+
+// A negative number in a property file has become one of billions.
 void LimitBackups(log4cpp::Appender* appender)
 {
-    constexpr unsigned int most = 100000;
     auto* file = dynamic_cast<log4cpp::RollingFileAppender*>(appender);
-    if (file && file->getMaxBackupIndex() > most)
-        file->setMaxBackupIndex(0);
+    if (!file || file->getMaxBackupIndex() <= mostBackups)
+        return;
+    const bool negative = file->getMaxBackupIndex() > std::numeric_limits<int>::max();
+    file->setMaxBackupIndex(negative ? 1 : mostBackups);
 }
+
+void DetachEverywhere(log4cpp::Appender* appender)
+{
+    for (log4cpp::Category* category : AllCategories())
+        category->removeAppender(appender);
+}
+
+// Counts a thread that is within log4cpp.
+class Appending
+{
+public:
+    explicit Appending(std::atomic<int>& count) : count_(count) { ++count_; }
+    ~Appending() { --count_; }
+    Q_DISABLE_COPY_MOVE(Appending)
+
+private:
+    std::atomic<int>& count_;
+};
 
 // A category found lately, to spare log4cpp's look-up, which takes a lock. Of trivial types, as the
 // main thread logs beyond the end of its thread-local objects.
@@ -150,33 +200,54 @@ Logger::Logger() : root(log4cpp::Category::getRoot())
 
 Logger::~Logger()
 {
-    qInstallMessageHandler(GetDeafaultMessageHandler());
-    SetFileAppender(nullptr, QString());
-    for (const auto& appender : configured) {
-        for (log4cpp::Category* category : AllCategories())
-            category->removeAppender(appender.get());
-    }
+    Retire();
 }
 
+// Never freed: other threads may be about to append when the process ends.
 Logger* Logger::Instance()
 {
-    static Logger instance;
-    return &instance;
+    struct Keeper
+    {
+        Logger* const logger = new Logger;
+        ~Keeper() { logger->Retire(); }
+    };
+    static const Keeper keeper;
+    return keeper.logger;
+}
+
+// From here on nothing touches log4cpp, which is about to go itself.
+void Logger::Retire()
+{
+    if (retired.exchange(true))
+        return;
+    if (GetLogger() == this)
+        SetLogger(common::logger::Logger::Instance());
+    qInstallMessageHandler(GetDeafaultMessageHandler());
+    while (appending > 0)
+        std::this_thread::yield();
+    SetFileAppender(nullptr, QString());
+    for (const auto& appender : configured)
+        DetachEverywhere(appender.get());
+    configured.clear();
 }
 
 QtMessageHandler Logger::GetDeafaultMessageHandler()
 {
-    static const QtMessageHandler previous = qInstallMessageHandler(MessageHandler);
+    static const QtMessageHandler previous = [] {
+        const QtMessageHandler installed = qInstallMessageHandler(MessageHandler);
+        if (installed != MessageHandler)
+            return installed;
+        qInstallMessageHandler(nullptr); // a client has installed it: Qt's own is the one before
+        return qInstallMessageHandler(MessageHandler);
+    }();
     return previous;
 }
 
 void Logger::MessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-    // The current logger may itself write through Qt, as the default logger does.
-    thread_local bool entered = false;
-    if (entered)
+    if (LoggingGuard::IsActive())
         return GetDeafaultMessageHandler()(type, context, text);
-    const QScopedValueRollback<bool> guard(entered, true);
+    const LoggingGuard guard;
 
     const QByteArray name = QtCategory().toUtf8();
     const ICategory category{name.constData()};
@@ -205,6 +276,10 @@ log4cpp::Layout* Logger::getLayout(unsigned int layoutFormat, const QString& pat
 
 void Logger::Append(const IMessage& message)
 {
+    const Appending counted(appending);
+    if (retired)
+        return common::logger::Logger::Instance()->Append(message);
+    const LoggingGuard guard;
     log4cpp::Category& category = getCategory(message.Category());
     const log4cpp::Priority::Value priority = Log4cppPriority(message.Level());
     if (category.isPriorityEnabled(priority))
@@ -236,17 +311,18 @@ bool Logger::Configure(const QString& configFile)
     if (configFile.isEmpty())
         return false;
     const log4cpp::AppenderSet before = AttachedByReference();
+    bool succeeded = true;
     try {
         log4cpp::PropertyConfigurator::configure(QFile::encodeName(configFile).toStdString());
     } catch (...) {
-        return false;
+        succeeded = false;
     }
-    TakeOverAppenders(before);
-    return true;
+    TakeOverAppenders(before, succeeded);
+    return succeeded;
 }
 
 // log4cpp never frees the appenders that it makes for a property file, nor closes their files.
-void Logger::TakeOverAppenders(const log4cpp::AppenderSet& before)
+void Logger::TakeOverAppenders(const log4cpp::AppenderSet& before, bool keep)
 {
     const log4cpp::AppenderSet attached = AttachedByReference();
     const auto isDetached = [&attached](const auto& appender) {
@@ -257,8 +333,12 @@ void Logger::TakeOverAppenders(const log4cpp::AppenderSet& before)
     for (log4cpp::Appender* appender : attached) {
         if (before.count(appender) > 0)
             continue;
+        std::unique_ptr<log4cpp::Appender> owned(appender);
         LimitBackups(appender);
-        configured.emplace_back(appender);
+        if (keep)
+            configured.push_back(std::move(owned));
+        else
+            DetachEverywhere(appender);
     }
 }
 
@@ -282,7 +362,7 @@ bool Logger::Configure(IMessage::Priority level, unsigned int newOutputs, unsign
     SetFileAppender(nullptr, QString());
     const std::string path = QFile::encodeName(logFile).toStdString();
     if (outputs & rollingFileBit) {
-        const auto backups = static_cast<unsigned int>(std::max(0, maxBackupIndex));
+        const auto backups = static_cast<unsigned int>(std::clamp(maxBackupIndex, 0, mostBackups));
         SetFileAppender(new log4cpp::RollingFileAppender("rollingfile", path, maxFileSize, backups,
                                                          true, logFileMode),
                         pattern);

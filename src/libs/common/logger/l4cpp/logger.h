@@ -7,6 +7,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <atomic>
 #include <memory>
 #include <set>
 #include <vector>
@@ -32,21 +33,25 @@ namespace common::logger::l4cpp {
  * @endcode
  *
  * A message's category becomes the log4cpp category of the same name, its priority p the log4cpp
- * priority 100 p. While this logger exists, Qt's own messages (qDebug() and its kin) go to the
- * current logger, under the category that Configure() is given; the handler that was installed
- * before comes back with the destructor.
+ * priority 100 p. The first logger of this class routes Qt's own messages (qDebug() and its kin)
+ * to the current logger, under the category that Configure() is given. The first one that is
+ * destroyed puts back the handler that was installed before, in place also of one that the client
+ * has installed since, and for good: make no second logger beside Instance() that goes before it.
  *
- * The instance lives from its first use to the process's exit; messages that come later still go to
- * the default logger. Append() may run on several threads at once: log4cpp serialises the output,
- * and each line is written whole. Everything else is set-up, meant for program start.
+ * Instance() retires when the process exits; messages that come later go to the default logger,
+ * which writes nothing unless it was given a level. Append() may run on several threads at once,
+ * also while the process exits: log4cpp serialises the output, and each line is written whole.
+ * Everything else is set-up, meant for program start.
  *
- * Only what clients normally need is said here; the log4cpp types are for those that use log4cpp
- * themselves and include its headers.
+ * The operations that take or return log4cpp types are for clients that use log4cpp themselves.
  */
 class QVCOMMON_EXPORT Logger : public ILogger
 {
 public:
-    /** Makes a logger on the root category that all instances share. Normally: Instance(). */
+    /**
+     * Makes a logger on the root category that all instances share. Normally: Instance(). One made
+     * with @c new must be destroyed before main() returns, as log4cpp goes soon after.
+     */
     Logger();
     /** Puts back the Qt message handler, closes the log file. */
     ~Logger() override;
@@ -59,8 +64,8 @@ public:
 
     /**
      * Logs a message of Qt's: warnings as WARN, critical ones as ERROR, fatal ones as CRIT, all
-     * others as DEBUG. A message that comes from logging a message, on the same thread, goes to
-     * the handler that was installed before.
+     * others as DEBUG. A message that comes while the thread is logging one, from an appender say,
+     * goes to the handler that was installed before; so do the lines of the default logger.
      */
     static void MessageHandler(QtMsgType type, const QMessageLogContext& context,
                                const QString& text);
@@ -78,7 +83,8 @@ public:
      * @param format  0x100 pattern layout, 0x400 basic layout, 0x200 simple layout; the first of
      *                these that is set
      * @param pattern conversion pattern; empty for "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n"
-     * @return null if no bit is set or log4cpp refuses the pattern: the appender's own layout then
+     * @return null if no bit is set, log4cpp refuses the pattern or a date in it has 100 or more
+     *         bytes: the appender's own layout then
      */
     log4cpp::Layout* getLayout(unsigned int format, const QString& pattern);
 
@@ -86,26 +92,33 @@ public:
 
     /** Always NOTSET: log4cpp keeps the levels. */
     IMessage::Priority GetLevel() const override;
-    /** Sets the level of the root category; categories of a property file may have their own. */
+    /**
+     * Sets the level of the root category, NOTSET and above as DEBUG; categories of a property file
+     * may have their own.
+     */
     void SetLevel(IMessage::Priority level) override;
 
     bool IsPositionEnabled() const override;
     void EnablePosition(bool on) override;
 
     /**
-     * Configures log4cpp from a property file.
+     * Configures log4cpp from a property file. The appenders of an earlier one are closed when they
+     * are replaced; one that a file declares, but attaches to no category, stays open for good. A
+     * number of backups below 0 becomes 1, one above 100000 becomes that.
      *
-     * @return whether that succeeded; log4cpp may have applied a part of the file if not
+     * @return whether that succeeded; if not, levels may be changed and appenders gone, but none of
+     *         the file's is attached
      */
     bool Configure(const QString& configFile) override;
 
     /**
-     * Takes over the parameters, unless the property file succeeds; see ILogger.
+     * Takes over the parameters; see ILogger. If the property file succeeds, it decides on level,
+     * outputs and layout, while the position bits of @p format and @p qtCategory hold all the same.
      *
      * The log file is appended to; it replaces that of an earlier call. One that cannot be opened
      * or written gets no lines, without an error. A console appender is added to those of earlier
-     * calls, so a second call doubles the lines there. A negative @p maxBackupIndex counts as 0,
-     * which log4cpp takes for 1; a @p maxFileSize of 0 rolls the file at each line.
+     * calls, so a second call doubles the lines there. A @p maxBackupIndex below 1 counts as 1, one
+     * above 100000 as that; a @p maxFileSize of 0 rolls the file at each line.
      *
      * @return always true
      */
@@ -116,11 +129,15 @@ public:
     /** Deletes the logger: only for one made with @c new, never for Instance(). */
     void Destroy() override;
 
-    /** Closes the log file of the last Configure() with parameters, or opens it again. */
+    /**
+     * Closes the log file of the last Configure() with parameters, or opens it again, also beside
+     * the appenders of a property file that was read since, which this does not touch.
+     */
     void SetFileLoggingEnabled(bool on) override;
 
 private:
-    void TakeOverAppenders(const std::set<log4cpp::Appender*>& before);
+    void Retire();
+    void TakeOverAppenders(const std::set<log4cpp::Appender*>& before, bool keep);
     void SetFileAppender(log4cpp::Appender* appender, const QString& pattern);
 
     log4cpp::Category& root;
@@ -128,6 +145,8 @@ private:
     quint32 outputs = 0;
     quint32 format = 0;
     std::vector<std::unique_ptr<log4cpp::Appender>> configured; // by property files
+    std::atomic<int> appending{0};
+    std::atomic<bool> retired{false};
 
     Q_DISABLE_COPY_MOVE(Logger)
 };

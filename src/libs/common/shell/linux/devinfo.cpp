@@ -7,8 +7,8 @@ namespace common::shell {
 
 QString DeviceInfo::GetSerialNumber()
 {
-    static const QString serialNumber = DeviceIdentity().SerialNumber();
-    return serialNumber;
+    static const auto* serialNumber = new QString(DeviceIdentity().SerialNumber()); // never freed
+    return *serialNumber;
 }
 
 QString DeviceInfo::GetSerialNumberMD5Hash(const QString& text)

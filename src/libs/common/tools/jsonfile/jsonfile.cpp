@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <new>
+#include <optional>
 
 namespace tools {
 
@@ -25,8 +26,21 @@ bool ReadAll(const QString& fileName, QByteArray& content)
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return false;
-    content = file.readAll();
-    return file.error() == QFileDevice::NoError;
+    content = file.readAll(); // nothing, without an error, of a file above 2 GiB
+    return file.error() == QFileDevice::NoError && content.size() >= file.size();
+}
+
+// Nothing if the text is too large for a byte array.
+std::optional<QByteArray> Serialise(const QJsonDocument& document, const QString& key)
+{
+    try {
+        QByteArray content = document.toJson();
+        if (!key.isEmpty())
+            AES::encrypt(key, content, content);
+        return content;
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
 }
 
 QByteArray WithoutPadding(QByteArray content)
@@ -88,14 +102,12 @@ bool JsonFile::Save()
         QVLOG(ERROR) << "FileName is empty!";
         return false;
     }
-    if (key.toUtf8().size() > longestKey) {
+    const bool keyFits = key.toUtf8().size() <= longestKey;
+    const auto content = keyFits ? Serialise(*this, key) : std::nullopt;
+    if (!content) {
         QVLOG(ERROR) << "Failed to save document in file '" << fileName << "'!";
         return false;
     }
-    QByteArray content = toJson();
-    if (!key.isEmpty())
-        AES::encrypt(key, content, content);
-
     const QString directory = QFileInfo(fileName).absolutePath();
     if (!QDir(directory).exists() && !QDir().mkpath(directory)) {
         QVLOG(ERROR) << "Failed to create directory '" << directory << "'!";
@@ -107,7 +119,7 @@ bool JsonFile::Save()
         QVLOG(ERROR) << "Failed to open file '" << fileName << "' for write!";
         return false;
     }
-    if (file.write(content) != content.size()) {
+    if (file.write(*content) != content->size()) {
         QVLOG(ERROR) << "Failed to save document in file '" << fileName << "'!";
         return false;
     }
@@ -148,5 +160,5 @@ QTextStream& operator<<(QTextStream& stream, const QJsonArray& array)
 
 QTextStream& operator<<(QTextStream& stream, const QJsonDocument& document)
 {
-    return stream << document.toJson();
+    return stream << tools::Serialise(document, QString()).value_or(QByteArray());
 }

@@ -16,7 +16,7 @@ namespace tools {
  *
  * @code
  * tools::JsonFile settings(path);
- * if (!settings.Load())
+ * if (!settings.Load() || !settings.isObject())
  *     settings.setObject(Defaults());
  * ...
  * if (!settings.Save())
@@ -41,9 +41,9 @@ public:
     /**
      * Replaces the document with the content of the file.
      *
-     * @return whether the file could be read; if not, the document is as before. Content that is
-     *         not JSON, or was encrypted with another key, makes the document null (isNull()), and
-     *         counts as read.
+     * @return whether the file could be read; if not, the document is as before. A file above 2 GiB
+     *         cannot be read. Content that is not JSON, was encrypted with another key, or comes
+     *         with a key that is too long, makes the document null (isNull()), and counts as read.
      */
     bool Load();
 
@@ -52,7 +52,8 @@ public:
      *
      * @return whether all of it was written. The file is overwritten in place: a write that fails
      *         or is interrupted half-way leaves it damaged. A key of more than 32 bytes, which the
-     *         cipher cannot use, is refused before the file is touched.
+     *         cipher cannot use, and a document whose text is above 2 GiB are refused before the
+     *         file is touched.
      */
     bool Save();
 
