@@ -55,8 +55,8 @@ private Q_SLOTS:
             {"123", "skype", "", "123@skype", "123@skype"});
         row("skype uri", {"skype:Echo.123"}, 3,
             {"echo.123", "skype.com", "", "echo.123@skype.com", "echo.123@skype.com"});
-        row("extension is filtered", {" 1 ", "", ",,12 3a#x"}, 1,
-            {"1", "", "123a#", "1,123a#", "1,123a#"});
+        row("extension is filtered", {" 1 ", "", QString(",,12 3a#xFG*%1").arg(QChar(0xD800))}, 1,
+            {"1", "", "123a#F*", "1,123a#F*", "1,123a#F*"});
     }
 
     void number()

@@ -27,6 +27,9 @@ private Q_SLOTS:
         row("too long", "[0-9]{3}", "123|45", "123|", QValidator::Acceptable);
         row("typed amid others", "[0-9]*", "12x|34", "12|34", QValidator::Acceptable);
         row("wrong behind the cursor", "[0-9]*", "xy|1z2", "12|", QValidator::Acceptable);
+        row("cut behind, the same before", "[0-9]{3}", "11|11", "11|1", QValidator::Acceptable);
+        row("cut behind", "[0-9]{3}", "19|23", "19|2", QValidator::Acceptable);
+        row("changed on both sides", "[0-9]*", "abcd1|x", "1|", QValidator::Acceptable);
         row("empty", "[0-9]+", "|", "|", QValidator::Intermediate);
         row("broken pattern", "[0-9", "a|b", "a|b", QValidator::Invalid);
     }
@@ -45,6 +48,17 @@ private Q_SLOTS:
         if (state != QValidator::Invalid) // for which the base class moves the cursor
             QCOMPARE(text.insert(pos, '|'), expected);
         QCOMPARE(result, state);
+    }
+
+    void positionOutsideTheText()
+    {
+        const CInsertionFixupValidator validator(QRegExp("[0-9]*"), nullptr);
+        for (int pos : {-1, 5}) {
+            QString text = "1a2";
+            const int expected = pos < 0 ? 0 : 2;
+            validator.validate(text, pos);
+            QCOMPARE(pos, expected);
+        }
     }
 
     void furtherFixupIsUsed()

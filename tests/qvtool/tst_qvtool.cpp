@@ -114,6 +114,7 @@ private Q_SLOTS:
         row("compare 1.0 4294967296", 2, "'4294967296' is no version");
         row("encrypt --key-file DIR", 1, "': it is not a regular file");
         row("encrypt --key-file /dev/null", 1, "not a regular file");
+        row("encrypt mysecret", 2, "qvtool encrypt: it takes no arguments: the text comes from");
         row("decrypt --key-file DIR/long", 1, "has 33 bytes, not 1 to 32");
         row("reveal DIR/none", 1, "none': it does not exist");
         row("idle --count 0", 2, "qvtool idle: --count takes a whole number");
@@ -312,9 +313,11 @@ private Q_SLOTS:
               "check code        2 (forbidden characters)", "user              a\\x1b"})
             QVERIFY2(table.out.split('\n').contains(line), line);
 
-        const Result json = Run({"parse", "--json"}, "skype:X\r\n+123,,4 5");
+        const Result json =
+            Run({"parse", "--json"}, QByteArray("skype:X\r\n+123,,4 5\na\0b@c.com", 28));
         const QStringList lines = json.out.split('\n');
-        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines.size(), 4);
+        QVERIFY(lines[2].contains("\"address\":false") && lines[2].contains("\"a\\u0000b@c.com\""));
         QCOMPARE(lines[0],
                  R"({"address":true,"check":3,"contactNumber":"x@skype.com","displayName":"",)"
                  R"("host":"skype.com","kind":3,"number":"skype: x@skype.com","port":"",)"
@@ -329,7 +332,8 @@ private Q_SLOTS:
         const QStringList withKey = {"--key-file", "DIR/key"};
         QCOMPARE(Run(QStringList("encrypt") + withKey, "secret").out, "O3uX6IaI38D+oHmVP+JedQ==\n");
         for (const QStringList& key : {withKey, QStringList()}) {
-            for (const char* text : {"two\nlines, grüß dich\n", "exactly 16 bytes\n", "\n"}) {
+            for (const char* text :
+                 {"two\nlines, grüß dich\n", "exactly 16 bytes\n", "\n", "cr\r\r\n\n"}) {
                 const Result encrypted = Run(QStringList("encrypt") + key, text);
                 QCOMPARE(Run(QStringList("decrypt") + key, encrypted.out.toUtf8()).out, text);
             }
@@ -344,6 +348,17 @@ private Q_SLOTS:
             const Result result = Run({command}, input);
             QCOMPARE(result.code, 1);
             QVERIFY(result.out.isEmpty() && !result.err.isEmpty());
+        }
+    }
+
+    void closedStandardInput()
+    {
+        for (const char* command : {"encrypt", "parse"}) {
+            QProcess process;
+            process.start("sh", {"-c", QString("exec " QVTOOL_PATH " %1 <&-").arg(command)});
+            QVERIFY(process.waitForFinished());
+            QCOMPARE(process.exitCode(), 1);
+            QVERIFY(process.readAllStandardError().contains("cannot read standard input"));
         }
     }
 

@@ -118,11 +118,30 @@ private Q_SLOTS:
 
     void firstVariableOfEnvironmentCounts()
     {
-        SetUser("bob", "USERNAME");
-        qputenv("USER", "a=b");
-        const int at = QProcess::systemEnvironment().indexOf("USER=a=b");
-        const int before = QProcess::systemEnvironment().indexOf("USERNAME=bob");
-        QCOMPARE(AES::machineUser(), before < at ? "bob" : "a=b");
+        for (const char* user : {"", "amy"}) { // found or empty, it counts
+            SetUser(user, "USER");
+            qputenv("USERNAME", "bob");
+            const QStringList both =
+                QProcess::systemEnvironment().filter(QRegularExpression("^USER(NAME)?="));
+            QCOMPARE(both.size(), 2);
+            QCOMPARE(AES::machineUser(), both[0].section('=', 1));
+        }
+        for (const char* user : {"", "amy"}) { // in the other order, whichever that is
+            SetUser("bob", "USERNAME");
+            qputenv("USER", user);
+            const QStringList both =
+                QProcess::systemEnvironment().filter(QRegularExpression("^USER(NAME)?="));
+            QCOMPARE(AES::machineUser(), both[0].section('=', 1));
+        }
+    }
+
+    void bytesWithTheMachineKey()
+    {
+        QByteArray expected, bytes;
+        AES::encrypt(AES::machineKey(), "secret", expected);
+        QCOMPARE(AES::encrypt(QByteArray("secret"), bytes), expected);
+        QCOMPARE(AES::decrypt(expected, bytes).left(7), QByteArray("secret\0", 7));
+        QCOMPARE(AES::ivec(), "5D3A9C0E71B24F68A0C2E94B17F6D8A3");
     }
 
     void pairsAreBoundToNameAndUser()

@@ -151,8 +151,9 @@ private Q_SLOTS:
                 QTest::newRow(qPrintable(text)) << expected;
         };
         rows(0, {"alice@zelkosip.test", "Alice.B@sub.ZELKOSIP.ru", "a@zelkosip.com:99999"});
-        rows(1, {"alice", "@zelkosip.test", "alice@", "alice@other.test", "alice@zelkosip.museum",
-                 "alice@zelkosip.test:05060", "alice@zelkosip.test@zelkosip.test"});
+        rows(1, {"alice", "@zelkosip.test", "alice@", "alice@OTHER.test", "@a+b",
+                 "alice@zelkosip.museum", "alice@zelkosip.test:05060",
+                 "alice@zelkosip.test@zelkosip.test"});
         rows(2, {"a b", "alice@zelko_sip.test", "\"alice\"@zelkosip.test", "alice@a@b+c"});
         rows(3, {"", "alice@zelkosip.test:100000", "sip:alice@zelkosip.test", QString(256, 'a')});
     }
@@ -179,6 +180,10 @@ private Q_SLOTS:
         for (const char* bad :
              {"1234567", "aaaaaaaaaaaaaaaaaaaaa", "with space", "ёёёёёёёё", "'quoted'"})
             QVERIFY2(!Password::IsGood(bad), bad);
+        for (ushort code = 1; code < 0x500; ++code) {
+            const QString same(8, QChar(code));
+            QCOMPARE(Password::IsGood(same), Password::PasswordSymbolRegExp().exactMatch(same));
+        }
     }
 
     void webServicesFollowHost()

@@ -40,6 +40,8 @@ private Q_SLOTS:
         Version version(1, 2, 3, 4);
         QVERIFY(version.parse("7"));
         QCOMPARE(version.ToString(), "7.2.3.4");
+        version.parse(QString("1.2") + QChar(0xD800) + ".3-4");
+        QCOMPARE(version.ToString(), "1.0.3.4");
         QVERIFY(Version(static_cast<const char*>(nullptr)).IsNull());
     }
 

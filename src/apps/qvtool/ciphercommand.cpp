@@ -32,16 +32,21 @@ QByteArray WithoutSpace(const QByteArray& text)
 
 void CipherCommand::Declare(QCommandLineParser& parser)
 {
-    parser.addOption({keyFileOption,
-                      QStringLiteral("Take the key from FILE: a text of 1 to %1 bytes. Without "
-                                     "it, the key follows from the name of the current user.")
-                          .arg(longestKey),
-                      QStringLiteral("FILE")});
+    parser.addOption(
+        {keyFileOption,
+         QStringLiteral("Take the key from FILE, a regular file that holds a text of 1 "
+                        "to %1 bytes. Without it, the key follows from the name of "
+                        "the current user. A line end that closes the key or the "
+                        "text is not a part of it; the result comes with one.")
+             .arg(longestKey),
+         QStringLiteral("FILE")});
 }
 
 void CipherCommand::Configure(Arguments& arguments)
 {
-    keyFile_ = arguments.Has(keyFileOption) ? arguments.Text(keyFileOption) : QString();
+    if (!arguments.AllPositionals({}).isEmpty()) // do not repeat it: it may be the secret
+        arguments.Fail(QStringLiteral("it takes no arguments: the text comes from standard input"));
+    keyFile_ = arguments.Text(keyFileOption);
     if (arguments.Has(keyFileOption) && keyFile_.isEmpty())
         arguments.Fail(QStringLiteral("--key-file takes a file name"));
 }
@@ -53,8 +58,10 @@ QString CipherCommand::Stop()
 
 void CipherCommand::Start()
 {
-    if (TakeKey())
-        connect(ReadInput(), &Input::ended, this, &CipherCommand::ShowResult);
+    if (!TakeKey())
+        return;
+    Input* input = ReadInput();
+    connect(input, &Input::ended, this, [=] { ShowResult(input->TakeRest()); });
 }
 
 bool CipherCommand::TakeKey()
@@ -70,10 +77,12 @@ bool CipherCommand::TakeKey()
                     .arg(keyFile_, QString::number(key.size()), QString::number(longestKey));
     if (error.isEmpty() && !IsUtf8(key))
         error = QStringLiteral("the key in '%1' is no UTF-8 text").arg(keyFile_);
-    if (!error.isEmpty())
+    if (!error.isEmpty()) {
         Fail(error);
+        return false;
+    }
     key_ = QString::fromUtf8(key);
-    return error.isEmpty();
+    return true;
 }
 
 void CipherCommand::ShowResult(const QByteArray& input)

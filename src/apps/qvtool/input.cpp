@@ -5,6 +5,8 @@
 #include <QSocketNotifier>
 
 #include <cerrno>
+#include <utility>
+
 #include <unistd.h>
 
 namespace qvtool {
@@ -12,29 +14,56 @@ namespace qvtool {
 namespace {
 
 constexpr int chunkSize = 64 * 1024;
+constexpr int mostKept = 1024 * 1024 * 1024;
 
 } // namespace
 
-Input::Input(QObject* parent) : QObject(parent)
+Input::Input(QObject* parent)
+    : QObject(parent), notifier_(new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this))
 {
-    auto* notifier = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
-        QByteArray chunk(chunkSize, Qt::Uninitialized);
-        const auto size = read(STDIN_FILENO, chunk.data(), static_cast<size_t>(chunk.size()));
-        if (size < 0 && (errno == EINTR || errno == EAGAIN))
-            return;
-        if (size <= 0) {
-            notifier->setEnabled(false);
-            if (size == 0)
-                Q_EMIT ended(all_);
-            else
-                Q_EMIT failed(qt_error_string(errno));
-            return;
-        }
-        all_.append(chunk.constData(), static_cast<int>(size));
-        if (all_.contains('\n'))
-            Q_EMIT line(all_);
-    });
+    connect(notifier_, &QSocketNotifier::activated, this, &Input::Read);
+}
+
+void Input::Read()
+{
+    QByteArray chunk(chunkSize, Qt::Uninitialized);
+    const auto size = read(STDIN_FILENO, chunk.data(), static_cast<size_t>(chunk.size()));
+    if (size < 0 && (errno == EINTR || errno == EAGAIN))
+        return;
+    if (size < 0)
+        return Fail(qt_error_string(errno));
+    if (size == 0) {
+        notifier_->setEnabled(false);
+        Q_EMIT ended();
+        return;
+    }
+    if (kept_.size() > mostKept - chunkSize)
+        return Fail(QStringLiteral("it is too large"));
+    kept_.append(chunk.constData(), static_cast<int>(size));
+    Q_EMIT arrived();
+}
+
+void Input::Fail(const QString& reason)
+{
+    notifier_->setEnabled(false);
+    Q_EMIT failed(reason);
+}
+
+bool Input::TakeLine(QByteArray& line)
+{
+    const int end = kept_.indexOf('\n', searched_);
+    searched_ = end < 0 ? kept_.size() : 0;
+    if (end < 0)
+        return false;
+    line = WithoutLineEnd(kept_.left(end + 1));
+    kept_.remove(0, end + 1);
+    return true;
+}
+
+QByteArray Input::TakeRest()
+{
+    searched_ = 0;
+    return std::exchange(kept_, QByteArray());
 }
 
 QByteArray ReadFile(const QString& path, QString& error)
@@ -54,9 +83,7 @@ QByteArray ReadFile(const QString& path, QString& error)
 QByteArray WithoutLineEnd(QByteArray text)
 {
     if (text.endsWith('\n'))
-        text.chop(1);
-    if (text.endsWith('\r'))
-        text.chop(1);
+        text.chop(text.endsWith("\r\n") ? 2 : 1);
     return text;
 }
 

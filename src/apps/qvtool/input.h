@@ -4,6 +4,8 @@
 #include <QObject>
 #include <QString>
 
+class QSocketNotifier;
+
 namespace qvtool {
 
 /** Reads standard input from the event loop, which stays awake for an interrupt meanwhile. */
@@ -14,16 +16,26 @@ class Input : public QObject
 public:
     explicit Input(QObject* parent);
 
+    /** Takes the next complete line, without its end, of what was read and not taken yet. */
+    bool TakeLine(QByteArray& line);
+    /** Takes everything that was read and not taken yet. */
+    QByteArray TakeRest();
+
 Q_SIGNALS:
-    /** A line was completed; all that was read so far. */
-    void line(const QByteArray& all);
-    /** The input has ended; all that was read. The last signal. */
-    void ended(const QByteArray& all);
-    /** The input cannot be read. The last signal. */
+    /** More was read. */
+    void arrived();
+    /** The input has ended. The last signal. */
+    void ended();
+    /** The input cannot be read, or is too large to be kept. The last signal. */
     void failed(const QString& reason);
 
 private:
-    QByteArray all_;
+    void Read();
+    void Fail(const QString& reason);
+
+    QSocketNotifier* notifier_; // a child
+    QByteArray kept_;
+    int searched_ = 0; // no line ends before
 };
 
 /** The content of a regular file; with @p error set, if it cannot be read. */

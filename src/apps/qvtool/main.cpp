@@ -20,6 +20,9 @@
 #include <memory>
 #include <vector>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 using Commands = std::vector<std::unique_ptr<qvtool::Command>>;
@@ -40,6 +43,15 @@ QString Usage(const Commands& commands)
     text += QStringLiteral("\n'qvtool COMMAND --help' tells more; 'qvtool --version' the version.\n"
                            "Exit codes: 0 success, 1 the job failed, 2 wrong usage.\n");
     return text;
+}
+
+// The application would take their numbers for files of its own. These fail when they are used.
+void OccupyClosedStandardStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0)
+            open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
 }
 
 // One command asks the X server; the others need none.
@@ -77,6 +89,7 @@ int Run(const Commands& commands, QStringList arguments)
 
 int main(int argc, char* argv[])
 {
+    OccupyClosedStandardStreams();
     qInstallMessageHandler(WriteToStandardError);
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a failed write
     const auto application = MakeApplication(argc, argv);

@@ -117,33 +117,30 @@ QString ParseCommand::Stop()
 void ParseCommand::Start()
 {
     if (texts_.isEmpty()) {
-        const Input* input = ReadInput();
-        connect(input, &Input::line, this,
-                [this](const QByteArray& all) { ShowLines(all, false); });
-        connect(input, &Input::ended, this,
-                [this](const QByteArray& all) { ShowLines(all, true); });
+        Input* input = ReadInput();
+        connect(input, &Input::arrived, this, [=] { ShowLines(*input); });
+        connect(input, &Input::ended, this, [=] {
+            const QByteArray rest = input->TakeRest();
+            FinishWritten(rest.isEmpty() || ShowLine(rest));
+        });
         return;
     }
     FinishWritten(std::all_of(texts_.cbegin(), texts_.cend(),
                               [this](const QString& text) { return Show(text); }));
 }
 
-// Shows what is new in the input; the last line may come without its end.
-void ParseCommand::ShowLines(const QByteArray& all, bool ended)
+void ParseCommand::ShowLines(Input& input)
 {
-    while (shownBytes_ < all.size()) {
-        int end = all.indexOf('\n', shownBytes_);
-        if (end < 0 && !ended)
-            return;
-        if (end < 0)
-            end = all.size();
-        const QByteArray line = all.mid(shownBytes_, end - shownBytes_);
-        shownBytes_ = end + 1;
-        if (!Show(QString::fromUtf8(WithoutLineEnd(line))))
+    QByteArray line;
+    while (input.TakeLine(line)) {
+        if (!ShowLine(line))
             return FinishWritten(false);
     }
-    if (ended)
-        Finish(Success);
+}
+
+bool ParseCommand::ShowLine(const QByteArray& line)
+{
+    return Show(QString::fromUtf8(line.constData(), line.size())); // zero characters, too
 }
 
 bool ParseCommand::Show(const QString& text)

@@ -19,12 +19,12 @@ protected:
     QString Stop() override;
 
 private:
-    void ShowLines(const QByteArray& all, bool ended);
+    void ShowLines(Input& input);
+    bool ShowLine(const QByteArray& line);
     bool Show(const QString& text);
 
     QStringList texts_;
     bool json_ = false;
-    int shownBytes_ = 0;
     int shownTexts_ = 0;
 };
 

@@ -93,8 +93,12 @@ void RemoveCommand::Ask()
         else
             Fail(QStringLiteral("nothing removed: not confirmed (--yes removes without asking)"));
     };
-    connect(input, &Input::line, this, decide);
-    connect(input, &Input::ended, this, decide);
+    connect(input, &Input::arrived, this, [=] {
+        QByteArray answer;
+        if (input->TakeLine(answer))
+            decide(answer);
+    });
+    connect(input, &Input::ended, this, [=] { decide(input->TakeRest()); });
 }
 
 void RemoveCommand::StartJob()

@@ -217,7 +217,8 @@ void PostCommand::Start()
     if (jsonFile_.isNull())
         return RequestCommand::Start();
     if (jsonFile_ == QLatin1String("-")) {
-        connect(ReadInput(), &Input::ended, this, &PostCommand::SendJson);
+        Input* input = ReadInput();
+        connect(input, &Input::ended, this, [=] { SendJson(input->TakeRest()); });
         return;
     }
     QString error;

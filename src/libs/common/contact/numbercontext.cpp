@@ -3,7 +3,7 @@
 #include "common/deployment_p.h"
 #include "common/tools/sip/sipid.h"
 
-#include <QRegularExpression>
+#include <QRegExp>
 
 namespace common::contact::number {
 
@@ -40,8 +40,8 @@ int KindOf(const QString& user, const QString& host)
 
 QString PostDialDigits(QString text)
 {
-    static const QRegularExpression others(QStringLiteral("[^0-9a-fA-F*#]+"));
-    return text.remove(others);
+    static const QRegExp others(QStringLiteral("[^0-9a-fA-F*#]+"));
+    return text.remove(QRegExp(others)); // a copy: matching changes it
 }
 
 } // namespace

@@ -12,7 +12,8 @@ namespace common::contact::number {
  * One callable address, parsed and classified. Immutable, so it may be read on any thread.
  *
  * @code
- * const auto number = common::contact::number::CreateInstance("+7 4955550123,,12");
+ * using common::contact::number::INumberContext;
+ * const auto number = common::contact::number::CreateInstance("+74955550123,,12");
  * if (number->Type() == INumberContext::PhoneNumber)
  *     Dial(number->ContactNumber());
  * @endcode

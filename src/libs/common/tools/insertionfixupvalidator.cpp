@@ -29,10 +29,13 @@ void CInsertionFixupValidator::fixup(QString& input) const
 
 QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) const
 {
-    const QString behindCursor = input.mid(pos);
+    pos = qBound(0, pos, input.size());
+    const QString before = input.left(pos);
+    const QString behind = input.mid(pos);
     fixup(input);
-    const bool undisturbed = input.endsWith(behindCursor);
-    pos = undisturbed ? input.size() - behindCursor.size() : std::min(pos, input.size());
+    if (!input.startsWith(before) && input.endsWith(behind))
+        pos = input.size() - behind.size();
+    pos = std::min(pos, input.size());
     return QRegExpValidator::validate(input, pos);
 }
 

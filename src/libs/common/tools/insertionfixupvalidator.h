@@ -22,8 +22,8 @@ namespace tools {
  *
  * One character is removed a round, and each round matches the text from its start, so the time
  * grows with the length of the text times the number of characters removed: pasting 10,000
- * characters, half of which go, takes about 0.3 s. A QLineEdit takes 32,767 at most, and ten times
- * as long for that many. Set QLineEdit::setMaxLength() where a field is short.
+ * characters, half of which go, takes about 0.3 s. A QLineEdit takes 32,767 at most, for which that
+ * is 3 to 7 s, depending on the pattern. Set QLineEdit::setMaxLength() where a field is short.
  */
 class QVCOMMON_EXPORT CInsertionFixupValidator : public QRegExpValidator
 {
@@ -44,8 +44,8 @@ public:
     /**
      * Calls fixup(), then judges the text that is left as QRegExpValidator does.
      *
-     * @param[in,out] pos the cursor; stays before the same character if the text behind it is left
-     *                    as it was, and within the text in any case
+     * @param[in,out] pos the cursor; moves only if the text before it was changed, then with the
+     *                    text behind it if that was not, and is within the text in any case
      */
     QValidator::State validate(QString& input, int& pos) const override;
 };

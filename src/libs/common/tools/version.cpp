@@ -1,6 +1,6 @@
 #include "common/tools/version.h"
 
-#include <QRegularExpression>
+#include <QRegExp>
 #include <QStringList>
 
 #include <algorithm>
@@ -44,8 +44,8 @@ Version::Version(const char* text) : Version(QString::fromUtf8(text))
 
 bool Version::parse(const QString& text)
 {
-    static const QRegularExpression separator(QStringLiteral("[-,_.]"));
-    const QStringList pieces = text.split(separator);
+    static const QRegExp separator(QStringLiteral("[-,_.]"));
+    const QStringList pieces = text.split(QRegExp(separator)); // a copy: matching changes it
     const int count = std::min(pieces.size(), static_cast<int>(std::size(parts_)));
     std::transform(pieces.cbegin(), pieces.cbegin() + count, std::begin(parts_), Number);
     return true;

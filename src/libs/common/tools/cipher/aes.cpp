@@ -7,7 +7,6 @@
 #include <QStringList>
 
 #include <openssl/aes.h>
-#include <openssl/crypto.h>
 
 #include <algorithm>
 #include <cstring>
@@ -41,10 +40,8 @@ bool SetKey(const QString& key, int enc, AES_KEY& schedule)
 {
     QByteArray buffer;
     const int bits = AES::getKeyBuffer(key, buffer);
-    const int result = enc ? AES_set_encrypt_key(Bytes(buffer), bits, &schedule)
-                           : AES_set_decrypt_key(Bytes(buffer), bits, &schedule);
-    OPENSSL_cleanse(buffer.data(), static_cast<size_t>(buffer.size()));
-    return result == 0;
+    return (enc ? AES_set_encrypt_key(Bytes(buffer), bits, &schedule)
+                : AES_set_decrypt_key(Bytes(buffer), bits, &schedule)) == 0;
 }
 
 QByteArray& CryptInto(const QString& key, const QByteArray& in, QByteArray& out, int enc)
@@ -82,7 +79,6 @@ QByteArray& AES::crypt(const QString& key, const QByteArray& in, QByteArray& out
         memcpy(iv, ivText, sizeof iv);
         AES_cbc_encrypt(Bytes(blocks), Bytes(blocks), static_cast<size_t>(blocks.size()), &schedule,
                         iv, enc);
-        OPENSSL_cleanse(&schedule, sizeof schedule);
     } else {
         blocks.fill('\0');
     }

@@ -14,7 +14,7 @@ namespace tools::cipher {
  * @code
  * using tools::cipher::AES;
  * const QString stored = AES::encryptPair("password", password);   // with this user's key
- * const QString back = AES::decryptPair("password", stored);       // null for another name or user
+ * const QString back = AES::decryptPair("password", stored);       // null for another name
  * @endcode
  *
  * Without a key of the caller's the key is derived from the name of the operating-system user, so
@@ -22,7 +22,8 @@ namespace tools::cipher {
  *
  * @warning This hides a text from a casual look; it does not protect it. The machine key follows
  * from the user name and constants in this library, so whoever reads the file and knows the user's
- * name can decrypt it. The fixed IV gives equal texts, and equal beginnings of 16 bytes, equal
+ * name can decrypt it. It follows from the first 24 bytes of the name repeated over and over, so
+ * "bo" and "bobo" share it, as do names that begin with the same 24 bytes. The fixed IV gives equal texts, and equal beginnings of 16 bytes, equal
  * cipher texts. Nothing is authenticated: a cipher text can be altered unnoticed. A key of the
  * caller's is used as it is, without a derivation that would slow down guessing. Secrets that must
  * be safe belong into the desktop's secret service.
@@ -92,11 +93,11 @@ public:
     /**
      * A value stored under a name, with machineKey(): it cannot be read back under another name.
      *
-     * Neither @p name nor @p value may be anything that the text "%1=%2" cannot carry: a name with
-     * "=" or with a place marker such as "%2" gives pairs that are mistaken for one another.
+     * A name with "=" can be mistaken for another one; one with a place marker of QString::arg()
+     * ("%1", "%L2") cannot be read back. The value must not hold the zero character.
      */
     static QString encryptPair(const QString& name, const QString& value);
-    /** The value, or null if @p text was not stored under @p name by this user. */
+    /** The value, or null if @p text was not stored under @p name with this machineKey(). */
     static QString decryptPair(const QString& name, const QString& text);
 
     /**

@@ -11,8 +11,9 @@ namespace tools::sip {
  * The rule for passwords of SIP accounts. Stateless; any thread.
  *
  * @code
+ * using tools::sip::Password;
  * edit->setValidator(new tools::CInsertionFixupValidator(Password::PasswordSymbolRegExp(), edit));
- * button->setEnabled(tools::sip::Password::IsGood(edit->text()));
+ * button->setEnabled(Password::IsGood(edit->text()));
  * @endcode
  */
 class QVCOMMON_EXPORT Password

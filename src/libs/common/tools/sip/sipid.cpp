@@ -219,7 +219,7 @@ int SipId::CheckDomain(QString const& id)
         return OtherDomain;
     // A further "@" is not held against the host.
     const QString host = id.mid(at + 1).replace(QLatin1Char('@'), QLatin1Char('z'));
-    return host.isEmpty() || QRegExp(hostSymbols).exactMatch(host) ? OtherDomain : ForbiddenSymbols;
+    return QRegExp(hostSymbols).exactMatch(host) ? OtherDomain : ForbiddenSymbols;
 }
 
 bool SipId::ParseURIEx(QString const& text, QString& user, QString& host, QString& displayName,

@@ -43,7 +43,7 @@ public:
 
     /** One or more of AllSymbols(). */
     static QRegExp AllSymbolRegExp();
-    /** Up to 255 characters, then perhaps a colon and up to five digits. */
+    /** Up to 255 of AllSymbols() but ":", then perhaps a colon and up to five digits. */
     static QRegExp SymbolRegExp();
     /** An identifier of the service's own domain, with or without a port. */
     static QRegExp FormatRegExp();
@@ -56,7 +56,7 @@ public:
     static QRegExp URIRegExp();
     /** user\@host: group 2 is the user, 5 the host, 8 the port, 9 the post-dial digits. */
     static QRegExp IDRegExp();
-    /** The same without a port. */
+    /** user\@host without a port: group 2 is the user, 5 the host, 7 the post-dial digits. */
     static QRegExp IDWithoutPortRegExp();
     /** A Skype name behind "skype:": group 2 is the name. */
     static QRegExp SkypeURIRegExp();
@@ -71,7 +71,10 @@ public:
     /** The same behind "000": a number that is a SIP user. */
     static QRegExp NumericSipRegExp();
 
-    /** Judges an identifier of the service; the result is one of CheckResult. */
+    /**
+     * Judges an identifier of the service; the result is one of CheckResult. White space around it
+     * counts. The service's own domain is a part of the grammar, not of the deployment.
+     */
     static int Check(QString const& id);
     /** Whether Check() gives OwnDomain. */
     static bool IsValid(QString const& id);
@@ -86,7 +89,8 @@ public:
      * user, whichever fits first.
      *
      * @param text surrounding white space does not matter
-     * @param[out] user a telephone number comes without a leading "+"
+     * @param[out] user of a telephone number, the digits without a leading "+"; but "+7(495)555" is a bare
+     *             user and stays as it is
      * @param[out] host without the port; "skype.com" for a Skype name, empty for a telephone number
      *             or a bare user
      * @param[out] displayName without its quotes
