@@ -22,7 +22,7 @@ namespace {
 constexpr int retryInterval = 20; // milliseconds
 constexpr int probeTimeout = 1000;
 constexpr int upkeepInterval = 5000;
-constexpr qint64 touchInterval = 3600 * 1000;
+constexpr qint64 touchInterval = 3600000;
 constexpr int mostConnections = 100;
 
 int Remaining(const QDeadlineTimer& deadline)

@@ -4,6 +4,7 @@
 #include "common/logger/loggingguard_p.h"
 #include "common/logger/positiontext_p.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QRegularExpression>
 
@@ -41,6 +42,8 @@ constexpr unsigned int simpleBit = 0x200;
 constexpr unsigned int basicBit = 0x400;
 
 constexpr mode_t logFileMode = 0644;
+
+constexpr int longestWait = 1000; // milliseconds for other threads at the process's exit
 
 // The literal "m" in the date is meant: programs that read these logs expect it.
 constexpr char defaultPattern[] = "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n";
@@ -223,7 +226,8 @@ void Logger::Retire()
     if (GetLogger() == this)
         SetLogger(common::logger::Logger::Instance());
     qInstallMessageHandler(GetDeafaultMessageHandler());
-    while (appending > 0)
+    const QDeadlineTimer deadline(longestWait); // this thread itself may be the one
+    while (appending > 0 && !deadline.hasExpired())
         std::this_thread::yield();
     SetFileAppender(nullptr, QString());
     for (const auto& appender : configured)
