@@ -1,8 +1,13 @@
 #include <common/contact/contactcontext.h>
+#include <common/tools/sip/sipid.h>
+#include <common/tools/version.h>
 
 #include <QImage>
 #include <QSignalSpy>
 #include <QtTest>
+
+#include <future>
+#include <vector>
 
 using common::contact::ContactContext;
 using common::contact::IContactContext;
@@ -105,6 +110,24 @@ private Q_SLOTS:
         QCOMPARE(&party->Image(image), &image);
         QCOMPARE(image, before);
         QVERIFY(QSignalSpy(party.data(), SIGNAL(changed())).isValid());
+    }
+
+    // The patterns are shared, and matching changes a pattern.
+    void anyThread()
+    {
+        std::vector<std::future<bool>> results;
+        for (int thread = 0; thread < 4; ++thread) {
+            results.push_back(std::async(std::launch::async, [] {
+                bool right = true;
+                for (int round = 0; round < 3000 && right; ++round)
+                    right = contact::CreateInstance("a@b.com,,1 2", "")->Extention() == "12" &&
+                            tools::sip::SipId::Check("a@b_c.com") == 2 &&
+                            common::Version("1-2_3").ToString() == "1.2.3.0";
+                return right;
+            }));
+        }
+        for (auto& result : results)
+            QVERIFY(result.get());
     }
 
     void partyWithoutNumber()

@@ -26,10 +26,13 @@ private Q_SLOTS:
         row("beginning of a match", "[0-9]{3}-[0-9]{2}", "123|", "123|", QValidator::Intermediate);
         row("too long", "[0-9]{3}", "123|45", "123|", QValidator::Acceptable);
         row("typed amid others", "[0-9]*", "12x|34", "12|34", QValidator::Acceptable);
-        row("wrong behind the cursor", "[0-9]*", "xy|1z2", "12|", QValidator::Acceptable);
+        row("wrong on both sides", "[0-9]*", "xy|1z2", "|12", QValidator::Acceptable);
         row("cut behind, the same before", "[0-9]{3}", "11|11", "11|1", QValidator::Acceptable);
         row("cut behind", "[0-9]{3}", "19|23", "19|2", QValidator::Acceptable);
-        row("changed on both sides", "[0-9]*", "abcd1|x", "1|", QValidator::Acceptable);
+        row("cut behind after a removal", "[0-9]{3}", ".3|233", "3|23", QValidator::Acceptable);
+        row("one of two alike", "[0-9]{2}", "1x|11", "1|1", QValidator::Acceptable);
+        row("changed on both sides alike", "[0-9]*", "x1|x1", "1|1", QValidator::Acceptable);
+        row("all but one changed", "[0-9]*", "abcd1|x", "1|", QValidator::Acceptable);
         row("empty", "[0-9]+", "|", "|", QValidator::Intermediate);
         row("broken pattern", "[0-9", "a|b", "a|b", QValidator::Invalid);
     }

@@ -99,6 +99,8 @@ private Q_SLOTS:
         QTest::newRow("USER") << QByteArray("USER") << QByteArray("alice") << alice;
         QTest::newRow("USERNAME") << QByteArray("USERNAME") << QByteArray("alice") << alice;
         QTest::newRow("lower case") << QByteArray("user") << QByteArray("alice") << alice;
+        QTest::newRow("equals sign")
+            << QByteArray("USER") << QByteArray("a=b") << "IgonUwwmVXtbUXxaVX9UJAUmUggkUXxQ";
         QTest::newRow("not ASCII")
             << QByteArray("UserName") << QByteArray("Zoë") << "GViGmWsr9+1jX4KTbi317mIr8J4cX4KZ";
         const QString fallback = "OAQDBXB2d38IHXl6AAYbcX10BRgHAQIH";
@@ -154,6 +156,9 @@ private Q_SLOTS:
 
         const QString empty = AES::decryptPair("a", AES::encryptPair("a", ""));
         QVERIFY(empty.isEmpty() && !empty.isNull());
+
+        // Substituted one after the other.
+        QCOMPARE(AES::encryptPair("%2", "v"), AES::encrypt("v=v"));
 
         SetUser("bob");
         QVERIFY(AES::decryptPair("password", stored).isNull());

@@ -17,10 +17,14 @@ const auto keyFileOption = QStringLiteral("key-file");
 constexpr int longestKey = 32;
 constexpr int blockSize = 16;
 
-// Whether nothing is lost where the bytes become a text.
-bool IsUtf8(const QByteArray& bytes)
+// Why something would be lost where the bytes become a text; empty if nothing would be.
+QString Loss(const QByteArray& bytes)
 {
-    return QString::fromUtf8(bytes).toUtf8() == bytes;
+    if (bytes.contains('\0'))
+        return QStringLiteral("has a zero character");
+    if (bytes.startsWith("\xEF\xBB\xBF"))
+        return QStringLiteral("begins with a byte-order mark");
+    return QString::fromUtf8(bytes).toUtf8() == bytes ? QString() : QStringLiteral("is not UTF-8");
 }
 
 QByteArray WithoutSpace(const QByteArray& text)
@@ -75,8 +79,9 @@ bool CipherCommand::TakeKey()
     if (error.isEmpty() && (key.isEmpty() || key.size() > longestKey))
         error = QStringLiteral("the key in '%1' has %2 bytes, not 1 to %3")
                     .arg(keyFile_, QString::number(key.size()), QString::number(longestKey));
-    if (error.isEmpty() && !IsUtf8(key))
-        error = QStringLiteral("the key in '%1' is no UTF-8 text").arg(keyFile_);
+    const QString loss = Loss(key);
+    if (error.isEmpty() && !loss.isEmpty())
+        error = QStringLiteral("the key in '%1' %2").arg(keyFile_, loss);
     if (!error.isEmpty()) {
         Fail(error);
         return false;
@@ -103,8 +108,9 @@ EncryptCommand::EncryptCommand(ToolLogger& log)
 
 QString EncryptCommand::Convert(const QString& key, const QByteArray& input, QString& error)
 {
-    if (input.contains('\0') || !IsUtf8(input)) {
-        error = QStringLiteral("the input is no UTF-8 text without zero characters");
+    const QString loss = Loss(input);
+    if (!loss.isEmpty()) {
+        error = QStringLiteral("the text ") + loss;
         return QString();
     }
     return AES::encrypt(key, QString::fromUtf8(input));
@@ -131,7 +137,7 @@ QString DecryptCommand::Convert(const QString& key, const QByteArray& input, QSt
     const bool padded = text.size() > bytes.size() - blockSize &&
                         std::all_of(bytes.cbegin() + text.size(), bytes.cend(),
                                     [](char byte) { return byte == '\0'; });
-    if (!bytes.isEmpty() && (!padded || !IsUtf8(text)))
+    if (!bytes.isEmpty() && (!padded || !Loss(text).isEmpty()))
         error = QStringLiteral("this key does not open it, or it is damaged");
     return QString::fromUtf8(text);
 }

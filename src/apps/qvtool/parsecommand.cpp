@@ -98,7 +98,8 @@ void ParseCommand::Declare(QCommandLineParser& parser)
     parser.addPositionalArgument(
         QStringLiteral("TEXT"),
         QStringLiteral("What a user would type or paste; without any, each line of standard input "
-                       "is one. (A text that begins with '-' goes behind '--'.)"),
+                       "is one, in UTF-8 (what is not, is replaced). A text that begins with '-' "
+                       "goes behind '--'."),
         QStringLiteral("[TEXT...]"));
     parser.addOption({jsonOption, QStringLiteral("Print a JSON object a line instead of tables.")});
 }

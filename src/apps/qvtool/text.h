@@ -9,7 +9,7 @@ namespace qvtool {
 /** A size for people: "14.2 MiB". */
 QString HumanSize(qint64 bytes);
 
-/** The text on one line: control characters as "\\x1b". */
+/** The text on one line, in its own order: what would control the terminal as "\\x1b". */
 QString Visible(const QString& text);
 
 /** Name and version of the tool. */

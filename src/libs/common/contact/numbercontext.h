@@ -26,17 +26,24 @@ class QVCOMMON_EXPORT INumberContext : public QObject
     Q_OBJECT
 
 public:
-    /** Kinds of addresses, the values of Type(). */
+    /**
+     * Kinds of addresses, the values of Type(); the first that fits, from SkypeName on.
+     *
+     * @warning ServiceAccount proves nothing: any host whose name holds that of the service is one,
+     * "service.test.attacker.test" among them.
+     */
     enum Kind {
-        ServiceAccount = 0, ///< an account of the service itself
-        PhoneNumber = 1,    ///< digits and telephone punctuation only, not beginning with "000"
-        SipAddress = 2,     ///< any other user
-        SkypeName = 3       ///< at "skype" or "skype.com"
+        /** The host holds the service's host name; but not the host for external numbers itself. */
+        ServiceAccount = 0,
+        /** Digits and telephone punctuation only, not beginning with "000"; at any other host. */
+        PhoneNumber = 1,
+        SipAddress = 2, ///< any other user
+        SkypeName = 3   ///< at "skype" or "skype.com"
     };
 
     ~INumberContext() override;
 
-    /** What to dial: user and post-dial digits ("123,45"), or for the kinds from SipAddress URI(). */
+    /** What to dial: user and post-dial digits ("123,45"); from SipAddress on, URI(). */
     virtual QString ContactNumber() const = 0;
     /** What to show: ContactNumber(), for a Skype name with "skype: " before it. */
     virtual QString Number() const = 0;

@@ -29,13 +29,16 @@ void CInsertionFixupValidator::fixup(QString& input) const
 
 QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) const
 {
-    pos = qBound(0, pos, input.size());
-    const QString before = input.left(pos);
-    const QString behind = input.mid(pos);
+    const QString original = input;
     fixup(input);
-    if (!input.startsWith(before) && input.endsWith(behind))
-        pos = input.size() - behind.size();
-    pos = std::min(pos, input.size());
+    pos = qBound(0, pos, original.size());
+    if (pos == original.size()) {
+        pos = input.size();
+    } else if (input != original) {
+        QString before = original.left(pos);
+        fixup(before);
+        pos = std::min(before.size(), input.size());
+    }
     return QRegExpValidator::validate(input, pos);
 }
 

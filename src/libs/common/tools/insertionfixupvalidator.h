@@ -44,8 +44,7 @@ public:
     /**
      * Calls fixup(), then judges the text that is left as QRegExpValidator does.
      *
-     * @param[in,out] pos the cursor; moves only if the text before it was changed, then with the
-     *                    text behind it if that was not, and is within the text in any case
+     * @param[in,out] pos the cursor; stays behind what is left of the text that was before it
      */
     QValidator::State validate(QString& input, int& pos) const override;
 };

@@ -23,10 +23,10 @@ namespace tools::cipher {
  * @warning This hides a text from a casual look; it does not protect it. The machine key follows
  * from the user name and constants in this library, so whoever reads the file and knows the user's
  * name can decrypt it. It follows from the first 24 bytes of the name repeated over and over, so
- * "bo" and "bobo" share it, as do names that begin with the same 24 bytes. The fixed IV gives equal texts, and equal beginnings of 16 bytes, equal
- * cipher texts. Nothing is authenticated: a cipher text can be altered unnoticed. A key of the
- * caller's is used as it is, without a derivation that would slow down guessing. Secrets that must
- * be safe belong into the desktop's secret service.
+ * "bo" and "bobo" share it, as do names that begin with the same 24 bytes. The fixed IV gives equal
+ * texts, and equal beginnings of 16 bytes, equal cipher texts. Nothing is authenticated: a cipher
+ * text can be altered unnoticed. A key of the caller's is used as it is, without a derivation that
+ * would slow down guessing. Secrets that must be safe belong into the desktop's secret service.
  *
  * **Keys** are the UTF-8 bytes of a text: up to 16 bytes select AES-128, up to 24 AES-192, up to 32
  * AES-256, shorter ones padded with zero bytes. A longer key is refused by AES: the output, in both
@@ -81,7 +81,8 @@ public:
 
     /**
      * A text into the Base64 (RFC 4648) of its encrypted UTF-8 bytes, and back, with machineKey().
-     * The text must not hold the zero character: it ends there when it is read back.
+     * Read back, the text ends at a zero character, a byte-order mark at its beginning is gone, and
+     * a lone surrogate is another character.
      */
     static QString encrypt(const QString& text);
     static QString decrypt(const QString& text);

@@ -13,7 +13,8 @@ namespace tools::sip {
  * @code
  * using tools::sip::SipId;
  * QString user, host, name, postDial, port;
- * if (SipId::ParseURIEx("\"Jane Roe\" <sip:jane@example.test:5060>", user, host, name, postDial, port))
+ * const QString text = "\"Jane Roe\" <sip:jane@example.test:5060>";
+ * if (SipId::ParseURIEx(text, user, host, name, postDial, port))
  *     Dial(user, host);           // "jane", "example.test"; name is "Jane Roe", port "5060"
  * @endcode
  *
@@ -89,8 +90,8 @@ public:
      * user, whichever fits first.
      *
      * @param text surrounding white space does not matter
-     * @param[out] user of a telephone number, the digits without a leading "+"; but "+7(495)555" is a bare
-     *             user and stays as it is
+     * @param[out] user of a telephone number, the digits without a leading "+"; but "+7(495)555" is
+     *             a bare user and stays as it is
      * @param[out] host without the port; "skype.com" for a Skype name, empty for a telephone number
      *             or a bare user
      * @param[out] displayName without its quotes
