@@ -2,15 +2,16 @@
 
 #include "common/logger/logger.h"
 
-#include <utility>
+#include <atomic>
 
 namespace common::logger {
 
 namespace {
 
-ILogger*& CurrentLogger()
+// Atomic for the end of the process, when loggers go while other threads still log.
+std::atomic<ILogger*>& CurrentLogger()
 {
-    static ILogger* current = Logger::Instance();
+    static std::atomic<ILogger*> current{Logger::Instance()};
     return current;
 }
 
@@ -19,8 +20,8 @@ ILogger*& CurrentLogger()
 // Messages still come from static destructors after a static logger has gone.
 ILogger::~ILogger()
 {
-    if (CurrentLogger() == this)
-        CurrentLogger() = Logger::Instance();
+    ILogger* self = this;
+    CurrentLogger().compare_exchange_strong(self, Logger::Instance());
 }
 
 ILogger* GetLogger()
@@ -30,7 +31,7 @@ ILogger* GetLogger()
 
 ILogger* SetLogger(ILogger* logger)
 {
-    return std::exchange(CurrentLogger(), logger);
+    return CurrentLogger().exchange(logger);
 }
 
 } // namespace common::logger
