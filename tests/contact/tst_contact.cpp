@@ -116,6 +116,7 @@ private Q_SLOTS:
     void anyThread()
     {
         std::vector<std::future<bool>> results;
+        results.reserve(4);
         for (int thread = 0; thread < 4; ++thread) {
             results.push_back(std::async(std::launch::async, [] {
                 bool right = true;
