@@ -54,12 +54,12 @@ Q_SIGNALS:
     void messageReceived(const QString& message);
 
 private:
-    bool IsServer() const;
-    bool TakeLock();
-    bool IsServed() const;
-    void Listen();
-    void KeepUp();
-    void AcceptConnections();
+    QVCOMMON_NO_EXPORT bool IsServer() const;
+    QVCOMMON_NO_EXPORT bool TakeLock();
+    QVCOMMON_NO_EXPORT bool IsServed() const;
+    QVCOMMON_NO_EXPORT void Listen();
+    QVCOMMON_NO_EXPORT void KeepUp();
+    QVCOMMON_NO_EXPORT void AcceptConnections();
 
     QString id_;
     QString socketPath_;

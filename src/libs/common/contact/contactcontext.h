@@ -85,7 +85,7 @@ public:
     QString Extention() const override;
 
 private:
-    QString OfNumber(QString (number::INumberContext::*text)() const) const;
+    QVCOMMON_NO_EXPORT QString OfNumber(QString (number::INumberContext::*text)() const) const;
 
     QSharedPointer<number::INumberContext> number;
     QString name;

@@ -88,7 +88,7 @@ public:
     QString Extention() const override;
 
 private:
-    QString WithExtension() const;
+    QVCOMMON_NO_EXPORT QString WithExtension() const;
 
     QString user;
     QString host;

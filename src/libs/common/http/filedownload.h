@@ -177,8 +177,8 @@ protected:
     bool CheckDownload();
 
 private:
-    void DrainAsDataArrives();
-    void Drain(QNetworkReply& reply);
+    QVCOMMON_NO_EXPORT void DrainAsDataArrives();
+    QVCOMMON_NO_EXPORT void Drain(QNetworkReply& reply);
 
     quint64 id_;
     QPointer<IHttpRequest> request_; // owned as a child

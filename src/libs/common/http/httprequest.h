@@ -229,18 +229,18 @@ protected:
     bool AskRetryIfPossible();
 
 private:
-    QString LogPrefix() const;
-    QNetworkRequest BuildRequest();
-    void HoldReply(QNetworkReply* reply);
-    void Silence(QNetworkReply* reply);
-    void Release(const QPointer<QNetworkReply>& reply);
-    void StartInactivityTimer(QNetworkReply* reply);
-    QNetworkReply* PostMultiPart(const QNetworkRequest& request,
-                                 const IHttpRequestMultiPartData& data);
-    QByteArray ReadBody();
-    void ReportSuccess(const QByteArray& body);
-    void ReportFailure(const QByteArray& body);
-    void LogAcceptedReply() const;
+    QVCOMMON_NO_EXPORT QString LogPrefix() const;
+    QVCOMMON_NO_EXPORT QNetworkRequest BuildRequest();
+    QVCOMMON_NO_EXPORT void HoldReply(QNetworkReply* reply);
+    QVCOMMON_NO_EXPORT void Silence(QNetworkReply* reply);
+    QVCOMMON_NO_EXPORT void Release(const QPointer<QNetworkReply>& reply);
+    QVCOMMON_NO_EXPORT void StartInactivityTimer(QNetworkReply* reply);
+    QVCOMMON_NO_EXPORT QNetworkReply* PostMultiPart(const QNetworkRequest& request,
+                                                    const IHttpRequestMultiPartData& data);
+    QVCOMMON_NO_EXPORT QByteArray ReadBody();
+    QVCOMMON_NO_EXPORT void ReportSuccess(const QByteArray& body);
+    QVCOMMON_NO_EXPORT void ReportFailure(const QByteArray& body);
+    QVCOMMON_NO_EXPORT void LogAcceptedReply() const;
 
     QPointer<QNetworkAccessManager> manager_;
     QUrl url_;

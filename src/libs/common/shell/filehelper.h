@@ -65,7 +65,7 @@ Q_SIGNALS:
 
 private:
     void ScanPath(const QString& path);
-    void AddFound(const QFileInfo& entry, const QString& path);
+    QVCOMMON_NO_EXPORT void AddFound(const QFileInfo& entry, const QString& path);
 
     QStringList dirs_;
     QStringList files_;

@@ -119,7 +119,7 @@ protected:
 
 private:
     /** Whether an abort was asked for; logged in the name of the function that asks. */
-    bool IsAborted(const char* function) const;
+    QVCOMMON_NO_EXPORT bool IsAborted(const char* function) const;
 
     QStringList files_;
     QStringList directories_;

@@ -37,7 +37,7 @@ public:
     int getSeconds() const override;
 
 private:
-    int Unavailable() const;
+    QVCOMMON_NO_EXPORT int Unavailable() const;
 
     xcb_screen_t* screen;
     mutable bool told = false;

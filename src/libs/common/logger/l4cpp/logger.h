@@ -136,9 +136,10 @@ public:
     void SetFileLoggingEnabled(bool on) override;
 
 private:
-    void Retire();
-    void TakeOverAppenders(const std::set<log4cpp::Appender*>& before, bool keep);
-    void SetFileAppender(log4cpp::Appender* appender, const QString& pattern);
+    QVCOMMON_NO_EXPORT void Retire();
+    QVCOMMON_NO_EXPORT void TakeOverAppenders(const std::set<log4cpp::Appender*>& before,
+                                              bool keep);
+    QVCOMMON_NO_EXPORT void SetFileAppender(log4cpp::Appender* appender, const QString& pattern);
 
     log4cpp::Category& root;
     QScopedPointer<log4cpp::Appender> fileAppender;

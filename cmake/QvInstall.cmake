@@ -1,0 +1,41 @@
+# Where everything goes when it is installed, and how clients find it: a CMake package, also from
+# the build tree, and a pkg-config file.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/qvcommon")
+
+install(TARGETS qvcommon EXPORT qvcommonTargets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon" COMPONENT development
+    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon") # for a client's CMake before 3.23
+install(EXPORT qvcommonTargets NAMESPACE qvcommon::
+    DESTINATION "${cmake_dir}" COMPONENT development)
+
+configure_package_config_file(cmake/qvcommonConfig.cmake.in "${PROJECT_BINARY_DIR}/qvcommonConfig.cmake"
+    INSTALL_DESTINATION "${cmake_dir}"
+    NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/qvcommonConfigVersion.cmake"
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/qvcommonConfig.cmake"
+    "${PROJECT_BINARY_DIR}/qvcommonConfigVersion.cmake"
+    DESTINATION "${cmake_dir}" COMPONENT development)
+export(EXPORT qvcommonTargets NAMESPACE qvcommon::)
+
+# The file may be moved along with the tree: its paths start from where it lies.
+file(RELATIVE_PATH pc_prefix
+    "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
+configure_file(cmake/qvcommon.pc.in qvcommon.pc @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/qvcommon.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+
+if(TARGET qvtool)
+    # Outside the system's own directories the tool must be told where the library is.
+    if(NOT CMAKE_INSTALL_FULL_LIBDIR IN_LIST CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES)
+        file(RELATIVE_PATH lib_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+        set_target_properties(qvtool PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
+    endif()
+    install(TARGETS qvtool RUNTIME COMPONENT tools)
+endif()

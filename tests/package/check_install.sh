@@ -1,0 +1,52 @@
+#!/bin/sh
+# Installs a build into a prefix of its own and builds the client against it in each of the ways
+# that users have: check_install.sh BUILD_DIR WORK_DIR
+set -eu
+
+source=$(cd "$(dirname "$0")/client" && pwd)
+build=$1
+work=$2
+prefix=$work/prefix
+
+step() {
+    echo "== $*"
+}
+
+# with_cmake NAME CMAKE_ARGUMENT...: configures, builds and runs the client.
+with_cmake() {
+    name=$1
+    shift
+    cmake -S "$source" -B "$work/$name" -G Ninja --fresh "$@" >"$work/$name.log" || {
+        cat "$work/$name.log"
+        exit 1
+    }
+    cmake --build "$work/$name" -- --quiet
+    QT_QPA_PLATFORM=offscreen "$work/$name/client"
+}
+
+rm -rf "$work"
+mkdir -p "$work"
+
+step "install"
+cmake --install "$build" --prefix "$prefix" >/dev/null
+"$prefix/bin/qvtool" --version
+library=$(find "$prefix" -name 'libqvcommon.so' -printf '%h\n')
+
+step "find_package from the prefix; each public header alone"
+with_cmake installed "-DCMAKE_PREFIX_PATH=$prefix" "-DHEADERS_DIR=$prefix/include/qvcommon"
+echo "$(find "$work/installed" -maxdepth 1 -name '*_h.cpp' | wc -l) headers compile"
+
+step "find_package from the build tree"
+with_cmake buildtree "-Dqvcommon_DIR=$build"
+
+step "pkg-config, after the prefix was moved"
+mv "$prefix" "$work/moved"
+library=$work/moved${library#"$prefix"}
+export PKG_CONFIG_PATH="$library/pkgconfig"
+mkdir "$work/pkgconfig"
+moc=$(pkg-config --variable=host_bins Qt5Core)/moc
+"$moc" "$source/main.cpp" -o "$work/pkgconfig/main.moc"
+# shellcheck disable=SC2046 # the flags are words
+c++ -std=c++17 "$source/main.cpp" -I"$work/pkgconfig" $(pkg-config --cflags --libs qvcommon) \
+    -o "$work/pkgconfig/client"
+LD_LIBRARY_PATH=$library QT_QPA_PLATFORM=offscreen "$work/pkgconfig/client"
