@@ -18,6 +18,14 @@ target_compile_definitions(qvcommon_build_options INTERFACE
     QT_NO_URL_CAST_FROM_STRING
     QT_DEPRECATED_WARNINGS)
 
+# What a release is hardened with: checked copies, guarded stacks, nothing that can be rewritten once
+# it is linked.
+target_compile_options(qvcommon_build_options INTERFACE
+    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>
+    $<$<CONFIG:Release>:-fstack-protector-strong>)
+target_link_options(qvcommon_build_options INTERFACE
+    $<$<CONFIG:Release>:LINKER:-z,relro,-z,now,-z,noexecstack>)
+
 if(QVCOMMON_SANITIZE)
     target_compile_options(qvcommon_build_options INTERFACE
         -fsanitize=${QVCOMMON_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

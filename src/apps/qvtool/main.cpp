@@ -37,7 +37,7 @@ void WriteToStandardError(QtMsgType, const QMessageLogContext& context, const QS
 
 QString Usage(const Commands& commands)
 {
-    QString text = QStringLiteral("usage: qvtool COMMAND [ARGUMENT...]\n\n");
+    QString text = QStringLiteral("Usage: qvtool COMMAND [ARGUMENT...]\n\n");
     for (const auto& command : commands)
         text += QStringLiteral("  %1%2\n").arg(command->Name(), -12).arg(command->Summary());
     text += QStringLiteral("\n'qvtool COMMAND --help' tells more; 'qvtool --version' the version.\n"
