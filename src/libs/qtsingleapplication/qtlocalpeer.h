@@ -27,7 +27,10 @@ class QVCOMMON_EXPORT QtLocalPeer : public QObject
     Q_OBJECT
 
 public:
-    /** @param appId any text; empty for the path of the program's file */
+    /**
+     * @param parent owns the peer
+     * @param appId  any text; empty for the path of the program's file
+     */
     explicit QtLocalPeer(QObject* parent = nullptr, const QString& appId = QString());
     ~QtLocalPeer() override;
 
@@ -40,6 +43,7 @@ public:
     /**
      * Sends a text of any kind, of up to 128 Mi characters, to the server; blocks meanwhile.
      *
+     * @param message the text
      * @param timeout milliseconds, of which the answer takes some; below 0 without limit
      * @return whether the server has confirmed that it got the whole text, which it will handle in
      *         its event loop; false also from the server itself. After false it may yet have got
@@ -47,6 +51,7 @@ public:
      */
     bool sendMessage(const QString& message, int timeout);
 
+    /** The id that was given, or the path of the program's file. */
     QString applicationId() const;
 
 Q_SIGNALS:

@@ -23,6 +23,7 @@ class QVCOMMON_EXPORT QtLockedFile : public QFile
     Q_OBJECT
 
 public:
+    /** Kinds of locks. */
     enum LockMode {
         NoLock = 0,
         ReadLock, ///< several may have it at once; the file must be open for reading
@@ -30,6 +31,7 @@ public:
     };
 
     QtLockedFile();
+    /** For the file of that name; it is not opened yet. */
     explicit QtLockedFile(const QString& name);
     ~QtLockedFile() override;
 
@@ -38,6 +40,7 @@ public:
      * (QIODevice::Truncate, and WriteOnly without Append or NewOnly).
      */
     bool open(OpenMode mode) override;
+    /** Gives up the lock and closes the file. */
     void close() override;
 
     /**
@@ -46,6 +49,7 @@ public:
      * What was read before may be out of date. Two that have a ReadLock and both wait for a
      * WriteLock wait for ever.
      *
+     * @param mode  the kind of lock
      * @param block wait for as long as another one has it
      * @return whether it was got; false for a file that is not open
      */
@@ -53,7 +57,9 @@ public:
     /** Gives up the lock, if there is one. False for a file that is not open. */
     bool unlock();
 
+    /** Whether this object has a lock. */
     bool isLocked() const;
+    /** The lock that this object has. */
     LockMode lockMode() const;
 
 private:

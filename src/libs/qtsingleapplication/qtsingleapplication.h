@@ -14,14 +14,17 @@ class QtLocalPeer;
  * to the first and ends.
  *
  * @code
- * QtSingleApplication application("client.example.test", argc, argv);
- * if (application.isRunning())
- *     return application.sendMessage("show") ? 0 : 1;
- * MainWindow window;
- * application.setActivationWindow(&window);
- * QObject::connect(&application, &QtSingleApplication::messageReceived, &window, &MainWindow::Dial);
- * window.show();
- * return application.exec();
+ * int main(int argc, char* argv[])
+ * {
+ *     QtSingleApplication application("client.example.test", argc, argv);
+ *     if (application.isRunning())
+ *         return application.sendMessage(argc > 1 ? argv[1] : "") ? 0 : 1;
+ *     Client window;
+ *     application.setActivationWindow(&window);
+ *     QObject::connect(&application, &QtSingleApplication::messageReceived, &window, &Client::Dial);
+ *     window.show();
+ *     return application.exec();
+ * }
  * @endcode
  *
  * See QtLocalPeer for how instances find each other.
@@ -33,19 +36,23 @@ class QVCOMMON_EXPORT QtSingleApplication : public QApplication
 public:
     /** With the path of the program's file as its id. @p GUIenabled has no meaning any more. */
     QtSingleApplication(int& argc, char** argv, bool GUIenabled = true);
+    /** With an id of any text: programs of the same id are instances of each other. */
     QtSingleApplication(const QString& id, int& argc, char** argv);
     ~QtSingleApplication() override;
 
     /** Whether another instance runs. If none does, this one is the first from now on. */
     bool isRunning();
+    /** The id; see QtLocalPeer::applicationId(). */
     QString id() const;
 
     /**
      * The window that activateWindow() raises; not owned.
      *
+     * @param window            null for none
      * @param activateOnMessage raise it at each message, too
      */
     void setActivationWindow(QWidget* window, bool activateOnMessage = true);
+    /** The window, or null: none was set, or it is gone. */
     QWidget* activationWindow() const;
 
     /** As isRunning(); kept for callers of old. */

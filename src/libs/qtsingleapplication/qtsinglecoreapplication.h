@@ -15,11 +15,13 @@ class QVCOMMON_EXPORT QtSingleCoreApplication : public QCoreApplication
 public:
     /** With the path of the program's file as its id. */
     QtSingleCoreApplication(int& argc, char** argv);
+    /** With an id of any text: programs of the same id are instances of each other. */
     QtSingleCoreApplication(const QString& id, int& argc, char** argv);
     ~QtSingleCoreApplication() override;
 
     /** Whether another instance runs. If none does, this one is the first from now on. */
     bool isRunning();
+    /** The id; see QtLocalPeer::applicationId(). */
     QString id() const;
 
     /** As isRunning(); kept for callers of old. */

@@ -36,17 +36,23 @@ public:
     virtual bool IsKnown() const = 0;
     /** The name if it is worth showing: empty if it merely repeats User(). */
     virtual QString Name() const = 0;
-    /** See number::INumberContext for this and the other parts of the address. */
+    /** What to dial; see number::INumberContext, as for the other parts of the address. */
     virtual QString ContactNumber() const = 0;
+    /** What to show of the address. */
     virtual QString Number() const = 0;
+    /** One of number::INumberContext::Kind. */
     virtual int Type() const = 0;
     /** The name as it was given. */
     virtual QString DisplayName() const = 0;
     /** The path of a sound file, perhaps in the client's resources. */
     virtual QString Ringtone() const = 0;
+    /** The whole address; see number::INumberContext::URI(). */
     virtual QString URI() const = 0;
+    /** The part before the "@". */
     virtual QString User() const = 0;
+    /** The part behind the "@", with the port if there is one. */
     virtual QString Host() const = 0;
+    /** The digits to dial once connected. */
     virtual QString Extention() const = 0;
 
 Q_SIGNALS:
@@ -63,7 +69,10 @@ class QVCOMMON_EXPORT ContactContext : public IContactContext
     Q_OBJECT
 
 public:
-    /** @param number may be null: an empty telephone number */
+    /**
+     * @param number the address; may be null: an empty telephone number
+     * @param name   what the party is called
+     */
     ContactContext(QSharedPointer<number::INumberContext> const& number, QString const& name);
     ~ContactContext() override;
 

@@ -15,7 +15,7 @@ namespace common::contact::number {
  * using common::contact::number::INumberContext;
  * const auto number = common::contact::number::CreateInstance("+74955550123,,12");
  * if (number->Type() == INumberContext::PhoneNumber)
- *     Dial(number->ContactNumber());
+ *     Dial(number->ContactNumber()); // "74955550123,12"
  * @endcode
  *
  * Records come from the factory functions; the last pointer frees the record, so never delete one
@@ -51,6 +51,7 @@ public:
     virtual int Type() const = 0;
     /** "user@host"; without a host the user and, if there are any, the post-dial digits. */
     virtual QString URI() const = 0;
+    /** The part before the "@", or the digits, or the Skype name in lower case. */
     virtual QString User() const = 0;
     /** In lower case; with ":" and the port, if the address has one. */
     virtual QString Host() const = 0;

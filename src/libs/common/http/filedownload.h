@@ -62,19 +62,24 @@ public:
     /** Number of this download in the log: unique in the process, counted from 100000. */
     virtual quint64 ID() const = 0;
 
+    /** What to download, by http: or https:. */
     virtual void SetUrl(const QUrl& url) = 0;
+    /** The URL, empty at first. */
     virtual QUrl GetUrl() const = 0;
 
     /** Path of the target; missing directories are created, an existing file is overwritten. */
     virtual void SetFileName(const QString& fileName) = 0;
+    /** The path of the target, empty at first. */
     virtual QString GetFileName() const = 0;
 
     /** Expected size in bytes; negative (the default is -1) for any. */
     virtual void SetExpectedSize(qint64 size) = 0;
+    /** The expected size in bytes. */
     virtual qint64 GetExpectedSize() const = 0;
 
     /** Expected MD5 digest in hexadecimal, letter case ignored; empty (the default) for any. */
     virtual void SetExpectedMD5(const QString& md5) = 0;
+    /** The expected digest, as it was given. */
     virtual QString GetExpectedMD5() const = 0;
 
     /**
@@ -82,10 +87,12 @@ public:
      * the life of the object: once used up, a later Start() is a single try again.
      */
     virtual void SetRetryCount(unsigned int count) = 0;
+    /** The number of tries, as it was given. */
     virtual unsigned int GetRetryCount() const = 0;
 
     /** Longest silence of the server in seconds, default 30; 0 or less for no limit. */
     virtual void SetTimeout(int seconds) = 0;
+    /** The longest silence in seconds. */
     virtual int GetTimeout() const = 0;
 
     /** Always false, also while a transfer is under way: do not rely on it. */
@@ -93,10 +100,12 @@ public:
 
     /** Whether TLS errors are ignored; default true. */
     virtual bool IgnoreSSLErrors() const = 0;
+    /** Sets that, for later tries. */
     virtual void SetIgnoreSSLErrors(bool ignore) = 0;
 
     /** Permissions added to those that the target gets when it is opened; default none. */
     virtual QFile::Permissions Permissions() const = 0;
+    /** Sets them, for later tries. */
     virtual void SetPermissions(QFile::Permissions permissions) = 0;
 
     /**
@@ -115,8 +124,8 @@ Q_SIGNALS:
     void complete();
     /**
      * The download ended without a usable file and no try is left. Codes: 900100 the request object
-     * is missing, 900101 the request could not be sent, 900102 the target could not be written, 900103 the verification failed; others
-     * are those of IHttpRequest::requestError().
+     * is missing, 900101 the request could not be sent, 900102 the target could not be opened for
+     * writing, 900103 the verification failed; others are those of IHttpRequest::requestError().
      */
     void failed(int code, const QString& message);
     /** Bytes received (and written) so far, of a total that is -1 while unknown. */
@@ -132,6 +141,7 @@ class QVCOMMON_EXPORT FileDownload : public IFileDownload
     Q_OBJECT
 
 public:
+    /** See CreateFileDownload(). */
     FileDownload(QNetworkAccessManager* manager, QObject* parent);
     ~FileDownload() override;
 
@@ -158,12 +168,17 @@ public:
     void SetPermissions(QFile::Permissions permissions) override;
 
 public Q_SLOTS:
+    /** See IFileDownload::Start(). */
     bool Start() override;
+    /** See IFileDownload::Abort(). */
     void Abort() override;
 
 protected Q_SLOTS:
+    /** Ends the try as failed. */
     void OnRequestError(int code, const QString& message);
+    /** Writes the rest, closes the file and verifies it. */
     void OnRequestFinished(const QString& result);
+    /** Writes what has arrived and reports progress. */
     void OnDownloadProgress(qint64 bytesReceived, qint64 bytesTotal);
 
 protected:

@@ -36,7 +36,7 @@ class IHttpRequestMultiPartData;
  * connect(request, &IHttpRequest::requestFinished, this, &Client::ShowStatus);
  * connect(request, &IHttpRequest::requestError, this, &Client::ShowError);
  * if (!request->Get())
- *     ShowError(...);
+ *     ShowProblem("The status cannot be asked for.");
  * @endcode
  *
  * A send that returned true ends with exactly one of requestFinished() and requestError(), unless
@@ -72,18 +72,25 @@ class QVCOMMON_EXPORT IHttpRequest : public QObject
     Q_OBJECT
 
 public:
-    enum HTTPRequestMethod : int { POST = 0, GET = 1 };
+    /** Methods of a request (RFC 9110, section 9.3). */
+    enum HTTPRequestMethod : int {
+        POST = 0, ///< sends the body
+        GET = 1   ///< sends no body; a URL-encoded map becomes the query
+    };
 
     using QObject::QObject;
     ~IHttpRequest() override;
 
     // Settings: none of them affects a transfer under way, only later sends.
 
+    /** Where to send to. The map of a GET is appended behind a "?", also if there is one already. */
     virtual void SetUrl(const QUrl& url) = 0;
+    /** The URL as it was given, empty at first. */
     virtual QUrl GetUrl() const = 0;
 
     /** The body, shared with the caller; null for none. A GET takes a URL-encoded map only. */
     virtual void SetData(const QSharedPointer<IHttpRequestData>& data) = 0;
+    /** The body, or null. */
     virtual QSharedPointer<IHttpRequestData> Data() const = 0;
 
     /**
@@ -95,12 +102,14 @@ public:
     /** The stored header, or an empty string. */
     virtual QString GetRawHeader(const QString& name) const = 0;
 
+    /** Stores an attribute of the QNetworkRequest, such as one to follow redirects. */
     virtual void SetAttribute(QNetworkRequest::Attribute attribute, const QVariant& value) = 0;
     /** The stored attribute, or an invalid QVariant. */
     virtual QVariant GetAttribute(QNetworkRequest::Attribute attribute) const = 0;
 
     /** Attempts in all, the first included. Default 1: no retry; less counts as 1. */
     virtual void SetAttemptCountOnNetworkProblem(int count) = 0;
+    /** The number of attempts, as it was given. */
     virtual int GetAttemptCountOnNetworkProblem() const = 0;
 
     /**
@@ -108,6 +117,7 @@ public:
      * while a retry is pending, the new pause begins at once.
      */
     virtual void SetAttemptIntervalOnNetworkProblem(int seconds) = 0;
+    /** The pause in seconds, as it was given. */
     virtual int GetAttemptIntervalOnNetworkProblem() const = 0;
 
     /**
@@ -115,6 +125,7 @@ public:
      * transfer is not cut off. 0 or less for none; more than 2,147,483 counts as that.
      */
     virtual void SetTimeout(int seconds) = 0;
+    /** The longest silence in seconds, as it was given. */
     virtual int GetTimeout() const = 0;
 
     /**
@@ -124,7 +135,9 @@ public:
      *         that cannot be opened; logged): no signal follows
      */
     virtual bool Send(HTTPRequestMethod method) = 0;
+    /** Send(POST). */
     virtual bool Post() = 0;
+    /** Send(GET). */
     virtual bool Get() = 0;
 
     /** Whether a transfer is under way. False while a retry is pending. */
@@ -132,6 +145,7 @@ public:
 
     /** Whether TLS errors reported by the network layer are ignored; default false. */
     virtual bool IgnoreSSLErrors() const = 0;
+    /** Sets that, for later sends. */
     virtual void SetIgnoreSSLErrors(bool ignore) = 0;
 
     /** Client certificate, its key, and the CA certificates for later sends; all copied. */
@@ -174,6 +188,7 @@ class QVCOMMON_EXPORT HttpRequest : public IHttpRequest
     Q_OBJECT
 
 public:
+    /** See CreateHttpRequest(). */
     HttpRequest(QNetworkAccessManager* manager, QObject* parent);
     ~HttpRequest() override;
 
@@ -202,6 +217,7 @@ public:
     QNetworkReply* Reply() const override;
 
 public Q_SLOTS:
+    /** See IHttpRequest::Abort(). */
     void Abort() override;
     /** Sends once more with the latest method, as the next attempt, whatever the attempt limit. */
     virtual void Resend();

@@ -49,6 +49,7 @@ public:
     void RemoveParam(const QString& name) override;
 
 protected:
+    /** All pairs, in ascending order of their names. */
     const QMap<QString, QString>& Params() const { return params_; }
 
 private:

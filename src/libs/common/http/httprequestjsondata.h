@@ -8,6 +8,7 @@ namespace common::http {
 class QVCOMMON_EXPORT HttpRequestJsonData : public IHttpRequestSimpleData
 {
 public:
+    /** The object is copied. */
     explicit HttpRequestJsonData(const QJsonObject& object);
     ~HttpRequestJsonData() override;
 

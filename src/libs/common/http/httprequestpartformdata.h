@@ -49,11 +49,14 @@ public:
 class QVCOMMON_EXPORT HttpRequestPartFormData : public IHttpRequestPartData
 {
 public:
+    /** With the name of the form field. */
     HttpRequestPartFormData(const QString& name, const QString& value);
     ~HttpRequestPartFormData() override;
 
 protected:
+    /** The name of the form field. */
     const QString& Name() const { return name_; }
+    /** What the part holds; see the subclasses. */
     const QString& Value() const { return value_; }
 
 private:
@@ -65,6 +68,7 @@ private:
 class QVCOMMON_EXPORT HttpRequestFilePartFormData : public HttpRequestPartFormData
 {
 public:
+    /** For the file at that path, which need not exist yet. */
     HttpRequestFilePartFormData(const QString& name, const QString& filePath);
     ~HttpRequestFilePartFormData() override;
 
@@ -76,6 +80,7 @@ public:
 class QVCOMMON_EXPORT HttpRequestTextPartFormData : public HttpRequestPartFormData
 {
 public:
+    /** For that text. */
     HttpRequestTextPartFormData(const QString& name, const QString& text);
     ~HttpRequestTextPartFormData() override;
 

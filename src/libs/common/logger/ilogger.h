@@ -12,11 +12,8 @@ namespace common::logger {
  *
  * Implement it to route the log elsewhere and install the object with SetLogger():
  * @code
- * class ForwardingLogger : public common::logger::ILogger { ... };
- *
  * ForwardingLogger logger;
- * ILogger* previous = common::logger::SetLogger(&logger);
- * ...
+ * common::logger::ILogger* previous = common::logger::SetLogger(&logger);
  * common::logger::SetLogger(previous);
  * @endcode
  *
@@ -32,10 +29,12 @@ public:
 
     /** The threshold: messages of a higher number are dropped. NOTSET when none was set. */
     virtual IMessage::Priority GetLevel() const = 0;
+    /** Sets the threshold. */
     virtual void SetLevel(IMessage::Priority level) = 0;
 
     /** Whether the source position is written with each message. */
     virtual bool IsPositionEnabled() const = 0;
+    /** Switches that on or off. */
     virtual void EnablePosition(bool on) = 0;
 
     /** Configures from a file. True when the file was used, false when nothing came of it. */

@@ -14,11 +14,11 @@
  * namespace {
  * constexpr common::logger::ICategory logCategory{"client.calls"};
  * constexpr char logSource[] = "src/client/calls";
- * }
+ * } // namespace
  *
- * void Calls::Hangup(int id)
+ * void Client::Dial(const QString& address)
  * {
- *     QVLOG(DEBUG) << "hanging up call " << id;
+ *     QVLOG(INFO) << "dialling '" << address << "'";
  * }
  * @endcode
  */

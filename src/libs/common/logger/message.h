@@ -17,6 +17,7 @@ class ILogger;
  */
 struct ICategory
 {
+    /** The name, with dots between levels: "http.request". */
     const char* name;
 };
 
@@ -31,17 +32,18 @@ class QVCOMMON_EXPORT IMessage
 public:
     /** Severity on the syslog scale (RFC 5424, section 6.2.1): a lower number is more severe. */
     enum Priority : int {
-        EMERG = 0,
-        ALERT = 1,
-        CRIT = 2,
-        ERROR = 3,
-        WARN = 4,
-        NOTICE = 5,
-        INFO = 6,
-        DEBUG = 7,
-        NOTSET = 8 ///< no priority: such a message never reaches a logger
+        EMERG = 0,  ///< the system is unusable
+        ALERT = 1,  ///< somebody must act at once
+        CRIT = 2,   ///< a critical condition
+        ERROR = 3,  ///< an operation failed
+        WARN = 4,   ///< something is odd, but goes on
+        NOTICE = 5, ///< normal, but significant
+        INFO = 6,   ///< what the program does
+        DEBUG = 7,  ///< how it does it
+        NOTSET = 8  ///< no priority: such a message never reaches a logger
     };
 
+    /** How severe it is. */
     virtual Priority Level() const = 0;
     /** The category, or null. */
     virtual const ICategory* Category() const = 0;
@@ -66,7 +68,7 @@ protected:
  *
  * Normally written with the macro of common/logger/log.h, which supplies all arguments:
  * @code
- * QVLOG(ERROR) << "Failed to open file '" << path << "'";
+ * QVLOG(INFO) << "dialling '" << address << "'";
  * @endcode
  *
  * The destructor calls ILogger::Append() exactly once, on the thread that built the message, if
@@ -83,6 +85,7 @@ public:
         Stream();
         ~Stream() override;
 
+        /** What was written into the stream so far. */
         const QString& Text() const { return text_; }
 
     private:

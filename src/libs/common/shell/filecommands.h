@@ -15,7 +15,7 @@ namespace common {
  * @code
  * QFile file(path);
  * if (!common::FileCommands::RemoveFile(file))
- *     ShowError(path);
+ *     ShowProblem(path);
  * @endcode
  *
  * Each operation makes up to five attempts with pauses of 50 milliseconds between them, so a

@@ -21,10 +21,12 @@ class JobRelay;
  * Copies files, symbolic links and directory trees on a thread of its own.
  *
  * @code
- * auto* copier = new common::FileCopier;
+ * using common::FileCopier;
+ * auto* copier = new FileCopier;
+ * copier->setParent(this);
  * copier->AddDirectory("/usr/share/sounds", home + "/sounds");
  * copier->AddFile(profile, home + "/profile.json");
- * connect(copier, &FileCopier::progress, bar, &ProgressBar::Show);
+ * connect(copier, &FileCopier::progress, this, &Client::ShowProgress);
  * connect(copier, &FileCopier::succesed, this, &Client::CopyDone);
  * connect(copier, &FileCopier::failed, this, &Client::ShowError);
  * copier->Copy();
@@ -71,8 +73,11 @@ public:
 public Q_SLOTS:
     // The lists only grow: a second Copy() copies everything again. Nothing is checked here.
 
+    /** Adds a file that is to become @p fileDestPath, the new file itself, not its directory. */
     void AddFile(const QString& fileSourcePath, const QString& fileDestPath);
+    /** Adds a link that is to be copied as a link. */
     void AddSymlink(const QString& fileSourcePath, const QString& fileDestPath);
+    /** Adds a tree: what lies in @p dirSourcePath is to lie in @p dirDestPath. */
     void AddDirectory(const QString& dirSourcePath, const QString& dirDestPath);
 
     /** Starts a job. One that is under way is aborted first, and nothing more comes of it. */
@@ -88,7 +93,9 @@ public Q_SLOTS:
 Q_SIGNALS:
     /** So many of the items are done. Not emitted during the scan. */
     void progress(int current, int total);
+    /** The job has ended: everything was copied. */
     void succesed();
+    /** The job has ended early; see the codes above. @p errorText is for logs, in English. */
     void failed(int errorCode, const QString& errorText);
 
 private:
@@ -108,6 +115,7 @@ class QVCOMMON_EXPORT FileCopyTask : public QObject
     Q_OBJECT
 
 public:
+    /** For one job: pairs of source and destination. */
     FileCopyTask(const QList<QPair<QString, QString>>& files,
                  QList<QPair<QString, QString>> directories,
                  QList<QPair<QString, QString>> symlinks);
@@ -123,18 +131,28 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     // Emitted on the worker thread.
+
+    /** So many are done. */
     void progress(int current, int total);
+    /** The end of a job that did everything. */
     void succesed();
+    /** The end of any other job. */
     void failed(int errorCode, const QString& errorText);
 
 protected:
     // The steps of the job; each returns an error code, 0 for success.
 
+    /** Adds what lies in the trees to the files and links. */
     int Scan();
+    /** Lists one directory of the tree @p root, with paths relative to that. */
     int ScanPath(const QString& root, const QString& path, QStringList& files, QStringList& links);
+    /** Copies all files, then all links, with progress. */
     int CopyAll();
+    /** Copies one file. */
     int CopyFile(const QString& source, const QString& destination);
+    /** Copies one link, as a relative one. */
     int CopySymlink(const QString& source, const QString& destination);
+    /** Makes room for the destination, and its directory. */
     int BeforeCopy(const QString& source, const QString& destination);
 
 private:

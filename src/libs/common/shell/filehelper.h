@@ -15,9 +15,8 @@ namespace common {
  *
  * @code
  * common::FileHelper helper(cache);
- * connect(&helper, &FileHelper::failed, this, &Client::ShowLeftover);
- * if (!helper.Remove())
- *     ...
+ * connect(&helper, &common::FileHelper::failed, this, &Client::ShowProblem);
+ * const bool removed = helper.Remove();
  * @endcode
  *
  * It blocks until it is done, does not try again, does not log and cannot be aborted: for anything
@@ -35,7 +34,9 @@ public:
     explicit FileHelper(const QString& path);
     ~FileHelper() override;
 
+    /** Adds a directory to those that are listed. Nothing is checked here. */
     void AppendDir(const QString& path);
+    /** Adds files; those that do not exist are left out of the list. */
     void AppendFiles(const QStringList& list);
 
     /**

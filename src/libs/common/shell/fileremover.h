@@ -19,7 +19,9 @@ class JobRelay;
  * Removes files, links and directory trees on a thread of its own.
  *
  * @code
- * auto* remover = new common::FileRemover;
+ * using common::FileRemover;
+ * auto* remover = new FileRemover;
+ * remover->setParent(this);
  * remover->AddDirectory(cache + "/avatars");
  * remover->AddFile(cache + "/index.json");
  * connect(remover, &FileRemover::succesed, this, &Client::CacheIsClear);
@@ -55,7 +57,9 @@ public:
 public Q_SLOTS:
     // The lists only grow: a second Remove() works on everything again. Nothing is checked here.
 
+    /** Adds a file or link. */
     void AddFile(const QString& filePath);
+    /** Adds a tree, itself included. */
     void AddDirectory(const QString& dirPath);
 
     /** Starts a job. One that is under way is aborted first, and nothing more comes of it. */
@@ -71,7 +75,9 @@ public Q_SLOTS:
 Q_SIGNALS:
     /** So many of the entries are done. Not emitted during the scan. */
     void progress(int current, int total);
+    /** The job has ended: everything was removed. */
     void succesed();
+    /** The job has ended early; see the codes above. @p errorText is for logs, in English. */
     void failed(int errorCode, const QString& errorText);
 
 private:
@@ -90,6 +96,7 @@ class QVCOMMON_EXPORT FileRemoveTask : public QObject
     Q_OBJECT
 
 public:
+    /** For one job. */
     FileRemoveTask(const QStringList& files, const QStringList& directories);
     ~FileRemoveTask() override;
 
@@ -103,18 +110,27 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     // Emitted on the worker thread.
+
+    /** So many are done. */
     void progress(int current, int total);
+    /** The end of a job that did everything. */
     void succesed();
+    /** The end of any other job. */
     void failed(int errorCode, const QString& errorText);
 
 protected:
     // The steps of the job; each returns an error code, 0 for success.
 
+    /** Adds what lies in the trees to the files and directories. */
     int Scan();
+    /** Lists one directory of the tree @p root, with paths relative to that. */
     int ScanPath(const QString& root, const QString& path, QStringList& files,
                  QStringList& directories);
+    /** Removes all files and links, then all directories, with progress. */
     int RemoveAll();
+    /** Removes one file or link. */
     int RemoveFile(const QString& path);
+    /** Removes one empty directory. */
     int RemoveDirectory(const QString& path);
 
 private:

@@ -11,13 +11,13 @@ namespace common {
  * The desktop around the client: files, standard paths, other programs. Stateless; any thread.
  *
  * @code
- * common::Shell::ShowFile(download->GetFileName());   // in the file manager
+ * common::Shell::ShowFile(file); // in the file manager
  * const QString scratch = common::Shell::TempPath();
  * QDir().mkpath(scratch);
  * @endcode
  *
  * Failures are results, and are logged. The operations at the end have no counterpart on Linux:
- * they return an empty or false result at once, and most of them log that.
+ * they return an empty or false result at once.
  */
 class QVCOMMON_EXPORT Shell
 {
@@ -27,6 +27,8 @@ public:
     /**
      * Copies one file, on the calling thread; creates missing directories of the destination.
      *
+     * @param source      path of the file
+     * @param destination path of the new file itself, not of its directory
      * @param overwrite remove an existing destination first; without it, one is a failure. Nothing
      *                  is removed for a source that cannot be copied: one that does not exist,
      *                  cannot be read, is no regular file or is the destination itself.
@@ -49,6 +51,7 @@ public:
      * followed, unless it leads back to a directory that it lies in; so directories that are full
      * of links to each other are listed once for each way through them, which can be very often.
      *
+     * @param dir         path of the tree
      * @param nameFilters wildcards, for directories as well as for files: a directory whose name
      *                    matches none is not entered. Empty matches everything.
      */
@@ -87,18 +90,30 @@ public:
      */
     static bool ShowFile(const QString& file);
 
+    /** Always false. */
     static bool IsQuickLaunchAvailable();
+    /** Always empty. */
     static QString QuickLaunchPath();
+    /** Always false. */
     static bool CreateShortcut(const QString&, const QString&, const QString&, const QString&,
                                const QString&);
+    /** Always false. */
     static bool RegisterComponent(const QString&, bool);
+    /** Always false. */
     static bool UnregisterComponent(const QString&, bool);
+    /** Always false, also on a 64-bit system; logged. */
     static bool Is64BitSystem();
+    /** Always empty; logged. */
     static QString DesktopPath();
+    /** Always empty; logged. */
     static QString StartMenuPath();
+    /** Always empty; logged. */
     static QStringList ProcessModules(const QString& process);
+    /** Always false; logged. */
     static bool ProcessExists(const QString& process);
+    /** Always false, nothing is ended; logged. */
     static bool ProcessKill(const QString& process);
+    /** Always false, at once; logged. */
     static bool ProcessWait(const QString& process, int timeout);
 };
 
@@ -108,12 +123,14 @@ class RegistryOverriderImpl;
 class QVCOMMON_EXPORT RegistryOverrider
 {
 public:
+    /** Nothing is overridden. */
     RegistryOverrider(const QString&, const QString&, const wchar_t*);
     virtual ~RegistryOverrider();
 
     /** Null. */
     static RegistryOverriderImpl* CreateRegistryOverriderImpl(const QString&, const QString&,
                                                               const wchar_t*);
+    /** Does nothing. */
     static void Destroy(RegistryOverriderImpl*);
 
 private:

@@ -16,11 +16,17 @@ class QVCOMMON_EXPORT ClickToCall
 public:
     ClickToCall() = delete;
 
+    /** An empty list. */
     static QStringList availableProtocols();
+    /** An empty list. */
     static QStringList currentAvailableProtocols();
+    /** Always false. */
     static bool registerProtocols(QStringList const&, QString const&, QString const&);
+    /** Always false. */
     static bool unregisterProtocols(QStringList const&, QString const&, QString const&);
+    /** Always false. */
     static bool unregisterApplication(QString const&, QString const&);
+    /** An empty list. */
     static QStringList stateOfProtocols(QString const&, QString const&);
 };
 

@@ -17,8 +17,9 @@ namespace tools {
  * offset from UTC does (at a daylight-saving switch, or with the time zone).
  *
  * @code
- * connect(tools::DateWatcher::GetDateWatcher().data(), &DateWatcher::currentDateChanged,
- *         this, &History::RefreshDayTitles);
+ * using tools::DateWatcher;
+ * connect(DateWatcher::GetDateWatcher().data(), &DateWatcher::currentDateChanged, this,
+ *         &Client::RefreshDayTitles);
  * @endcode
  *
  * It polls every 3 seconds. Use it on one thread, normally that of the GUI: the shared watcher
@@ -29,6 +30,7 @@ class QVCOMMON_EXPORT DateWatcher : public QObject
     Q_OBJECT
 
 public:
+    /** A watcher beside the shared one, with a timer of its own. */
     explicit DateWatcher(QObject* parent);
     ~DateWatcher() override;
 
@@ -37,6 +39,7 @@ public:
 
     /** The local date, as the shared watcher saw it last. */
     static QDate CurrentDate();
+    /** The local date, as this watcher saw it last. */
     QDate GetCurrentDate();
 
     /**
@@ -44,6 +47,7 @@ public:
      * daylight-saving time: ask anew after currentTimeZoneChanged().
      */
     static QTimeZone CurrentTimeZone();
+    /** The same of this watcher. */
     QTimeZone GetTimeZone() const;
 
     /** The offset of local time from UTC right now, in seconds; positive east of Greenwich. */

@@ -49,7 +49,8 @@ private:
  * Tells when the user has not touched keyboard and mouse for a minute, and when he is back.
  *
  * @code
- * const auto watcher = common::IdleWatcher::instance();
+ * using common::IdleWatcher;
+ * watcher = IdleWatcher::instance(); // a member: it watches for as long as it is kept
  * connect(watcher.data(), &IdleWatcher::idle, this, [this] { SetPresence(Away); });
  * connect(watcher.data(), &IdleWatcher::active, this, [this] { SetPresence(Online); });
  * @endcode
@@ -62,6 +63,7 @@ class QVCOMMON_EXPORT IdleWatcher : public QObject
     Q_OBJECT
 
 public:
+    /** Watches the X server, from now on. */
     explicit IdleWatcher(QObject* parent);
     ~IdleWatcher() override;
 

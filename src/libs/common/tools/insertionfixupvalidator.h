@@ -32,6 +32,7 @@ class QVCOMMON_EXPORT CInsertionFixupValidator : public QRegExpValidator
 public:
     /** Allows any text. */
     explicit CInsertionFixupValidator(QObject* parent);
+    /** Allows what the pattern matches, or could match if the text went on. */
     CInsertionFixupValidator(QRegExp const& regExp, QObject* parent);
     ~CInsertionFixupValidator() override;
 
@@ -44,7 +45,8 @@ public:
     /**
      * Calls fixup(), then judges the text that is left as QRegExpValidator does.
      *
-     * @param[in,out] pos the cursor; stays behind what is left of the text that was before it
+     * @param[in,out] input the text of the field
+     * @param[in,out] pos   the cursor; stays behind what is left of the text that was before it
      */
     QValidator::State validate(QString& input, int& pos) const override;
 };

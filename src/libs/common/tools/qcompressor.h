@@ -12,8 +12,8 @@ namespace tools {
  *
  * @code
  * QByteArray packed;
- * if (tools::QCompressor::gzipCompress(data, packed, 9))
- *     send(packed);
+ * if (tools::QCompressor::gzipCompress(bytes, packed, 9))
+ *     Send(packed);
  * @endcode
  *
  * In both operations @p output is cleared first, may be the same array as @p input, and on failure
@@ -27,7 +27,9 @@ public:
     /**
      * Compresses @p input into one gzip member. An empty input gives an empty output.
      *
-     * @param level 0 (store) to 9 (smallest), -1 for zlib's default; values beyond are clamped
+     * @param input  any bytes
+     * @param output the gzip stream
+     * @param level  0 (store) to 9 (smallest), -1 for zlib's default; values beyond are clamped
      */
     static bool gzipCompress(const QByteArray& input, QByteArray& output, int level);
 

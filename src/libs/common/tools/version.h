@@ -24,8 +24,11 @@ class QVCOMMON_EXPORT Version
 public:
     /** The null version. */
     Version();
+    /** A copy. */
     Version(const Version& other);
+    /** Takes over all four parts. */
     Version& operator=(const Version& other);
+    /** The version p1.p2.p3.p4. */
     Version(unsigned int p1, unsigned int p2, unsigned int p3, unsigned int p4);
     /** As parse() of @p text into the null version. */
     Version(const QString& text);
@@ -48,34 +51,43 @@ public:
     /** Whether all four parts are 0. */
     bool IsNull() const;
 
+    /** Whether all four parts are equal. */
     bool equal(const Version& other) const;
+    /** Whether the first part that differs is greater here. */
     bool greater(const Version& other) const;
+    /** Whether the first part that differs is less here. */
     bool less(const Version& other) const;
 
 private:
     unsigned int parts_[4];
 };
 
+/** See Version::equal(). */
 inline bool operator==(const Version& a, const Version& b)
 {
     return a.equal(b);
 }
+/** See Version::equal(). */
 inline bool operator!=(const Version& a, const Version& b)
 {
     return !a.equal(b);
 }
+/** See Version::less(). */
 inline bool operator<(const Version& a, const Version& b)
 {
     return a.less(b);
 }
+/** See Version::greater(). */
 inline bool operator>(const Version& a, const Version& b)
 {
     return a.greater(b);
 }
+/** See Version::greater(). */
 inline bool operator<=(const Version& a, const Version& b)
 {
     return !a.greater(b);
 }
+/** See Version::less(). */
 inline bool operator>=(const Version& a, const Version& b)
 {
     return !a.less(b);

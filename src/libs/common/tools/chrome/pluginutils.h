@@ -12,9 +12,13 @@ class QVCOMMON_EXPORT PluginUtils
 public:
     ~PluginUtils();
 
+    /** Always false. */
     static bool IsRegistered(QString const&);
+    /** Always false. */
     static bool RegisterPlugin(QString const&);
+    /** Always false. */
     static bool UnregisterPlugin(QString const&);
+    /** Always false. */
     static bool IsChromeInstalled();
 };
 

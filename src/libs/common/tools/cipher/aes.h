@@ -73,10 +73,12 @@ public:
      * @return @p out
      */
     static QByteArray& encrypt(const QString& key, const QByteArray& in, QByteArray& out);
+    /** The way back: see encrypt(). */
     static QByteArray& decrypt(const QString& key, const QByteArray& in, QByteArray& out);
 
     /** The same with machineKey(). */
     static QByteArray& encrypt(const QByteArray& in, QByteArray& out);
+    /** The way back, with machineKey(). */
     static QByteArray& decrypt(const QByteArray& in, QByteArray& out);
 
     /**
@@ -85,10 +87,12 @@ public:
      * a lone surrogate is another character.
      */
     static QString encrypt(const QString& text);
+    /** The way back: see encrypt(). */
     static QString decrypt(const QString& text);
 
     /** The same with @p key. */
     static QString encrypt(const QString& key, const QString& text);
+    /** The way back, with @p key. */
     static QString decrypt(const QString& key, const QString& text);
 
     /**

@@ -18,9 +18,8 @@ namespace tools {
  * tools::JsonFile settings(path);
  * if (!settings.Load() || !settings.isObject())
  *     settings.setObject(Defaults());
- * ...
  * if (!settings.Save())
- *     ShowError();
+ *     ShowProblem(path);
  * @endcode
  *
  * With a key the file holds the document encrypted by tools::cipher::AES with that key, of 1 to 32
@@ -34,7 +33,9 @@ class QVCOMMON_EXPORT JsonFile : public QJsonDocument
 public:
     /** With an empty document; @p key is empty for a plain file. Reads nothing yet. */
     explicit JsonFile(const QString& fileName, const QString& key = QString());
+    /** With a document that is @p object; see above for the rest. */
     JsonFile(const QString& fileName, const QJsonObject& object, const QString& key = QString());
+    /** With @p document; see above for the rest. */
     JsonFile(const QString& fileName, const QJsonDocument& document,
              const QString& key = QString());
 

@@ -16,6 +16,7 @@ public:
     static unsigned long FindChildProcessId(unsigned long, QString);
     /** 0: no process. */
     static unsigned long FindProcessId(QString);
+    /** Always false. */
     static bool Terminate(unsigned long);
 };
 

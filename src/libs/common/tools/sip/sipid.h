@@ -15,7 +15,7 @@ namespace tools::sip {
  * QString user, host, name, postDial, port;
  * const QString text = "\"Jane Roe\" <sip:jane@example.test:5060>";
  * if (SipId::ParseURIEx(text, user, host, name, postDial, port))
- *     Dial(user, host);           // "jane", "example.test"; name is "Jane Roe", port "5060"
+ *     label->setText(user + " at " + host); // "jane at example.test"; the port is "5060"
  * @endcode
  *
  * It is a practical grammar, neither that of RFC 3261 nor a subset of it: a display name needs its

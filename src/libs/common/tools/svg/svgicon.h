@@ -41,6 +41,7 @@ class QVCOMMON_EXPORT SvgIcon
 public:
     SvgIcon() = delete;
 
+    /** The picture in all sizes. */
     static QIcon CreateFromSvg(QString const& svgPath);
 
     /**

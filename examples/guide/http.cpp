@@ -1,0 +1,71 @@
+#include "client.h"
+
+#include <common/http/filedownload.h>
+#include <common/http/httprequest.h>
+#include <common/http/httprequestdatamap.h>
+#include <common/http/httprequestmultipartformdata.h>
+
+using common::http::CreateHttpRequest;
+
+void Client::AskStatus()
+{
+    //! [request]
+    using common::http::IHttpRequest;
+    IHttpRequest* request = common::http::CreateHttpRequest(&manager, this);
+    request->SetUrl(QUrl("https://service.test/status"));
+    request->SetTimeout(30);
+    request->SetAttemptCountOnNetworkProblem(3);
+    connect(request, &IHttpRequest::requestFinished, this, &Client::ShowStatus);
+    connect(request, &IHttpRequest::requestError, this, &Client::ShowError);
+    if (!request->Get())
+        ShowProblem("The status cannot be asked for.");
+    //! [request]
+}
+
+void Client::SendForm()
+{
+    common::http::IHttpRequest* request = CreateHttpRequest(&manager, this);
+    //! [form]
+    auto form = common::http::IHttpRequestDataMap::CreateUrlencodedDataMap();
+    form->SetParam("name", "Jane Roe");
+    request->SetData(form);
+    request->Get(); // ...?name=Jane%20Roe
+    //! [form]
+}
+
+void Client::SendJson(const QJsonObject& object)
+{
+    common::http::IHttpRequest* request = CreateHttpRequest(&manager, this);
+    //! [json]
+    request->SetData(common::http::IHttpRequestSimpleData::CreateJsonData(object));
+    request->Post();
+    //! [json]
+}
+
+void Client::SendFile(const QString& path)
+{
+    common::http::IHttpRequest* request = CreateHttpRequest(&manager, this);
+    //! [multipart]
+    auto body = common::http::IHttpRequestMultiPartData::CreateMultiPartFormData();
+    body->AddPart(common::http::IHttpRequestPartData::CreateTextPartFormData("comment", "holiday"));
+    body->AddPart(common::http::IHttpRequestPartData::CreateFilePartFormData("file", path));
+    request->SetData(body);
+    request->Post();
+    //! [multipart]
+}
+
+void Client::Download()
+{
+    //! [download]
+    using common::http::IFileDownload;
+    IFileDownload* download = common::http::CreateFileDownload(&manager, this);
+    download->SetUrl(QUrl("https://service.test/client.deb"));
+    download->SetFileName("/tmp/client.deb");
+    download->SetExpectedSize(48213004);
+    download->SetExpectedMD5("9e107d9d372bb6826bd81d3542a419d6");
+    download->SetRetryCount(3);
+    connect(download, &IFileDownload::complete, this, &Client::Install);
+    connect(download, &IFileDownload::failed, this, &Client::ShowError);
+    download->Start();
+    //! [download]
+}

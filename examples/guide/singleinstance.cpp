@@ -1,0 +1,27 @@
+#include "client.h"
+
+#include <qtsingleapplication/qtlockedfile.h>
+#include <qtsingleapplication/qtsingleapplication.h>
+
+void Client::UpdateShared(const QString& path)
+{
+    //! [locked file]
+    QtLockedFile file(path);
+    if (file.open(QIODevice::ReadWrite) && file.lock(QtLockedFile::WriteLock))
+        Update(file); // nobody else does; unlocked when the file is closed
+    //! [locked file]
+}
+
+//! [single instance]
+int main(int argc, char* argv[])
+{
+    QtSingleApplication application("client.example.test", argc, argv);
+    if (application.isRunning())
+        return application.sendMessage(argc > 1 ? argv[1] : "") ? 0 : 1;
+    Client window;
+    application.setActivationWindow(&window);
+    QObject::connect(&application, &QtSingleApplication::messageReceived, &window, &Client::Dial);
+    window.show();
+    return application.exec();
+}
+//! [single instance]
