@@ -46,6 +46,10 @@ if(GZIP_PROGRAM)
         "trees, takes apart SIP addresses and telephone numbers, and more.")
 endif()
 
+install(DIRECTORY examples/download examples/guide
+    DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/libqvcommon-dev/examples" COMPONENT development
+    EXCLUDE_FROM_ALL PATTERN CMakeLists.txt EXCLUDE)
+
 if(HELP2MAN_PROGRAM AND GZIP_PROGRAM AND NOT CMAKE_CROSSCOMPILING)
     set(man_page "${PROJECT_BINARY_DIR}/packaging/qvtool.1")
     add_custom_command(OUTPUT "${man_page}.gz"
