@@ -2,7 +2,7 @@
 
 #include "common/http/httprequestdatamap.h"
 #include "common/http/httprequestmultipartformdata.h"
-#include "common/http/networkerrorname_p.h"
+#include "common/http/networkerror_p.h"
 #include "common/http/replyguard_p.h"
 #include "common/logger/log.h"
 #include "common/tools/qcompressor.h"
@@ -32,20 +32,6 @@ const auto inactivityTimerName = QStringLiteral("qvcommon inactivity timer");
 int Milliseconds(int seconds)
 {
     return qBound(0, seconds, std::numeric_limits<int>::max() / 1000) * 1000;
-}
-
-bool IsNetworkProblem(int code)
-{
-    return (code >= QNetworkReply::ConnectionRefusedError &&
-            code <= QNetworkReply::BackgroundRequestNotAllowedError) ||
-           code == QNetworkReply::UnknownNetworkError;
-}
-
-bool IsProxyProblem(int code)
-{
-    return (code >= QNetworkReply::ProxyConnectionRefusedError &&
-            code <= QNetworkReply::ProxyAuthenticationRequiredError) ||
-           code == QNetworkReply::UnknownProxyError;
 }
 
 int HttpStatus(const QNetworkReply& reply)
@@ -85,94 +71,11 @@ HttpRequest::~HttpRequest()
     Release(std::exchange(reply_, nullptr));
 }
 
-void HttpRequest::SetUrl(const QUrl& url)
-{
-    url_ = url;
-}
-
-QUrl HttpRequest::GetUrl() const
-{
-    return url_;
-}
-
-void HttpRequest::SetData(const QSharedPointer<IHttpRequestData>& data)
-{
-    data_ = data;
-}
-
-QSharedPointer<IHttpRequestData> HttpRequest::Data() const
-{
-    return data_;
-}
-
-void HttpRequest::SetRawHeader(const QString& name, const QString& value)
-{
-    rawHeaders_.insert(name, value);
-}
-
-QString HttpRequest::GetRawHeader(const QString& name) const
-{
-    return rawHeaders_.value(name);
-}
-
-void HttpRequest::SetAttribute(QNetworkRequest::Attribute attribute, const QVariant& value)
-{
-    attributes_.insert(attribute, value);
-}
-
-QVariant HttpRequest::GetAttribute(QNetworkRequest::Attribute attribute) const
-{
-    return attributes_.value(attribute);
-}
-
-void HttpRequest::SetAttemptCountOnNetworkProblem(int count)
-{
-    attemptCount_ = count;
-}
-
-int HttpRequest::GetAttemptCountOnNetworkProblem() const
-{
-    return attemptCount_;
-}
-
 void HttpRequest::SetAttemptIntervalOnNetworkProblem(int seconds)
 {
     attemptInterval_ = seconds;
     if (resendTimer_)
         resendTimer_->setInterval(Milliseconds(seconds));
-}
-
-int HttpRequest::GetAttemptIntervalOnNetworkProblem() const
-{
-    return attemptInterval_;
-}
-
-void HttpRequest::SetTimeout(int seconds)
-{
-    timeout_ = seconds;
-}
-
-int HttpRequest::GetTimeout() const
-{
-    return timeout_;
-}
-
-bool HttpRequest::IgnoreSSLErrors() const
-{
-    return ignoreSslErrors_;
-}
-
-void HttpRequest::SetIgnoreSSLErrors(bool ignore)
-{
-    ignoreSslErrors_ = ignore;
-}
-
-void HttpRequest::SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
-                                    const QList<QSslCertificate>& caCertificates)
-{
-    certificate_ = certificate;
-    key_ = key;
-    caCertificates_ = caCertificates;
 }
 
 QNetworkReply* HttpRequest::Reply() const

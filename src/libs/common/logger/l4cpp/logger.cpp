@@ -1,31 +1,25 @@
 #include "common/logger/l4cpp/logger.h"
 
+#include "common/logger/l4cpp/appenders_p.h"
+#include "common/logger/l4cpp/layouts_p.h"
 #include "common/logger/logger.h"
 #include "common/logger/loggingguard_p.h"
 #include "common/logger/positiontext_p.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
-#include <QRegularExpression>
 
-#include <log4cpp/BasicLayout.hh>
 #include <log4cpp/Category.hh>
 #include <log4cpp/FileAppender.hh>
 #include <log4cpp/OstreamAppender.hh>
-#include <log4cpp/PatternLayout.hh>
 #include <log4cpp/PropertyConfigurator.hh>
 #include <log4cpp/RollingFileAppender.hh>
-#include <log4cpp/SimpleLayout.hh>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <ctime>
-#include <iomanip>
 #include <iostream>
-#include <limits>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -37,16 +31,9 @@ namespace {
 constexpr unsigned int consoleBit = 0x1;
 constexpr unsigned int fileBit = 0x4;
 constexpr unsigned int rollingFileBit = 0x8;
-constexpr unsigned int patternBit = 0x100;
-constexpr unsigned int simpleBit = 0x200;
-constexpr unsigned int basicBit = 0x400;
-
 constexpr mode_t logFileMode = 0644;
 
 constexpr int longestWait = 1000; // milliseconds for other threads at the process's exit
-
-// The literal "m" in the date is meant: programs that read these logs expect it.
-constexpr char defaultPattern[] = "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n";
 
 log4cpp::Priority::Value Log4cppPriority(IMessage::Priority level)
 {
@@ -72,77 +59,6 @@ QString& QtCategory()
 {
     static auto* name = new QString;
     return *name;
-}
-
-// log4cpp writes a date into a buffer of fixed size, and does not ask whether it fits.
-bool FitsDateBuffer(const QString& pattern)
-{
-    constexpr size_t bufferSize = 100;
-    static const QRegularExpression date(QStringLiteral("%-?[0-9.]*d\\{([^}]*)\\}"));
-    const std::time_t now = std::time(nullptr);
-    std::tm local = {};
-    localtime_r(&now, &local);
-    auto dates = date.globalMatch(pattern);
-    while (dates.hasNext()) {
-        std::ostringstream text;
-        text << std::put_time(&local, dates.next().captured(1).toUtf8().constData());
-        if (text.str().size() >= bufferSize)
-            return false;
-    }
-    return true;
-}
-
-log4cpp::Layout* MakePatternLayout(const QString& pattern)
-{
-    if (!FitsDateBuffer(pattern))
-        return nullptr;
-    auto layout = std::make_unique<log4cpp::PatternLayout>();
-    try {
-        layout->setConversionPattern(pattern.isEmpty() ? defaultPattern : pattern.toStdString());
-    } catch (const log4cpp::ConfigureFailure&) {
-        return nullptr;
-    }
-    return layout.release();
-}
-
-std::vector<log4cpp::Category*> AllCategories()
-{
-    const std::unique_ptr<std::vector<log4cpp::Category*>> categories(
-        log4cpp::Category::getCurrentCategories());
-    categories->push_back(&log4cpp::Category::getRoot());
-    return *categories;
-}
-
-// The appenders of all categories that nobody but the one who attached them will free.
-log4cpp::AppenderSet AttachedByReference()
-{
-    log4cpp::AppenderSet appenders;
-    for (const log4cpp::Category* category : AllCategories()) {
-        for (log4cpp::Appender* appender : category->getAllAppenders()) {
-            if (!category->ownsAppender(appender))
-                appenders.insert(appender);
-        }
-    }
-    return appenders;
-}
-
-// Rolling a file costs log4cpp a system call for each backup that it may have.
-constexpr int mostBackups = 100000;
-
-// A negative number in a property file has become one of billions.
-void LimitBackups(log4cpp::Appender* appender)
-{
-    auto* file = dynamic_cast<log4cpp::RollingFileAppender*>(appender);
-    if (!file || file->getMaxBackupIndex() <= mostBackups)
-        return;
-    const bool negative = file->getMaxBackupIndex() > std::numeric_limits<int>::max();
-    file->setMaxBackupIndex(negative ? 1 : mostBackups);
-}
-
-void DetachEverywhere(log4cpp::Appender* appender)
-{
-    for (log4cpp::Category* category : AllCategories())
-        category->removeAppender(appender);
 }
 
 // Counts a thread that is within log4cpp.
@@ -271,11 +187,7 @@ log4cpp::Category& Logger::getCategory(const ICategory* category)
 
 log4cpp::Layout* Logger::getLayout(unsigned int layoutFormat, const QString& pattern)
 {
-    if (layoutFormat & patternBit)
-        return MakePatternLayout(pattern);
-    if (layoutFormat & basicBit)
-        return new log4cpp::BasicLayout;
-    return layoutFormat & simpleBit ? new log4cpp::SimpleLayout : nullptr;
+    return MakeLayout(layoutFormat, pattern);
 }
 
 void Logger::Append(const IMessage& message)

@@ -1,4 +1,6 @@
-#include "common/http/networkerrorname_p.h"
+#include "common/http/networkerror_p.h"
+
+#include <QNetworkReply>
 
 #include <algorithm>
 #include <iterator>
@@ -57,6 +59,20 @@ const char* NetworkErrorName(int code)
     const auto* found = std::find_if(std::begin(entries), std::end(entries),
                                      [code](const Entry& entry) { return entry.code == code; });
     return found != std::end(entries) ? found->name : "UnknownError";
+}
+
+bool IsNetworkProblem(int code)
+{
+    return (code >= QNetworkReply::ConnectionRefusedError &&
+            code <= QNetworkReply::BackgroundRequestNotAllowedError) ||
+           code == QNetworkReply::UnknownNetworkError;
+}
+
+bool IsProxyProblem(int code)
+{
+    return (code >= QNetworkReply::ProxyConnectionRefusedError &&
+            code <= QNetworkReply::ProxyAuthenticationRequiredError) ||
+           code == QNetworkReply::UnknownProxyError;
 }
 
 } // namespace common::http
