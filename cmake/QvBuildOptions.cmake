@@ -9,6 +9,7 @@ target_compile_features(qvcommon_build_options INTERFACE cxx_std_17)
 target_compile_options(qvcommon_build_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
     -Wformat=2 -Wundef
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments> # QSKIP("...") of Qt Test
     $<$<BOOL:${QVCOMMON_WERROR}>:-Werror>)
 target_compile_definitions(qvcommon_build_options INTERFACE
     QT_NO_KEYWORDS

@@ -27,6 +27,9 @@ private:
     Result Run(QStringList arguments, const QByteArray& input = {}, const QString& stdOut = {})
     {
         QProcess process;
+        QUrl secret = server_.Url({});
+        secret.setUserInfo("user:word");
+        arguments.replaceInStrings("SECRET_URL", secret.toString());
         arguments.replaceInStrings("URL", server_.Url({}).toString());
         arguments.replaceInStrings("DIR", directory_.path());
         if (!stdOut.isEmpty())
@@ -130,6 +133,7 @@ private Q_SLOTS:
         row("get http://127.0.0.1:1/", 1, "qvtool get: http://127.0.0.1:1/: Connection refused");
         row("get http://no-such-host.invalid/", 1, "Host no-such-host.invalid not found (code 3)");
         row("get URL/missing", 1, "server replied: Not Found (code 203)");
+        row("get SECRET_URL/missing", 1, "server replied: Not Found (code 203)");
         row("get URL/silent --timeout 1", 1, "Request timed out (code 4)");
         row("post --json DIR/none URL/ok", 1, "/none': No such file or directory");
         row("post --json DIR URL/ok", 1, "': it is not a regular file");
@@ -153,6 +157,7 @@ private Q_SLOTS:
         QFETCH(QString, error);
         const Result result = Run(arguments);
         QVERIFY2(result.err.contains(error), qPrintable(result.err));
+        QVERIFY(!result.err.contains("word"));
         QCOMPARE(result.out, QString());
         QCOMPARE(result.err.split('\n').filter("qvtool").size(), 1);
         QTEST(result.code, "code");

@@ -229,8 +229,9 @@ QString DownloadCommand::Incomplete() const
 void DownloadCommand::FailWith(const QString& reason)
 {
     part_.reset();
+    const QUrl url = download_->GetUrl();
     Fail(QStringLiteral("%1 -> '%2': %3")
-             .arg(download_->GetUrl().toDisplayString(), target_, reason));
+             .arg(url.toDisplayString(), target_, WithoutPassword(reason, url)));
 }
 
 } // namespace qvtool

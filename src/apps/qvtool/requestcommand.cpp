@@ -121,7 +121,8 @@ void RequestCommand::OnFinished(const QByteArray& body)
 
 void RequestCommand::OnError(int code, const QString& message, const QByteArray& body)
 {
-    Fail(QStringLiteral("%1: %2 (code %3)").arg(Address(), message, QString::number(code)));
+    Fail(QStringLiteral("%1: %2 (code %3)")
+             .arg(Address(), WithoutPassword(message, request_->GetUrl()), QString::number(code)));
     if (!body.isEmpty())
         PrintBytes(stderr, body.endsWith('\n') ? body : body + '\n');
 }

@@ -29,6 +29,13 @@ QString Visible(const QString& text)
     return result;
 }
 
+QString WithoutPassword(QString message, const QUrl& url)
+{
+    if (!url.password().isEmpty())
+        message.replace(url.toString(), url.toDisplayString());
+    return message;
+}
+
 QString VersionText()
 {
     return QStringLiteral("qvtool " QVTOOL_VERSION);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
 
 #include <cstdio>
 
@@ -11,6 +12,9 @@ QString HumanSize(qint64 bytes);
 
 /** The text on one line, in its own order: what would control the terminal as "\\x1b". */
 QString Visible(const QString& text);
+
+/** An error text of Qt's, which may quote the URL, without the URL's password. */
+QString WithoutPassword(QString message, const QUrl& url);
 
 /** Name and version of the tool. */
 QString VersionText();

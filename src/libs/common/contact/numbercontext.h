@@ -33,7 +33,8 @@ public:
      * "service.test.attacker.test" among them.
      */
     enum Kind {
-        /** The host holds the service's host name; but not the host for external numbers itself. */
+        /** The host holds the service's host name; but not the host for external
+         * numbers itself, without a port. */
         ServiceAccount = 0,
         /** Digits and telephone punctuation only, not beginning with "000"; at any other host. */
         PhoneNumber = 1,

@@ -31,8 +31,8 @@ namespace common::http {
  * @endcode
  *
  * A Start() that returned true ends with exactly one of complete() and failed(), unless Abort() is
- * called: then it ends in silence. A failed try is followed by the next 5 seconds later, from the
- * beginning. Memory stays bounded whatever the size of the file.
+ * called or the manager goes: then it ends in silence. A try that failed on the network or in the
+ * verification is followed by the next 5 seconds later, from the beginning. Memory stays bounded whatever the size of the file.
  *
  * The download lives on the thread of its QNetworkAccessManager, which must outlive it. The
  * verification reads the whole file on that thread, at about the pace of md5sum: expect a pause of
@@ -123,7 +123,8 @@ Q_SIGNALS:
     /** The file is complete and verified. */
     void complete();
     /**
-     * The download ended without a usable file and no try is left. Codes: 900100 the request object
+     * The download ended without a usable file: no try is left, or a further one would be of no use
+     * (900100 to 900102). Codes: 900100 the request object
      * is missing, 900101 the request could not be sent, 900102 the target could not be opened for
      * writing, 900103 the verification failed; others are those of IHttpRequest::requestError().
      */

@@ -41,8 +41,8 @@ public:
     virtual bool Configure(const QString& configFile) = 0;
 
     /**
-     * Configures from parameters; tries Configure(configFile) first, and what that decides the
-     * parameters do not.
+     * Configures from parameters; tries Configure(configFile) first, and where that succeeds it
+     * decides on level, outputs and layout.
      *
      * @param level          threshold, as for SetLevel()
      * @param outputs        bits: 0x1 console, 0x4 plain file, 0x8 rolling file (wins over 0x4)
@@ -74,8 +74,7 @@ public:
 /**
  * The process-wide current logger: the default logger (Logger::Instance()) until another is set.
  *
- * Never fails; null only after SetLogger(nullptr). The pointer is not synchronised: see
- * SetLogger().
+ * Never fails; null only after SetLogger(nullptr).
  */
 QVCOMMON_EXPORT ILogger* GetLogger();
 
@@ -83,7 +82,7 @@ QVCOMMON_EXPORT ILogger* GetLogger();
  * Makes @p logger current and returns the one that was.
  *
  * Neither is owned, configured or destroyed. Null silences all logging. Call it at program start,
- * before other threads log.
+ * before other threads log: one that is about to write may still hold the logger that was.
  */
 QVCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
 

@@ -14,7 +14,8 @@ namespace tools::web {
  * const QUrl base(tools::web::Web::GetWebServisesUrl("sip:jane@example.test"));
  * @endcode
  *
- * The addresses are fixed when the library is built (see the CMake options in the README).
+ * The addresses are fixed when the library is built (see the CMake options
+ * QVCOMMON_PRIMARY_WEB_SERVICES_HOST and QVCOMMON_ALTERNATIVE_WEB_SERVICES_HOST).
  */
 class QVCOMMON_EXPORT Web
 {
