@@ -37,7 +37,7 @@ constexpr int longestWait = 1000; // milliseconds for other threads at the proce
 
 log4cpp::Priority::Value Log4cppPriority(IMessage::Priority level)
 {
-    return std::min(level, IMessage::DEBUG) * 100;
+    return std::min<int>(level, IMessage::DEBUG) * 100;
 }
 
 IMessage::Priority PriorityOf(QtMsgType type)
