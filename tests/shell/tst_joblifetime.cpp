@@ -31,7 +31,8 @@ struct CopyJob
     using Front = FileCopier;
     static void Add(Front& front, const QString& root)
     {
-        front.AddDirectory(root + "/s", root + "/d");
+        static int number = 0; // an earlier job may still be at work on its tree
+        front.AddDirectory(root + "/s", root + "/d" + QString::number(++number));
     }
     static void Start(Front& front) { front.Copy(); }
 };
@@ -41,7 +42,7 @@ struct RemoveJob
     using Front = FileRemover;
     static void Add(Front& front, const QString& root)
     {
-        static int number = 0; // an earlier job may still be at work on its tree
+        static int number = 0;
         const QString tree = root + "/r" + QString::number(++number);
         MakeTree(tree, {"f=1", "a/g=2", "a/b/h=3"});
         front.AddDirectory(tree);
