@@ -481,6 +481,20 @@ private Q_SLOTS:
         QCOMPARE(record.Signals(), QStringList());
     }
 
+    void attributesAreThoseOfTheRequest()
+    {
+        Reply moved = Reply::Status(302, "Found");
+        moved.headers = {{"Location", server_.Url("/moved").toEncoded()}};
+        server_.Script(path_, {moved});
+        server_.Script("/moved", {Reply::Ok("moved")});
+        const auto request = NewRequest();
+        request->SetAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                              QNetworkRequest::NoLessSafeRedirectPolicy);
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Signals(), QStringList({"binary moved", "text moved"}));
+    }
+
     void newSendReplacesEverythingPending()
     {
         server_.Script(path_, {Reply::Status(429, "Slow"), Drip("body", 1, 400)});

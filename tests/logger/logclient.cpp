@@ -1,5 +1,6 @@
 // A program that logs through the log4cpp backend up to its very end, for tst_log4cpp to watch.
 
+#include <common/logger/l4cpp/logger.h>
 #include <common/logger/log.h>
 #include <common/logger/logger.h>
 
@@ -38,9 +39,9 @@ void PrintQtMessage(QtMsgType, const QMessageLogContext& context, const QString&
 }
 
 // The logger that writes through Qt is current, and Qt's messages come back to it.
-int Loop()
+int Loop(QtMessageHandler installedBefore)
 {
-    qInstallMessageHandler(PrintQtMessage);
+    qInstallMessageHandler(installedBefore);
     GetLog4cpp();
     GetLogger()->SetLevel(IMessage::DEBUG);
     QVLOG(ERROR) << "once";
@@ -82,7 +83,7 @@ int main(int argc, char* argv[])
 {
     const bool loop = argc > 1 && strcmp(argv[1], "loop") == 0;
     if (loop)
-        return Loop();
+        return Loop(argc > 2 ? l4cpp::Logger::MessageHandler : PrintQtMessage);
     if (argc > 2 && strcmp(argv[1], "threads") == 0)
         return LogFromThreads(QString::fromLocal8Bit(argv[2]));
     if (argc < 2)

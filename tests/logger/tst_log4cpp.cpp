@@ -481,9 +481,17 @@ private Q_SLOTS:
         }
     }
 
+    void defaultLoggerAndQtDoNotLoop_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("a handler of the client") << QStringList{"loop"};
+        QTest::newRow("installed by the client already") << QStringList{"loop", "itself"};
+    }
+
     void defaultLoggerAndQtDoNotLoop()
     {
-        const Program client = RunClient({"loop"});
+        QFETCH(QStringList, arguments);
+        const Program client = RunClient(arguments);
         QCOMPARE(client.code, 0);
         QCOMPARE(client.err.size(), 4); // two of them from the static object
         const QRegularExpression line("^client: [\\d.]{10} [\\d:.]{12}: once $");
