@@ -23,7 +23,7 @@ void Client::LogToFile()
     ILogger* log = GetLog4cpp();
     SetLogger(log); // before anything logs
     log->Configure(IMessage::INFO, 0x8, 0x101, QString(), "qt", "client-log.properties",
-                   "/var/log/client.log", 10 * 1024 * 1024, 5);
+                   "/var/log/client.log", 10'000'000, 5);
     //! [file]
 }
 

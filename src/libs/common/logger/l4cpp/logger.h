@@ -29,7 +29,7 @@ namespace common::logger::l4cpp {
  * ILogger* log = GetLog4cpp();
  * SetLogger(log); // before anything logs
  * log->Configure(IMessage::INFO, 0x8, 0x101, QString(), "qt", "client-log.properties",
- *                "/var/log/client.log", 10 * 1024 * 1024, 5);
+ *                "/var/log/client.log", 10'000'000, 5);
  * @endcode
  *
  * A message's category becomes the log4cpp category of the same name, its priority p the log4cpp
