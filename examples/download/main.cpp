@@ -4,7 +4,6 @@
 #include <common/logger/ilogger.h>
 
 #include <QCoreApplication>
-#include <QDebug>
 
 int main(int argc, char* argv[])
 {

@@ -3,7 +3,6 @@
 
 #include "support/xserver.h"
 
-#include <QPainter>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>

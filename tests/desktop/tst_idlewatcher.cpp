@@ -3,7 +3,6 @@
 #include "support/xserver.h"
 
 #include <QProcess>
-#include <QSignalSpy>
 #include <QTimer>
 #include <QtTest>
 

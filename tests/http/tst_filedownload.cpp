@@ -4,7 +4,6 @@
 #include "support/recordinglogger.h"
 #include "support/scriptedserver.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTemporaryDir>

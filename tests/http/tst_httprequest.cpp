@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 using namespace common::http;
 using loopback::Reply;

@@ -4,7 +4,6 @@
 #include <qtsingleapplication/qtsinglecoreapplication.h>
 
 #include <QCryptographicHash>
-#include <QTimer>
 
 #include <cstdio>
 

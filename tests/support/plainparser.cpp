@@ -3,7 +3,6 @@
 #include <common/tools/sip/password.h>
 #include <common/tools/sip/sipid.h>
 
-#include <QStringList>
 
 #include <array>
 

@@ -3,7 +3,6 @@
 
 #include "support/process.h"
 
-#include <QBuffer>
 #include <QRandomGenerator>
 #include <QTemporaryFile>
 #include <QtTest>

@@ -3,7 +3,6 @@
 #include "loopback/server.h"
 
 #include <QObject>
-#include <QPointer>
 #include <QTcpSocket>
 #include <QTimer>
 

@@ -1,7 +1,5 @@
 #include "loopback/message.h"
 
-#include <algorithm>
-
 namespace loopback {
 
 namespace {
@@ -46,13 +44,6 @@ QByteArray Request::Header(const QByteArray& name) const
             values << header.second;
     }
     return values.join(", ");
-}
-
-bool Request::HasHeader(const QByteArray& name) const
-{
-    return std::any_of(headers.cbegin(), headers.cend(), [&](const auto& header) {
-        return header.first.compare(name, Qt::CaseInsensitive) == 0;
-    });
 }
 
 Reply Reply::Ok(const QByteArray& body, const QByteArray& contentType)

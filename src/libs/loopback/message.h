@@ -20,7 +20,6 @@ struct Request
     QByteArray Query() const; ///< what follows the first "?", still encoded
     /** Values of all headers of that name (any case), joined with ", ". */
     QByteArray Header(const QByteArray& name) const;
-    bool HasHeader(const QByteArray& name) const;
 };
 
 /** What to answer, and how badly. The defaults are a well-behaved reply. */

@@ -3,8 +3,6 @@
 #include <QByteArray>
 #include <QString>
 
-#include <optional>
-
 /**
  * A message between instances: a mark, the number of bytes, and the text as UTF-16, so that any
  * QString arrives as it was, lone surrogates included.

@@ -9,7 +9,6 @@
 #include <qtsingleapplication/qtsinglecoreapplication.h>
 
 #include <QDebug>
-#include <QDir>
 #include <QFile>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
