@@ -11,9 +11,9 @@ namespace {
 constexpr int barWidth = 30;
 constexpr qint64 terminalPeriod = 100; // milliseconds
 constexpr qint64 linePeriod = 1000;
-FILE* barStream = nullptr; // where a bar stands now
-
 constexpr qint64 shortestForRate = 100; // a rate over less time says nothing
+
+FILE* barStream = nullptr; // where a bar stands now
 
 } // namespace
 

@@ -10,6 +10,12 @@ using common::logger::IMessage;
 
 namespace {
 
+// What ILogger::Configure() takes.
+constexpr unsigned int fileOutput = 0x4;
+constexpr unsigned int rollingFileOutput = 0x8;
+constexpr unsigned int patternWithPositionAndFunction = 0x103;
+constexpr int rollingBackups = 2;
+
 // The library's lines begin with "[numbers]: " that tell objects apart.
 QString WithoutPrefix(const QString& text)
 {
@@ -55,22 +61,21 @@ common::logger::ILogger& ToolLogger::Backend()
     return *backend_;
 }
 
-void ToolLogger::Configure4cpp(IMessage::Priority level, unsigned int output, const QString& path,
-                               unsigned long maxSize)
+void ToolLogger::ConfigureBackend(IMessage::Priority level, unsigned int output,
+                                  const QString& path, unsigned long maxSize)
 {
-    constexpr unsigned int format = 0x103; // the pattern, and the source position with function
-    constexpr int backups = 2;
-    Backend().Configure(level, output, format, {}, {}, {}, path, maxSize, backups);
+    Backend().Configure(level, output, patternWithPositionAndFunction, {}, {}, {}, path, maxSize,
+                        rollingBackups);
 }
 
 void ToolLogger::WriteToFile(const QString& path, IMessage::Priority level)
 {
-    Configure4cpp(level, 0x4, path, 0);
+    ConfigureBackend(level, fileOutput, path, 0);
 }
 
 void ToolLogger::WriteToRollingFile(const QString& path, unsigned long maxSize)
 {
-    Configure4cpp(IMessage::DEBUG, 0x8, path, maxSize);
+    ConfigureBackend(IMessage::DEBUG, rollingFileOutput, path, maxSize);
 }
 
 bool ToolLogger::WriteAsConfigured(const QString& propertyFile)

@@ -47,8 +47,8 @@ public:
 
 private:
     common::logger::ILogger& Backend();
-    void Configure4cpp(common::logger::IMessage::Priority level, unsigned int output,
-                       const QString& path, unsigned long maxSize);
+    void ConfigureBackend(common::logger::IMessage::Priority level, unsigned int output,
+                          const QString& path, unsigned long maxSize);
 
     common::logger::ILogger* previous_;
     common::logger::ILogger* backend_ = nullptr;
