@@ -34,10 +34,7 @@ CopyPage::CopyPage()
     buttons->addWidget(start_);
     buttons->addWidget(cancel_);
     buttons->addStretch();
-    auto* form = new QFormLayout;
-    form->setContentsMargins(4, 12, 4, 0);
-    form->setHorizontalSpacing(28);
-    form->setVerticalSpacing(12);
+    auto* form = NewForm();
     source_ = AddValue(form, "From");
     destination_ = AddValue(form, "To");
     source_->setText(directory_.filePath("tree"));

@@ -20,10 +20,8 @@ DesktopPage::DesktopPage()
       idleWatcher_(IdleWatcher::instance()),
       events_(new QListWidget)
 {
-    auto* form = new QFormLayout;
+    auto* form = NewForm();
     form->setContentsMargins(4, 0, 4, 12);
-    form->setHorizontalSpacing(28);
-    form->setVerticalSpacing(12);
     idle_ = AddValue(form, "Idle for");
     date_ = AddValue(form, "Date");
     zone_ = AddValue(form, "Time zone");

@@ -39,10 +39,7 @@ DialPage::DialPage()
     connect(field_, &QLineEdit::textChanged, this, &DialPage::ShowRecord);
     Content()->addWidget(field_);
 
-    auto* form = new QFormLayout;
-    form->setContentsMargins(4, 12, 4, 0);
-    form->setHorizontalSpacing(28);
-    form->setVerticalSpacing(12);
+    auto* form = NewForm();
     kind_ = AddValue(form, "Kind");
     user_ = AddValue(form, "User");
     host_ = AddValue(form, "Host");

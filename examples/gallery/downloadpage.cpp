@@ -52,10 +52,7 @@ DownloadPage::DownloadPage()
     buttons->addSpacing(12);
     buttons->addWidget(damage_);
     buttons->addStretch();
-    auto* form = new QFormLayout;
-    form->setContentsMargins(4, 12, 4, 0);
-    form->setHorizontalSpacing(28);
-    form->setVerticalSpacing(12);
+    auto* form = NewForm();
     target_ = AddValue(form, "File");
     digest_ = AddValue(form, "Expected MD5");
     target_->setText(directory_.filePath("download.bin"));

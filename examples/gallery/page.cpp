@@ -47,6 +47,15 @@ QPushButton* Page::NewButton(const QString& text)
     return button;
 }
 
+QFormLayout* Page::NewForm()
+{
+    auto* form = new QFormLayout;
+    form->setContentsMargins(4, 12, 4, 0);
+    form->setHorizontalSpacing(28);
+    form->setVerticalSpacing(12);
+    return form;
+}
+
 QLabel* Page::AddValue(QFormLayout* form, const QString& name)
 {
     auto* value = new QLabel;

@@ -30,6 +30,8 @@ protected:
     static QLabel* FaintLabel(const QString& text);
     /** A button with some air around its text. */
     static QPushButton* NewButton(const QString& text);
+    /** A form for values. */
+    static QFormLayout* NewForm();
     /** A row of the form whose value is text to select; returns the value. */
     static QLabel* AddValue(QFormLayout* form, const QString& name);
 
