@@ -6,16 +6,16 @@ using number::INumberContext;
 
 IContactContext::~IContactContext() = default;
 
-ContactContext::ContactContext(QSharedPointer<INumberContext> const& newNumber,
-                               QString const& newName)
+ContactContext::ContactContext(const QSharedPointer<INumberContext>& newNumber,
+                               const QString& newName)
     : number(newNumber), name(newName)
 {
 }
 
 ContactContext::~ContactContext() = default;
 
-ContactContext* ContactContext::CreateInstance(QSharedPointer<INumberContext> const& number,
-                                               QString const& name)
+ContactContext* ContactContext::CreateInstance(const QSharedPointer<INumberContext>& number,
+                                               const QString& name)
 {
     return new ContactContext(number, name);
 }
@@ -85,14 +85,14 @@ QString ContactContext::OfNumber(QString (INumberContext::*text)() const) const
     return number ? (*number.*text)() : QString();
 }
 
-QSharedPointer<IContactContext> CreateInstance(QString const& text, QString const& name)
+QSharedPointer<IContactContext> CreateInstance(const QString& text, const QString& name)
 {
     return QSharedPointer<IContactContext>(
         ContactContext::CreateInstance(number::CreateInstance(text), name));
 }
 
-QSharedPointer<IContactContext> CreateInstance(QString const& user, QString const& host,
-                                               QString const& name, QString const& extension)
+QSharedPointer<IContactContext> CreateInstance(const QString& user, const QString& host,
+                                               const QString& name, const QString& extension)
 {
     return QSharedPointer<IContactContext>(
         ContactContext::CreateInstance(number::CreateInstance(user, host, extension), name));

@@ -73,12 +73,12 @@ public:
      * @param number the address; may be null: an empty telephone number
      * @param name   what the party is called
      */
-    ContactContext(QSharedPointer<number::INumberContext> const& number, QString const& name);
+    ContactContext(const QSharedPointer<number::INumberContext>& number, const QString& name);
     ~ContactContext() override;
 
     /** A new record that the caller owns. */
-    static ContactContext* CreateInstance(QSharedPointer<number::INumberContext> const& number,
-                                          QString const& name);
+    static ContactContext* CreateInstance(const QSharedPointer<number::INumberContext>& number,
+                                          const QString& name);
 
     QImage& Image(QImage& image) const override;
     bool IsKnown() const override;
@@ -102,16 +102,16 @@ private:
 };
 
 /** The record of an address that a user typed, pasted or clicked. Never null. */
-QVCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(QString const& text,
-                                                               QString const& name);
+QVCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(const QString& text,
+                                                               const QString& name);
 
 /**
  * The record of an address in parts. Never null. Mind the order: number::CreateInstance() takes the
  * extension third.
  */
-QVCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(QString const& user,
-                                                               QString const& host,
-                                                               QString const& name,
-                                                               QString const& extension);
+QVCOMMON_EXPORT QSharedPointer<IContactContext> CreateInstance(const QString& user,
+                                                               const QString& host,
+                                                               const QString& name,
+                                                               const QString& extension);
 
 } // namespace common::contact

@@ -48,8 +48,8 @@ QString PostDialDigits(QString text)
 
 INumberContext::~INumberContext() = default;
 
-NumberContext::NumberContext(QString const& newUser, QString const& newHost,
-                             QString const& newExtension)
+NumberContext::NumberContext(const QString& newUser, const QString& newHost,
+                             const QString& newExtension)
     : user(newUser.trimmed()),
       host(newHost.trimmed().toLower()),
       extension(PostDialDigits(newExtension)),
@@ -61,13 +61,13 @@ NumberContext::NumberContext(QString const& newUser, QString const& newHost,
 
 NumberContext::~NumberContext() = default;
 
-NumberContext* NumberContext::CreateInstance(QString const& user, QString const& host,
-                                             QString const& extension)
+NumberContext* NumberContext::CreateInstance(const QString& user, const QString& host,
+                                             const QString& extension)
 {
     return new NumberContext(user, host, extension);
 }
 
-bool NumberContext::IsNumeric(QString const& text)
+bool NumberContext::IsNumeric(const QString& text)
 {
     return SipId::NumericNumberRegExp().exactMatch(text);
 }
@@ -112,13 +112,13 @@ QString NumberContext::WithExtension() const
     return extension.isEmpty() ? user : user + QLatin1Char(',') + extension;
 }
 
-QSharedPointer<INumberContext> CreateInstance(QString const& user, QString const& host,
-                                              QString const& extension)
+QSharedPointer<INumberContext> CreateInstance(const QString& user, const QString& host,
+                                              const QString& extension)
 {
     return QSharedPointer<INumberContext>(NumberContext::CreateInstance(user, host, extension));
 }
 
-QSharedPointer<INumberContext> CreateInstance(QString const& text)
+QSharedPointer<INumberContext> CreateInstance(const QString& text)
 {
     QString user;
     QString host;

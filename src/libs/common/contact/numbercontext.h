@@ -71,15 +71,15 @@ public:
      * @param host white space around it is dropped; may have a port
      * @param extension all but post-dial digits is dropped
      */
-    NumberContext(QString const& user, QString const& host, QString const& extension);
+    NumberContext(const QString& user, const QString& host, const QString& extension);
     ~NumberContext() override;
 
     /** A new record that the caller owns. */
-    static NumberContext* CreateInstance(QString const& user, QString const& host,
-                                         QString const& extension);
+    static NumberContext* CreateInstance(const QString& user, const QString& host,
+                                         const QString& extension);
 
     /** Whether the text has digits, telephone punctuation and white space only, or is empty. */
-    static bool IsNumeric(QString const& text);
+    static bool IsNumeric(const QString& text);
 
     QString ContactNumber() const override;
     QString Number() const override;
@@ -100,12 +100,12 @@ private:
 
 /** A record made of parts; see the constructor of NumberContext. Never null. */
 QVCOMMON_EXPORT QSharedPointer<INumberContext>
-CreateInstance(QString const& user, QString const& host, QString const& extension);
+CreateInstance(const QString& user, const QString& host, const QString& extension);
 
 /**
  * The record of what a user typed, pasted or clicked; see tools::sip::SipId::ParseURIEx(). Never
  * null: what is no address becomes the user. A display name is dropped.
  */
-QVCOMMON_EXPORT QSharedPointer<INumberContext> CreateInstance(QString const& text);
+QVCOMMON_EXPORT QSharedPointer<INumberContext> CreateInstance(const QString& text);
 
 } // namespace common::contact::number

@@ -12,22 +12,22 @@ QStringList ClickToCall::currentAvailableProtocols()
     return {};
 }
 
-bool ClickToCall::registerProtocols(QStringList const&, QString const&, QString const&)
+bool ClickToCall::registerProtocols(const QStringList&, const QString&, const QString&)
 {
     return false;
 }
 
-bool ClickToCall::unregisterProtocols(QStringList const&, QString const&, QString const&)
+bool ClickToCall::unregisterProtocols(const QStringList&, const QString&, const QString&)
 {
     return false;
 }
 
-bool ClickToCall::unregisterApplication(QString const&, QString const&)
+bool ClickToCall::unregisterApplication(const QString&, const QString&)
 {
     return false;
 }
 
-QStringList ClickToCall::stateOfProtocols(QString const&, QString const&)
+QStringList ClickToCall::stateOfProtocols(const QString&, const QString&)
 {
     return {};
 }

@@ -21,13 +21,13 @@ public:
     /** An empty list. */
     static QStringList currentAvailableProtocols();
     /** Always false. */
-    static bool registerProtocols(QStringList const&, QString const&, QString const&);
+    static bool registerProtocols(const QStringList&, const QString&, const QString&);
     /** Always false. */
-    static bool unregisterProtocols(QStringList const&, QString const&, QString const&);
+    static bool unregisterProtocols(const QStringList&, const QString&, const QString&);
     /** Always false. */
-    static bool unregisterApplication(QString const&, QString const&);
+    static bool unregisterApplication(const QString&, const QString&);
     /** An empty list. */
-    static QStringList stateOfProtocols(QString const&, QString const&);
+    static QStringList stateOfProtocols(const QString&, const QString&);
 };
 
 } // namespace common

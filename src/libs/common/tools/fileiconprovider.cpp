@@ -12,7 +12,7 @@ FileIconProvider::FileIconProvider() = default;
 
 FileIconProvider::~FileIconProvider() = default;
 
-QIcon FileIconProvider::icon(QFileInfo const& info) const
+QIcon FileIconProvider::icon(const QFileInfo& info) const
 {
     const QString suffix = info.suffix();
     const auto cached = iconCache_.constFind(suffix);
@@ -29,7 +29,7 @@ QIcon FileIconProvider::icon(QFileInfo const& info) const
 }
 
 // The desktop's icon for a file of that suffix, as pixmaps: it may refer to the file.
-QIcon FileIconProvider::PlatformIcon(QString const& suffix) const
+QIcon FileIconProvider::PlatformIcon(const QString& suffix) const
 {
     QTemporaryFile file(QDir::tempPath() + QDir::separator() + QStringLiteral("XXXXXX.") + suffix);
     const QIcon platform = QFileIconProvider::icon(file.open() ? QFileInfo(file) : QFileInfo());

@@ -29,10 +29,10 @@ public:
 
     using QFileIconProvider::icon;
     /** The icon for the file's suffix, or a generic one; never null where the desktop has icons. */
-    QIcon icon(QFileInfo const& info) const override;
+    QIcon icon(const QFileInfo& info) const override;
 
 private:
-    QIcon PlatformIcon(QString const& suffix) const;
+    QIcon PlatformIcon(const QString& suffix) const;
 
     static QMap<QString, QIcon> iconCache_;
 };

@@ -8,7 +8,7 @@ CInsertionFixupValidator::CInsertionFixupValidator(QObject* parent) : QRegExpVal
 {
 }
 
-CInsertionFixupValidator::CInsertionFixupValidator(QRegExp const& regExp, QObject* parent)
+CInsertionFixupValidator::CInsertionFixupValidator(const QRegExp& regExp, QObject* parent)
     : QRegExpValidator(regExp, parent)
 {
 }

@@ -33,7 +33,7 @@ public:
     /** Allows any text. */
     explicit CInsertionFixupValidator(QObject* parent);
     /** Allows what the pattern matches, or could match if the text went on. */
-    CInsertionFixupValidator(QRegExp const& regExp, QObject* parent);
+    CInsertionFixupValidator(const QRegExp& regExp, QObject* parent);
     ~CInsertionFixupValidator() override;
 
     /**

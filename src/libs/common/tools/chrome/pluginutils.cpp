@@ -2,21 +2,19 @@
 
 namespace common::chrome {
 
-PluginUtils::~PluginUtils()
-{
-}
+PluginUtils::~PluginUtils() = default;
 
-bool PluginUtils::IsRegistered(QString const&)
+bool PluginUtils::IsRegistered(const QString&)
 {
     return false;
 }
 
-bool PluginUtils::RegisterPlugin(QString const&)
+bool PluginUtils::RegisterPlugin(const QString&)
 {
     return false;
 }
 
-bool PluginUtils::UnregisterPlugin(QString const&)
+bool PluginUtils::UnregisterPlugin(const QString&)
 {
     return false;
 }

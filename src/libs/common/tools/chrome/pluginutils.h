@@ -13,11 +13,11 @@ public:
     ~PluginUtils();
 
     /** Always false. */
-    static bool IsRegistered(QString const&);
+    static bool IsRegistered(const QString&);
     /** Always false. */
-    static bool RegisterPlugin(QString const&);
+    static bool RegisterPlugin(const QString&);
     /** Always false. */
-    static bool UnregisterPlugin(QString const&);
+    static bool UnregisterPlugin(const QString&);
     /** Always false. */
     static bool IsChromeInstalled();
 };

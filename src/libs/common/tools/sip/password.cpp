@@ -8,7 +8,7 @@ QRegExp Password::PasswordSymbolRegExp()
                    Qt::CaseInsensitive, QRegExp::RegExp);
 }
 
-bool Password::IsGood(QString const& password)
+bool Password::IsGood(const QString& password)
 {
     return QRegExp(QStringLiteral(R"re(^([-a-zа-я0-9!@#$%^&*()_+=;:,./?\\|`~\[\]{}]{8,20})$)re"),
                    Qt::CaseInsensitive, QRegExp::RegExp)

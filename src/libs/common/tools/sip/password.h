@@ -28,7 +28,7 @@ public:
      * Whether the password has 8 to 20 characters, each a Latin letter, a Cyrillic letter from
      * U+0430 to U+044F in either case, a digit or one of !@#$%^&*()_+=;:,./?\|`~[]{}.
      */
-    static bool IsGood(QString const& password);
+    static bool IsGood(const QString& password);
 };
 
 } // namespace tools::sip

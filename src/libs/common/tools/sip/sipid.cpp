@@ -193,7 +193,7 @@ QRegExp SipId::NumericSipRegExp()
     return IgnoringCase(QStringLiteral(R"re(^000([-()0-9*#,+\s]*))re"));
 }
 
-int SipId::Check(QString const& id)
+int SipId::Check(const QString& id)
 {
     if (id.isEmpty())
         return WrongFormat;
@@ -206,12 +206,12 @@ int SipId::Check(QString const& id)
     return CheckDomain(id);
 }
 
-bool SipId::IsValid(QString const& id)
+bool SipId::IsValid(const QString& id)
 {
     return Check(id) == OwnDomain;
 }
 
-int SipId::CheckDomain(QString const& id)
+int SipId::CheckDomain(const QString& id)
 {
     static const QRegExp hostSymbols = IgnoringCase(QStringLiteral("^[-a-z0-9.:]*"));
     const int at = id.indexOf(QLatin1Char('@'));
@@ -222,7 +222,7 @@ int SipId::CheckDomain(QString const& id)
     return QRegExp(hostSymbols).exactMatch(host) ? OtherDomain : ForbiddenSymbols;
 }
 
-bool SipId::ParseURIEx(QString const& text, QString& user, QString& host, QString& displayName,
+bool SipId::ParseURIEx(const QString& text, QString& user, QString& host, QString& displayName,
                        QString& postDial, QString& port)
 {
     const QString trimmed = text.trimmed(); // text may be one of the outputs
@@ -235,7 +235,7 @@ bool SipId::ParseURIEx(QString const& text, QString& user, QString& host, QStrin
     return false;
 }
 
-bool SipId::ParseURIEx(QString const& text, QString& user, QString& host, QString& displayName,
+bool SipId::ParseURIEx(const QString& text, QString& user, QString& host, QString& displayName,
                        QString& postDial)
 {
     QString port;
@@ -245,7 +245,7 @@ bool SipId::ParseURIEx(QString const& text, QString& user, QString& host, QStrin
     return parsed;
 }
 
-bool SipId::ParseURI(QString const& text, QString& user, QString& host, QString& displayName)
+bool SipId::ParseURI(const QString& text, QString& user, QString& host, QString& displayName)
 {
     QString postDial;
     return ParseURIEx(text, user, host, displayName, postDial);

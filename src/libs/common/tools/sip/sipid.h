@@ -76,14 +76,14 @@ public:
      * Judges an identifier of the service; the result is one of CheckResult. White space around it
      * counts. The service's own domain is a part of the grammar, not of the deployment.
      */
-    static int Check(QString const& id);
+    static int Check(const QString& id);
     /** Whether Check() gives OwnDomain. */
-    static bool IsValid(QString const& id);
+    static bool IsValid(const QString& id);
     /**
      * Tells why an identifier is not of the service's own domain: ForbiddenSymbols if what follows
      * the first "@" has characters that a host name cannot have, else OtherDomain.
      */
-    static int CheckDomain(QString const& id);
+    static int CheckDomain(const QString& id);
 
     /**
      * Splits an address: in angle brackets, user\@host, a Skype name, a telephone number or a bare
@@ -102,13 +102,13 @@ public:
      * @return whether the text is an address. If not, @p user is the whole text, trimmed, and the
      *         others are empty (but @p port is as it was).
      */
-    static bool ParseURIEx(QString const& text, QString& user, QString& host, QString& displayName,
+    static bool ParseURIEx(const QString& text, QString& user, QString& host, QString& displayName,
                            QString& postDial, QString& port);
     /** The same; a port stays with the host: "example.test:5060". */
-    static bool ParseURIEx(QString const& text, QString& user, QString& host, QString& displayName,
+    static bool ParseURIEx(const QString& text, QString& user, QString& host, QString& displayName,
                            QString& postDial);
     /** The same, without the post-dial digits. */
-    static bool ParseURI(QString const& text, QString& user, QString& host, QString& displayName);
+    static bool ParseURI(const QString& text, QString& user, QString& host, QString& displayName);
 };
 
 } // namespace tools::sip

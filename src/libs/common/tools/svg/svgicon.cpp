@@ -12,7 +12,7 @@ QList<QSize> IconSizes()
     return sizes;
 }
 
-QPixmap GetPixmap(QString const& svgPath, QSize const& size)
+QPixmap GetPixmap(const QString& svgPath, const QSize& size)
 {
     QPixmap pixmap(size);
     if (pixmap.isNull())
@@ -23,7 +23,7 @@ QPixmap GetPixmap(QString const& svgPath, QSize const& size)
     return pixmap;
 }
 
-void DrawWithOverlay(QPixmap& target, QPixmap const& base, QPixmap const& overlay, double opacity)
+void DrawWithOverlay(QPixmap& target, const QPixmap& base, const QPixmap& overlay, double opacity)
 {
     if (target.isNull())
         return;
@@ -36,7 +36,7 @@ void DrawWithOverlay(QPixmap& target, QPixmap const& base, QPixmap const& overla
     painter.drawPixmap(whole, overlay, overlay.rect());
 }
 
-QIcon SvgIcon::CreateFromSvg(QString const& svgPath)
+QIcon SvgIcon::CreateFromSvg(const QString& svgPath)
 {
     QIcon icon;
     const QList<QSize> sizes = IconSizes();
@@ -45,7 +45,7 @@ QIcon SvgIcon::CreateFromSvg(QString const& svgPath)
     return icon;
 }
 
-QList<QIcon> SvgIcon::CreateFromTwoSvgWithOverlay(QString const& baseSvg, QString const& overlaySvg,
+QList<QIcon> SvgIcon::CreateFromTwoSvgWithOverlay(const QString& baseSvg, const QString& overlaySvg,
                                                   int steps)
 {
     const QIcon base = CreateFromSvg(baseSvg);

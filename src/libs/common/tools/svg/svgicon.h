@@ -20,13 +20,13 @@ namespace tools::svg {
 QVCOMMON_EXPORT QList<QSize> IconSizes();
 
 /** The picture, stretched to exactly @p size, on a transparent ground. */
-QVCOMMON_EXPORT QPixmap GetPixmap(QString const& svgPath, QSize const& size);
+QVCOMMON_EXPORT QPixmap GetPixmap(const QString& svgPath, const QSize& size);
 
 /**
  * Paints @p base, and over it @p overlay with that opacity (0 to 1), both stretched to the whole of
  * @p target, whose former content goes.
  */
-QVCOMMON_EXPORT void DrawWithOverlay(QPixmap& target, QPixmap const& base, QPixmap const& overlay,
+QVCOMMON_EXPORT void DrawWithOverlay(QPixmap& target, const QPixmap& base, const QPixmap& overlay,
                                      double opacity);
 
 /**
@@ -42,14 +42,14 @@ public:
     SvgIcon() = delete;
 
     /** The picture in all sizes. */
-    static QIcon CreateFromSvg(QString const& svgPath);
+    static QIcon CreateFromSvg(const QString& svgPath);
 
     /**
      * A series in which the second picture comes up over the first one: icon k of @p steps (from 1)
      * has it at opacity k / steps. Empty if @p steps is 0 or less.
      */
-    static QList<QIcon> CreateFromTwoSvgWithOverlay(QString const& baseSvg,
-                                                    QString const& overlaySvg, int steps);
+    static QList<QIcon> CreateFromTwoSvgWithOverlay(const QString& baseSvg,
+                                                    const QString& overlaySvg, int steps);
 };
 
 } // namespace tools::svg
