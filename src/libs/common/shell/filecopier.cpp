@@ -106,8 +106,6 @@ bool FileCopier::Copy()
     Abort(true);
 
     auto* task = new FileCopyTask(files_, directories_, symlinks_);
-    // A deferred deletion is never carried out where no event loop runs any more.
-    connect(this, &QObject::destroyed, task, [task] { delete task; });
     relay_ = new JobRelay(task, this);
     task_ = task;
     task->Copy();

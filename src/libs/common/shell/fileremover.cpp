@@ -61,8 +61,6 @@ bool FileRemover::Remove()
     Abort(true);
 
     auto* task = new FileRemoveTask(files_, directories_);
-    // A deferred deletion is never carried out where no event loop runs any more.
-    connect(this, &QObject::destroyed, task, [task] { delete task; });
     relay_ = new JobRelay(task, this);
     task_ = task;
     task->Remove();

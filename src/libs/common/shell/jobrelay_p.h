@@ -15,7 +15,10 @@ class JobRelay : public QObject
     Q_OBJECT
 
 public:
-    /** Passes the worker's signals on to the front object, on the front object's thread. */
+    /**
+     * Passes the worker's signals on to the front object, on the front object's thread, and makes
+     * sure that the worker does not outlive that.
+     */
     template <typename Task, typename Front>
     JobRelay(Task* task, Front* front) : QObject(front)
     {
@@ -25,6 +28,8 @@ public:
         connect(this, &JobRelay::progress, front, &Front::progress);
         connect(this, &JobRelay::succesed, front, &Front::succesed);
         connect(this, &JobRelay::failed, front, &Front::failed);
+        // A deferred deletion is never carried out where no event loop runs any more.
+        connect(front, &QObject::destroyed, task, [task] { delete task; });
     }
 
     /** Nothing that is queued gets through any more. */

@@ -7,7 +7,9 @@ namespace tools::web {
 
 namespace {
 
+constexpr int otherLocale = 0;
 constexpr int primaryLocale = 1;
+constexpr int europeanLocale = 2;
 
 const QString primaryUrl =
     QStringLiteral("https://" QVCOMMON_PRIMARY_WEB_SERVICES_HOST "/integration/vesper");
@@ -24,7 +26,7 @@ int Web::GetLocale(const QString& sipUri)
     sip::SipId::ParseURI(sipUri, user, host, displayName);
     if (host.endsWith(QLatin1String(".ru")))
         return primaryLocale;
-    return host.endsWith(QLatin1String(".eu")) ? 2 : 0;
+    return host.endsWith(QLatin1String(".eu")) ? europeanLocale : otherLocale;
 }
 
 QString Web::GetUrl(const QString& sipUri, const QString& first, const QString& second)
