@@ -47,19 +47,11 @@ private:
 
     QString Path(const QString& name) const { return directory_.filePath(name); }
 
-    QByteArray ContentOf(const QString& name) const
-    {
-        QFile file(Path(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-    }
+    QByteArray ContentOf(const QString& name) const { return ::ContentOf(Path(name)); }
 
     QStringList Leftovers() const { return QDir(directory_.path()).entryList({"*.part"}); }
 
-    void Write(const QString& name, const QByteArray& bytes)
-    {
-        QFile file(Path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-    }
+    void Write(const QString& name, const QByteArray& bytes) { WriteFile(Path(name), bytes); }
 
     ScriptedServer server_;
     QTemporaryDir directory_;

@@ -5,6 +5,7 @@
 #include <common/tools/string/converter.h>
 
 #include "support/recordinglogger.h"
+#include "support/tree.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -65,10 +66,8 @@ private Q_SLOTS:
                             const QString& identity, const QStringList& failures) {
             QTest::newRow(name) << files << host << identity << failures;
         };
-        const auto openHdd = [](const char* name) {
-            return QString("HDD %1").arg(name);
-        };
-        const QString noCpu = "cpuinfo";
+        const QString noDisk = "GetHHDSerialNumber: Failed to open HDD device 'DIR/%1'.";
+        const QString noMachineId = "GetDBUSMachineID: Failed to open 'DIR/%1'!";
         const QString idHash = converter::ToMD5(QString("abc\n"));
         // One line for each key, "model" for two, and what only looks like a key.
         const QStringList described = {
@@ -85,14 +84,18 @@ private Q_SLOTS:
         row("serial of full length", {"sda=12345678901234567890", "cpuinfo=", "id1=abc\n"}, "",
             idHash + "12345678901234567890", {});
         row("second disk", {"sda=refused", "hda=S2", "cpuinfo=none\n", "id1=abc\n"}, "",
-            idHash + "S2", {"ioctl sda"});
+            idHash + "S2",
+            {"GetHHDSerialNumber: Failed to HDIO_GET_IDENTITY from device 'DIR/sda'."});
         row("disk without serial", {"sda=", "hda=", "cpuinfo=", "id1=abc\n"}, "h", idHash + "h",
             {});
         row("disks closed to us", {"cpuinfo=", "id1=abc\n"}, "h", idHash + "h",
-            {openHdd("sda"), openHdd("hda")});
-        row("second machine id", {"sda=S", "cpuinfo=", "id2=abc\n"}, "", idHash + "S", {"id1"});
+            {noDisk.arg("sda"), noDisk.arg("hda")});
+        row("second machine id", {"sda=S", "cpuinfo=", "id2=abc\n"}, "", idHash + "S",
+            {noMachineId.arg("id1")});
         row("empty machine id", {"sda=S", "cpuinfo=", "id1=", "id2=abc\n"}, "", idHash + "S", {});
-        row("no machine id, no processors", {"sda=S"}, "h", "Sh", {noCpu, "id1", "id2"});
+        row("no machine id, no processors", {"sda=S"}, "h", "Sh",
+            {"GetCPUInfoHash: Failed to open 'DIR/cpuinfo'!", noMachineId.arg("id1"),
+             noMachineId.arg("id2")});
     }
 
     void identity()
@@ -102,11 +105,7 @@ private Q_SLOTS:
         QFETCH(QString, identity);
         QFETCH(QStringList, failures);
         const QTemporaryDir directory;
-        for (const QString& entry : files) {
-            QFile file(directory.filePath(entry.section('=', 0, 0)));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(entry.section('=', 1).toUtf8());
-        }
+        MakeTree(directory.path(), files);
         Machine machine(directory);
         machine.hostName = host;
 
@@ -120,22 +119,9 @@ private Q_SLOTS:
         }
         QVERIFY(debug[4].endsWith(": ID=" + identity));
         QCOMPARE(log.Files(), QStringList("src/libs/common/shell/linux/devinfo"));
-
-        QStringList expected;
-        for (const QString& failure : failures) {
-            const QString path = directory.filePath(failure.section(' ', -1));
-            if (failure.startsWith("HDD"))
-                expected << "GetHHDSerialNumber: Failed to open HDD device '" + path + "'.";
-            else if (failure.startsWith("ioctl"))
-                expected << "GetHHDSerialNumber: Failed to HDIO_GET_IDENTITY from device '" + path +
-                                "'.";
-            else if (failure == "cpuinfo")
-                expected << "GetCPUInfoHash: Failed to open '" + path + "'!";
-            else
-                expected << "GetDBUSMachineID: Failed to open '" + path + "'!";
-        }
+        failures.replaceInStrings("DIR", directory.path());
         QCOMPARE(log.Lines("3 common.devinfo ").replaceInStrings("3 common.devinfo ", ""),
-                 expected);
+                 failures);
     }
 
     void withoutAnySourceRandom()

@@ -59,11 +59,10 @@ Reply Chunked(const QByteArray& body)
     return reply;
 }
 
-Reply Cut(const QByteArray& body, qint64 after, bool chunked)
+Reply Cut(const QByteArray& body, qint64 after)
 {
     Reply reply = Reply::Ok(body);
     reply.cutAfter = after;
-    reply.chunked = chunked;
     return reply;
 }
 

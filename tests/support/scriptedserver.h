@@ -35,5 +35,5 @@ loopback::Reply Gzip(const QByteArray& encodedBody, const QByteArray& coding = "
 loopback::Reply Drip(const QByteArray& body, int pieceSize, int pause);
 loopback::Reply Chunked(const QByteArray& body);
 /** Ends the connection after so many bytes of the body. */
-loopback::Reply Cut(const QByteArray& body, qint64 after, bool chunked = false);
+loopback::Reply Cut(const QByteArray& body, qint64 after);
 loopback::Reply WrongLength(const QByteArray& body, qint64 length);

@@ -28,9 +28,7 @@ void MakeEntry(const fs::path& root, const QString& line)
     } else if (target >= 0) {
         fs::create_symlink(line.mid(target + 2).toStdString(), path);
     } else {
-        QFile file(QString::fromStdString(path.string()));
-        if (!file.open(QIODevice::WriteOnly) || file.write(line.mid(content + 1).toUtf8()) < 0)
-            qFatal("cannot write %s", path.c_str());
+        WriteFile(QString::fromStdString(path.string()), line.mid(content + 1).toUtf8());
         const QString mode = line.left(content).section(QLatin1Char(':'), 1);
         fs::permissions(path, mode.isEmpty() ? usualMode : fs::perms(mode.toInt(nullptr, 8)));
     }
@@ -45,16 +43,27 @@ QString Describe(const fs::directory_entry& entry, const QString& name)
         return name + QLatin1Char('/');
     if (entry.is_fifo())
         return name + QLatin1Char('|');
-    QFile file(QString::fromStdString(entry.path().string()));
-    const bool opened = file.open(QIODevice::ReadOnly);
     const auto mode = entry.status().permissions();
     const QString shownMode =
         mode == usualMode ? QString() : QLatin1Char(':') + QString::number(int(mode), 8);
     return name + shownMode + QLatin1Char('=') +
-           (opened ? QString::fromUtf8(file.readAll()) : QStringLiteral("unreadable"));
+           QString::fromUtf8(ContentOf(QString::fromStdString(entry.path().string())));
 }
 
 } // namespace
+
+QByteArray ContentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+}
+
+void WriteFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("cannot write %s", qPrintable(path));
+}
 
 void MakeTree(const QString& root, const QStringList& lines)
 {

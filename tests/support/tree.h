@@ -1,6 +1,13 @@
 #pragma once
 
+#include <QByteArray>
 #include <QStringList>
+
+/** What is in the file, or "unreadable". */
+QByteArray ContentOf(const QString& path);
+
+/** Makes the file, or makes it anew; fatal if it fails. */
+void WriteFile(const QString& path, const QByteArray& content);
 
 /**
  * Makes files, links and directories below the root, one for each line:

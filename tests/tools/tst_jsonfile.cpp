@@ -2,6 +2,7 @@
 
 #include "support/process.h"
 #include "support/recordinglogger.h"
+#include "support/tree.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -12,18 +13,6 @@ using tools::JsonFile;
 namespace {
 
 const QJsonObject settings{{"name", "Zoë"}, {"lines", QJsonArray{1, 2.5, true, QJsonValue::Null}}};
-
-QByteArray ContentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-}
-
-void Write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-}
 
 } // namespace
 
@@ -97,7 +86,7 @@ private Q_SLOTS:
     void contentThatIsNoJson()
     {
         QFETCH(QByteArray, content);
-        Write(Path("f"), content);
+        WriteFile(Path("f"), content);
         for (const char* key : {"", "key", "a key of more than thirty-two bytes"}) {
             JsonFile file(Path("f"), settings, key);
             QVERIFY(file.Load());
@@ -108,7 +97,7 @@ private Q_SLOTS:
     void failures()
     {
         RecordingLogger log;
-        Write(Path("file"), "kept");
+        WriteFile(Path("file"), "kept");
         const QString below = Path("file/below/f");
         const QString longKey(33, 'k');
         const QStringList notLoaded = {"", Path("missing"), directory_->path()};
