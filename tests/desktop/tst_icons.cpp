@@ -13,6 +13,9 @@ class TestIcons : public QObject
 {
     Q_OBJECT
 
+public:
+    static void initMain() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
+
 private:
     QTemporaryDir directory_;
 

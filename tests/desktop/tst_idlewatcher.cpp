@@ -29,6 +29,9 @@ class TestIdleWatcher : public QObject
 {
     Q_OBJECT
 
+public:
+    static void initMain() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
+
 private:
     static void Start(QProcess& client, const QString& display, const QStringList& arguments)
     {

@@ -9,6 +9,9 @@ class TestValidator : public QObject
 {
     Q_OBJECT
 
+public:
+    static void initMain() { qputenv("QT_QPA_PLATFORM", "offscreen"); }
+
 private Q_SLOTS:
     void fixup_data()
     {

@@ -71,6 +71,7 @@ private Q_SLOTS:
         directory_.reset(new QTemporaryDir); // is private
         qputenv("XDG_RUNTIME_DIR", directory_->path().toUtf8());
         qputenv("DISPLAY", ":7");
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     }
 
     void locks()
@@ -247,8 +248,8 @@ private Q_SLOTS:
 
     void removedLockFileMakesNoSecondServer()
     {
-        const Instance server;
-        QTRY_VERIFY(!Socket().isEmpty());
+        Instance server;
+        QCOMPARE(server.Line(), QByteArray("server")); // it listens, and not only has its socket
         const QStringList locks = QDir(directory_->path()).entryList({"*-lock"});
         QCOMPARE(locks.size(), 1);
         QVERIFY(QFile::remove(directory_->filePath(locks[0])));
