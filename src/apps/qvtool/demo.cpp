@@ -34,6 +34,28 @@ QByteArray RandomFile()
     return file;
 }
 
+QByteArray Slice(const QByteArray& content, int number)
+{
+    constexpr int size = 1000;
+    return content.mid(number * size, size);
+}
+
+// Files with a slice of the content each, and a link to number 7.
+bool MakeTree(const QDir& root, const QByteArray& content)
+{
+    constexpr int fileCount = 200;
+    if (!root.mkpath(QStringLiteral("files")))
+        return false;
+    for (int i = 0; i < fileCount; ++i) {
+        const QByteArray slice = Slice(content, i);
+        QFile file(root.filePath(QStringLiteral("files/%1").arg(i)));
+        if (!file.open(QIODevice::WriteOnly) || file.write(slice) != slice.size())
+            return false;
+    }
+    return QFile::link(root.filePath(QStringLiteral("files/7")),
+                       root.filePath(QStringLiteral("seven")));
+}
+
 } // namespace
 
 Demo::Demo(ToolLogger& log)
@@ -147,18 +169,9 @@ bool Demo::AwaitJob(Front& front, bool (Front::*start)())
 
 bool Demo::CopyAndRemove()
 {
-    constexpr int fileCount = 200;
     const QDir source(directory_->filePath(QStringLiteral("tree")));
     const QDir copy(directory_->filePath(QStringLiteral("copy")));
-    if (!source.mkpath(QStringLiteral("files")))
-        return false;
-    for (int i = 0; i < fileCount; ++i) {
-        QFile file(source.filePath(QStringLiteral("files/%1").arg(i)));
-        if (!file.open(QIODevice::WriteOnly) || file.write(file_.mid(i * 1000, 1000)) != 1000)
-            return false;
-    }
-    if (!QFile::link(source.filePath(QStringLiteral("files/7")),
-                     source.filePath(QStringLiteral("seven"))))
+    if (!MakeTree(source, file_))
         return false;
 
     common::FileCopier copier;
@@ -167,7 +180,7 @@ bool Demo::CopyAndRemove()
         return false;
     QFile linked(copy.filePath(QStringLiteral("seven")));
     const bool intact = QFileInfo(linked).isSymLink() && linked.open(QIODevice::ReadOnly) &&
-                        linked.readAll() == file_.mid(7000, 1000);
+                        linked.readAll() == Slice(file_, 7);
     Say(QStringLiteral("the absolute link leads into the copy now: %1")
             .arg(QFileInfo(linked).symLinkTarget() == copy.filePath(QStringLiteral("files/7"))
                      ? QStringLiteral("yes")
