@@ -7,6 +7,7 @@
 #include <log4cpp/Appender.hh>
 #include <log4cpp/Category.hh>
 #include <log4cpp/LayoutAppender.hh>
+#include <log4cpp/PatternLayout.hh>
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -14,6 +15,7 @@
 #include <QtTest>
 
 #include <limits>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -192,6 +194,59 @@ private Q_SLOTS:
         Append(IMessage::WARN, "text");
         QCOMPARE(Lines().size(), 1);
         QVERIFY2(QRegularExpression(line).match(Lines()[0]).hasMatch(), qPrintable(Lines()[0]));
+    }
+
+    void linesAreThoseOfLog4cpp_data()
+    {
+        QTest::addColumn<QString>("pattern");
+        for (const char* pattern : {"%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n",
+                                    "%d{%H:%M:%S}%m",
+                                    "%d{%l}",
+                                    "%d{a%l%S%l%%}",
+                                    "%d{%A %d %B %c}|%d{%s.%l}",
+                                    "%d",
+                                    "%d{}",
+                                    "%d{ISO8601}|%d{ABSOLUTE}",
+                                    "%d{DATE} %m",
+                                    "%-30c|%030m|%-030m|%1m",
+                                    "%10.5c|%.3m",
+                                    "%c{1}",
+                                    "%%%m%%",
+                                    "%%{x}%m",
+                                    "%m{x}%n{y}",
+                                    "%20n",
+                                    "%x%m",
+                                    "%R %m",
+                                    "plain",
+                                    "%20d{%H:%M}|",
+                                    "%-12p%-25t"})
+            QTest::newRow(pattern) << pattern;
+    }
+
+    // The library's layout against log4cpp's, at moments in which dates change, and in two zones.
+    void linesAreThoseOfLog4cpp()
+    {
+        QFETCH(QString, pattern);
+        log4cpp::PatternLayout plain;
+        plain.setConversionPattern(pattern.toStdString());
+        const std::unique_ptr<log4cpp::Layout> layout(
+            l4cpp::Logger::Instance()->getLayout(patternFormat, pattern));
+        QVERIFY(layout);
+        for (const char* zone : {"Asia/Kathmandu", "Europe/Berlin"}) {
+            qputenv("TZ", zone);
+            tzset(); // log4cpp itself would not notice
+            for (const unsigned second :
+                 {0u, 1u, 1761440399u, 1761440400u, 1795391999u, 1795392000u}) {
+                for (const unsigned microsecond : {0u, 7000u, 999999u}) {
+                    log4cpp::LoggingEvent event("a.category", "text \u00e9 %d", "ndc", 400);
+                    event.timeStamp = log4cpp::TimeStamp(second, microsecond);
+                    QCOMPARE(QString::fromStdString(layout->format(event)),
+                             QString::fromStdString(plain.format(event)));
+                }
+            }
+        }
+        qunsetenv("TZ");
+        tzset();
     }
 
     void levels()

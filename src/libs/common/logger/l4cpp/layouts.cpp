@@ -1,10 +1,11 @@
 #include "common/logger/l4cpp/layouts_p.h"
 
+#include "common/logger/l4cpp/patternlayout_p.h"
+
 #include <QRegularExpression>
 #include <QString>
 
 #include <log4cpp/BasicLayout.hh>
-#include <log4cpp/PatternLayout.hh>
 #include <log4cpp/SimpleLayout.hh>
 
 #include <ctime>
@@ -45,7 +46,7 @@ log4cpp::Layout* MakePatternLayout(const QString& pattern)
 {
     if (!FitsDateBuffer(pattern))
         return nullptr;
-    auto layout = std::make_unique<log4cpp::PatternLayout>();
+    auto layout = std::make_unique<PatternLayout>();
     try {
         layout->setConversionPattern(pattern.isEmpty() ? defaultPattern : pattern.toStdString());
     } catch (const log4cpp::ConfigureFailure&) {
