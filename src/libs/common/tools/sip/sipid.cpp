@@ -1,6 +1,6 @@
 #include "common/tools/sip/sipid.h"
 
-#include <QStringList>
+#include "common/tools/sip/addressform_p.h"
 
 namespace tools::sip {
 
@@ -11,92 +11,15 @@ QRegExp IgnoringCase(const QString& pattern)
     return QRegExp(pattern, Qt::CaseInsensitive, QRegExp::RegExp);
 }
 
-// What an address was split into, in the order of ParseURIEx().
-struct Address
+QString WithoutSpace(QStringView text)
 {
-    QString& user;
-    QString& host;
-    QString& displayName;
-    QString& postDial;
-    QString& port;
-};
-
-QString WithoutSpace(QString text)
-{
-    static const QRegExp space(QStringLiteral("\\s"));
-    return text.remove(QRegExp(space));
-}
-
-void TakeURI(const QStringList& groups, Address& address)
-{
-    address.displayName = groups.at(2);
-    address.user = groups.at(4);
-    address.host = groups.at(7);
-    address.port = groups.at(10);
-}
-
-void TakeID(const QStringList& groups, Address& address)
-{
-    address.user = groups.at(2);
-    address.host = groups.at(5);
-    address.port = groups.at(8);
-    address.postDial = WithoutSpace(groups.at(9));
-}
-
-void TakeSkypeURI(const QStringList& groups, Address& address)
-{
-    address.user = groups.at(2);
-    address.host = QStringLiteral("skype.com");
-}
-
-void TakeSkypeID(const QStringList& groups, Address& address)
-{
-    address.user = groups.at(1);
-    address.host = QStringLiteral("skype.com");
-}
-
-void TakePhoneNumber(const QStringList& groups, Address& address)
-{
-    address.user = groups.at(1);
-    address.postDial = WithoutSpace(groups.at(2));
-}
-
-void TakeSIPUser(const QStringList& groups, Address& address)
-{
-    address.user = groups.at(1);
-}
-
-struct Form
-{
-    QRegExp (*pattern)();
-    int requiredTexts;
-    void (*take)(const QStringList& groups, Address& address);
-};
-
-// The first form that matches decides. SkypeIDRegExp() has fewer texts than are required of it, so
-// "name@skype" is no address; clients rely on that.
-constexpr Form forms[] = {
-    {SipId::URIRegExp, 13, TakeURI},
-    {SipId::IDRegExp, 10, TakeID},
-    {SipId::SkypeURIRegExp, 4, TakeSkypeURI},
-    {SipId::SkypeIDRegExp, 4, TakeSkypeID},
-    {SipId::PhoneNumberRegExp, 3, TakePhoneNumber},
-    {SipId::SIPUserRegExp, 3, TakeSIPUser},
-};
-
-bool Split(const QString& text, Address& address)
-{
-    for (const Form& form : forms) {
-        const QRegExp pattern = form.pattern();
-        if (!pattern.exactMatch(text))
-            continue;
-        const QStringList groups = pattern.capturedTexts();
-        if (groups.size() < form.requiredTexts)
-            return false;
-        form.take(groups, address);
-        return true;
+    QString kept;
+    kept.reserve(int(text.size()));
+    for (const QChar c : text) {
+        if (!c.isSpace())
+            kept += c;
     }
-    return false;
+    return kept;
 }
 
 } // namespace
@@ -228,11 +151,25 @@ bool SipId::ParseURIEx(const QString& text, QString& user, QString& host, QStrin
     const QString trimmed = text.trimmed(); // text may be one of the outputs
     for (QString* output : {&user, &host, &displayName, &postDial})
         output->clear();
-    Address address{user, host, displayName, postDial, port};
-    if (Split(trimmed, address))
-        return true;
-    user = trimmed;
-    return false;
+
+    // The first form that matches decides. "name@skype" is no address, though SkypeIDRegExp()
+    // matches it: clients rely on that.
+    AddressParts parts;
+    if (MatchURI(trimmed, parts) || MatchID(trimmed, parts)) {
+        host = parts.host.toString();
+        displayName = parts.displayName.toString();
+        port = parts.port.toString();
+    } else if (MatchSkypeURI(trimmed, parts)) {
+        host = QStringLiteral("skype.com");
+    } else if (MatchSkypeID(trimmed) ||
+               !(MatchPhoneNumber(trimmed, parts) || MatchSIPUser(trimmed, parts))) {
+        user = trimmed;
+        return false;
+    }
+    user = parts.user.toString();
+    if (!parts.postDial.isNull())
+        postDial = WithoutSpace(parts.postDial);
+    return true;
 }
 
 bool SipId::ParseURIEx(const QString& text, QString& user, QString& host, QString& displayName,
