@@ -6,7 +6,10 @@
 
 namespace {
 
-constexpr int casesPerGenerator = 60000;
+// A million and more with QVCOMMON_TEST_CASES=260000.
+const int casesPerGenerator = qEnvironmentVariableIsSet("QVCOMMON_TEST_CASES")
+                                  ? qEnvironmentVariableIntValue("QVCOMMON_TEST_CASES")
+                                  : 60000;
 constexpr int longCases = 60;
 
 using Random = QRandomGenerator;
@@ -48,14 +51,16 @@ QString FromGrammar(Random& random)
                                "192.0.2.4",
                                QString(random.bounded(60, 68), 'l') + ".eu"};
     const QStringList ports = {":5060", ":0", ":99999", ":100000", ":"};
-    const QStringList names = {"\"Jane Roe\" ", "\"\" ", "\"a\" \"b\"\t", "\"no space\"", "Bob "};
+    const QStringList names = {"\"Jane Roe\" ", "\"\" ", "\"a\" \"b\"\t",
+                               "\"no space\"",  "Bob ",  "\"a\" <b@c.de;\" "};
     const QStringList schemes = {"sip:", "SIP: ", "sips:", "skype:", "Skype:\t", "tel:"};
     const QStringList tails = {",", ",,", ",1", ",12", ",,1 2#,", ", f\t", ",g1"};
     const QString address = maybe(40, OneOf(random, schemes)) + OneOf(random, users) +
                             maybe(70, "@" + OneOf(random, hosts) + maybe(30, OneOf(random, ports)));
     if (random.bounded(3) == 0)
         return maybe(60, OneOf(random, names)) + "<" + address +
-               maybe(40, ";" + Characters(random, symbols, 6)) + maybe(95, ">");
+               maybe(40, ";" + Characters(random, symbols, 6)) + maybe(20, ";\" <sip:d@e.fg") +
+               maybe(95, ">");
     return maybe(10, " ") + address + maybe(40, OneOf(random, tails)) + maybe(10, "\n");
 }
 
