@@ -21,11 +21,12 @@ target_compile_definitions(qvcommon_build_options INTERFACE
 
 # What a release is hardened with: checked copies, guarded stacks, nothing that can be rewritten once
 # it is linked.
+set(optimised "$<CONFIG:Release,RelWithDebInfo,MinSizeRel>")
 target_compile_options(qvcommon_build_options INTERFACE
-    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>
-    $<$<CONFIG:Release>:-fstack-protector-strong>)
+    $<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=2>
+    $<${optimised}:-fstack-protector-strong>)
 target_link_options(qvcommon_build_options INTERFACE
-    $<$<CONFIG:Release>:LINKER:-z,relro,-z,now,-z,noexecstack>)
+    $<${optimised}:LINKER:-z,relro,-z,now,-z,noexecstack>)
 
 if(QVCOMMON_SANITIZE)
     target_compile_options(qvcommon_build_options INTERFACE
@@ -34,6 +35,9 @@ if(QVCOMMON_SANITIZE)
 endif()
 
 if(PROJECT_IS_TOP_LEVEL)
+    if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+        set(CMAKE_BUILD_TYPE Release CACHE STRING "Kind of build" FORCE)
+    endif()
     find_program(CCACHE_PROGRAM ccache)
     mark_as_advanced(CCACHE_PROGRAM)
     if(CCACHE_PROGRAM AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)

@@ -27,6 +27,12 @@ export(EXPORT qvcommonTargets NAMESPACE qvcommon::)
 file(RELATIVE_PATH pc_prefix
     "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
+foreach(dir LIBDIR INCLUDEDIR)
+    set(pc_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
+    if(IS_ABSOLUTE "${CMAKE_INSTALL_${dir}}")
+        set(pc_${dir} "${CMAKE_INSTALL_${dir}}")
+    endif()
+endforeach()
 configure_file(cmake/qvcommon.pc.in qvcommon.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/qvcommon.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)

@@ -46,6 +46,12 @@ if(GZIP_PROGRAM)
         "trees, takes apart SIP addresses and telephone numbers, and more.")
 endif()
 
+install(DIRECTORY docs/
+    DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/libqvcommon-dev/docs" COMPONENT development
+    EXCLUDE_FROM_ALL FILES_MATCHING PATTERN "*.md" PATTERN mainpage.md EXCLUDE PATTERN images EXCLUDE)
+install(FILES README.md SECURITY.md CHANGELOG.md
+    DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/libqvcommon-dev" COMPONENT development
+    EXCLUDE_FROM_ALL)
 install(DIRECTORY examples/download examples/guide
     DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/libqvcommon-dev/examples" COMPONENT development
     EXCLUDE_FROM_ALL PATTERN CMakeLists.txt EXCLUDE)

@@ -17,7 +17,7 @@ class Client : public QMainWindow
     Q_OBJECT
 
 public Q_SLOTS:
-    void Install();
+    void UseDownload();
     void ShowStatus(const QString& status);
     void ShowError(int code, const QString& text);
     void ShowProblem(const QString& text);
@@ -26,16 +26,17 @@ public Q_SLOTS:
     void CacheIsClear();
     void RefreshDayTitles();
     void Dial(const QString& address);
+    void OfferToDial(const QString& address);
 
 public:
-    void LogToFile();
+    void LogToFile(const QString& config, const QString& logs);
     void LogToScreen();
     void LogElsewhere();
     void AskStatus();
     void SendForm();
     void SendJson(const QJsonObject& object);
     void SendFile(const QString& path);
-    void Download();
+    void Download(const QString& cache);
     void CopyProfile(const QString& profile, const QString& home);
     void ClearCache(const QString& cache);
     void RemoveSmallTree(const QString& cache);

@@ -6,7 +6,6 @@
 #include <common/shell/fileremover.h>
 #include <common/shell/shell.h>
 
-#include <QDir>
 #include <QFile>
 
 void Client::CopyProfile(const QString& profile, const QString& home)
@@ -61,7 +60,5 @@ void Client::UseShell(const QString& file)
 {
     //! [shell]
     common::Shell::ShowFile(file); // in the file manager
-    const QString scratch = common::Shell::TempPath();
-    QDir().mkpath(scratch);
     //! [shell]
 }

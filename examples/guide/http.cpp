@@ -54,17 +54,17 @@ void Client::SendFile(const QString& path)
     //! [multipart]
 }
 
-void Client::Download()
+void Client::Download(const QString& cache)
 {
     //! [download]
     using common::http::IFileDownload;
     IFileDownload* download = common::http::CreateFileDownload(&manager, this);
-    download->SetUrl(QUrl("https://service.test/client.deb"));
-    download->SetFileName("/tmp/client.deb");
+    download->SetUrl(QUrl("https://service.test/sounds.zip"));
+    download->SetFileName(cache + "/sounds.zip.part"); // renamed once it is complete
     download->SetExpectedSize(48213004);
     download->SetExpectedMD5("9e107d9d372bb6826bd81d3542a419d6");
     download->SetRetryCount(3);
-    connect(download, &IFileDownload::complete, this, &Client::Install);
+    connect(download, &IFileDownload::complete, this, &Client::UseDownload);
     connect(download, &IFileDownload::failed, this, &Client::ShowError);
     download->Start();
     //! [download]

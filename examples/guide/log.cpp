@@ -16,14 +16,14 @@ void Client::Dial(const QString& address)
 }
 //! [statement]
 
-void Client::LogToFile()
+void Client::LogToFile(const QString& config, const QString& logs)
 {
     //! [file]
     using namespace common::logger;
     ILogger* log = GetLog4cpp();
     SetLogger(log); // before anything logs
-    log->Configure(IMessage::INFO, 0x8, 0x101, QString(), "qt", "client-log.properties",
-                   "/var/log/client.log", 10'000'000, 5);
+    log->Configure(IMessage::INFO, 0x8, 0x101, QString(), "qt", config + "/log.properties",
+                   logs + "/client.log", 10'000'000, 5);
     //! [file]
 }
 

@@ -20,7 +20,9 @@ int main(int argc, char* argv[])
         return application.sendMessage(argc > 1 ? argv[1] : "") ? 0 : 1;
     Client window;
     application.setActivationWindow(&window);
-    QObject::connect(&application, &QtSingleApplication::messageReceived, &window, &Client::Dial);
+    // Any program may send a number: ask before it is dialled.
+    QObject::connect(&application, &QtSingleApplication::messageReceived, &window,
+                     &Client::OfferToDial);
     window.show();
     return application.exec();
 }

@@ -139,6 +139,7 @@ private Q_SLOTS:
         QTest::newRow("empty") << "" << 10 << QList<int>();
         QTest::newRow("ascii") << ascii << 10 << QList<int>({10, 10, 5});
         QTest::newRow("odd limit") << ascii << 5 << QList<int>({6, 6, 6, 6, 1});
+        QTest::newRow("larger odd limit") << ascii << 9 << QList<int>({12, 12, 1});
         QTest::newRow("one other slice") << mixed << 10 << QList<int>({5, 5, 10, 5});
         QTest::newRow("torn pair counts as ascii") << torn << 10 << QList<int>({10});
         QTest::newRow("whole pair") << torn << 4 << QList<int>({4, 2, 4});

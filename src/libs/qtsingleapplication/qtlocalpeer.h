@@ -18,7 +18,8 @@ class QtLockedFile;
  * They find each other by the application's id, the user and the desktop session (DISPLAY, or else
  * WAYLAND_DISPLAY, or else XDG_SESSION_ID): the socket and the lock lie in XDG_RUNTIME_DIR, or in a
  * directory in /tmp that is closed to other users. (An option such as -display is not seen.) A
- * server that crashed is succeeded by the next instance that asks. Peers of other users are refused.
+ * server that crashed is succeeded by the next instance that asks. Peers of other users are
+ * refused.
  *
  * For one thread, with an event loop in the server.
  */
@@ -35,8 +36,8 @@ public:
     ~QtLocalPeer() override;
 
     /**
-     * Whether another instance is the server. If none is, this one becomes the server. Should the
-     * lock be impossible to make, each instance takes itself for the first.
+     * Whether another instance is the server; may block for a second. If none is, this one becomes
+     * the server. Should the lock be impossible to make, each instance takes itself for the first.
      */
     bool isClient();
 
@@ -55,7 +56,7 @@ public:
     QString applicationId() const;
 
 Q_SIGNALS:
-    /** A client has sent a text to this server. */
+    /** A client has sent a text to this server. Any program of the user may be that client. */
     void messageReceived(const QString& message);
 
 private:

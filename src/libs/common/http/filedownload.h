@@ -20,19 +20,20 @@ namespace common::http {
  * @code
  * using common::http::IFileDownload;
  * IFileDownload* download = common::http::CreateFileDownload(&manager, this);
- * download->SetUrl(QUrl("https://service.test/client.deb"));
- * download->SetFileName("/tmp/client.deb");
+ * download->SetUrl(QUrl("https://service.test/sounds.zip"));
+ * download->SetFileName(cache + "/sounds.zip.part"); // renamed once it is complete
  * download->SetExpectedSize(48213004);
  * download->SetExpectedMD5("9e107d9d372bb6826bd81d3542a419d6");
  * download->SetRetryCount(3);
- * connect(download, &IFileDownload::complete, this, &Client::Install);
+ * connect(download, &IFileDownload::complete, this, &Client::UseDownload);
  * connect(download, &IFileDownload::failed, this, &Client::ShowError);
  * download->Start();
  * @endcode
  *
  * A Start() that returned true ends with exactly one of complete() and failed(), unless Abort() is
- * called or the manager goes: then it ends in silence. A try that failed on the network or in the
- * verification is followed by the next 5 seconds later, from the beginning. Memory stays bounded whatever the size of the file.
+ * called or the manager goes: then it ends in silence. A try that failed on the network, by an HTTP
+ * error or in the verification is followed by the next 5 seconds later, from the beginning. Memory
+ * stays bounded whatever the size of the file.
  *
  * The download lives on the thread of its QNetworkAccessManager, which must outlive it. The
  * verification reads the whole file on that thread, at about the pace of md5sum: expect a pause of

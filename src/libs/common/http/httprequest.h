@@ -60,6 +60,8 @@ class IHttpRequestMultiPartData;
  * @warning The peer's TLS certificate is never verified, whatever IgnoreSSLErrors() says: the
  * connection is encrypted, but the server is not authenticated.
  *
+ * @warning URLs go into the log and into error texts as they are, a password or token in them, too.
+ *
  * @warning A connection that breaks in the middle of a body may count as success with the part
  * that arrived: timing decides, in Qt's network layer. Check the length or a digest where that
  * matters; IFileDownload does.
@@ -81,9 +83,10 @@ public:
     using QObject::QObject;
     ~IHttpRequest() override;
 
-    // Settings: none of them affects a transfer under way, only later sends.
+    // Settings: they hold for later sends. Only the number of attempts and whether TLS errors are
+    // ignored count for a transfer that is under way, too.
 
-    /** Where to send to. The map of a GET is appended behind a "?", also if there is one already. */
+    /** Where to send to. The map of a GET goes behind a "?", also if there is one already. */
     virtual void SetUrl(const QUrl& url) = 0;
     /** The URL as it was given, empty at first. */
     virtual QUrl GetUrl() const = 0;

@@ -5,6 +5,10 @@
 #include <QString>
 #include <QTextStream>
 
+#if defined(DEBUG) || defined(ERROR)
+#error "Undefine the macros DEBUG and ERROR: they are names of priorities here."
+#endif
+
 namespace common::logger {
 
 class ILogger;

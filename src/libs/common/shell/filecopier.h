@@ -35,15 +35,16 @@ class JobRelay;
  * A job first scans its trees, then copies item by item: the files that were added, the files
  * found, the links that were added, the links found. An item that exists at the destination is
  * replaced, each operation is tried five times (see FileCommands), and the first item that fails
- * ends the job; what was copied until then stays. Every job ends with exactly one of succesed()
+ * ends the job; what was copied until then stays. Every job that is not
+ * replaced or deleted ends with exactly one of succesed()
  * and failed(), delivered through the event loop of the copier's thread.
  *
  * What is copied:
  * - Links are copied as links and become relative, so that a copied tree is self-contained.
  * - Hidden entries, empty directories, names that are not valid UTF-8, and what lies in a directory
  *   that cannot be read or whose path is too long are left out, without an error.
- * - Anything but a regular file that can be read (a FIFO, a socket, a device, a directory added as a
- *   file) is never opened: it fails with 700107. So does a link whose target is not valid UTF-8.
+ * - Anything but a regular file that can be read (a FIFO, a socket, a device, a directory added as
+ *   a file) is never opened: it fails with 700107. So does a link whose target is not valid UTF-8.
  * - A file or link is never copied onto itself or onto anything that it leads to or through: it
  *   fails with 700107, and nothing is removed.
  * - An existing directory is not replaced by a file: it fails with 700106.

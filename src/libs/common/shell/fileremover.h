@@ -32,8 +32,8 @@ class JobRelay;
  * A job first scans its trees, then removes entry by entry: all files and links, then all
  * directories, children before parents. Each operation is tried five times (see FileCommands), and
  * the first entry that fails ends the job; what was removed until then stays removed. Every job
- * ends with exactly one of succesed() and failed(), delivered through the event loop of the
- * remover's thread.
+ * that is not replaced or deleted ends with exactly one of succesed() and failed(), delivered
+ * through the event loop of the remover's thread.
  *
  * - What does not exist counts as removed; an empty path names nothing.
  * - Links are removed as links and never followed; a tree that is itself a link of any kind, too.

@@ -12,8 +12,6 @@ namespace common {
  *
  * @code
  * common::Shell::ShowFile(file); // in the file manager
- * const QString scratch = common::Shell::TempPath();
- * QDir().mkpath(scratch);
  * @endcode
  *
  * Failures are results, and are logged. The operations at the end have no counterpart on Linux:
@@ -57,13 +55,18 @@ public:
      */
     static QStringList ScanFiles(const QString& dir, const QStringList& nameFilters);
 
-    /** A path for a new temporary directory, another one at each call. Nothing is created. */
+    /**
+     * A path for a new temporary directory, another one at each call. Nothing is created.
+     *
+     * @warning Others can guess it, and make something there first: QTemporaryDir is safer where
+     * the directory for temporary files is shared.
+     */
     static QString TempPath();
 
     /** The language of the user interface, as in "en-GB" or "de_DE". */
     static QString LocaleName();
 
-    /** Where the user's applications are. */
+    /** Where the desktop entries of the user's applications are. */
     static QString AppPath();
 
     /**
@@ -84,7 +87,7 @@ public:
      * Opens the desktop's file manager on a file, with the file selected where the file manager can
      * do that.
      *
-     * Blocks for as long as "xdg-mime" takes to tell the file manager, at most two seconds.
+     * Blocks for as long as "xdg-mime" takes to tell the file manager, at most about two seconds.
      *
      * @return whether a program was started
      */

@@ -25,7 +25,8 @@ public:
  * Asks the X server's screen-saver extension, over the connection of the QGuiApplication.
  *
  * Each question is a round trip to the server that blocks. Without an X server (on Wayland, say),
- * without the extension, or when the connection is broken, the answer is 0, and that is logged once.
+ * without the extension, or when the connection is broken, the answer is 0, and that is logged
+ * once.
  */
 class QVCOMMON_EXPORT XcbIdleBackend : public IIdleBackend
 {

@@ -28,8 +28,8 @@ namespace common::logger::l4cpp {
  * using namespace common::logger;
  * ILogger* log = GetLog4cpp();
  * SetLogger(log); // before anything logs
- * log->Configure(IMessage::INFO, 0x8, 0x101, QString(), "qt", "client-log.properties",
- *                "/var/log/client.log", 10'000'000, 5);
+ * log->Configure(IMessage::INFO, 0x8, 0x101, QString(), "qt",
+ *                config + "/log.properties", logs + "/client.log", 10'000'000, 5);
  * @endcode
  *
  * A message's category becomes the log4cpp category of the same name, its priority p the log4cpp
@@ -42,6 +42,9 @@ namespace common::logger::l4cpp {
  * which writes nothing unless it was given a level. Append() may run on several threads at once,
  * also while the process exits: log4cpp serialises the output, and each line is written whole.
  * Everything else is set-up, meant for program start.
+ *
+ * @warning A property file decides which files are written, and where: take it from a place that
+ * only those may write who may decide that.
  *
  * The operations that take or return log4cpp types are for clients that use log4cpp themselves.
  */

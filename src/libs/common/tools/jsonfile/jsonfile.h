@@ -22,6 +22,8 @@ namespace tools {
  *     ShowProblem(path);
  * @endcode
  *
+ * The file gets the rights that the process's umask gives.
+ *
  * With a key the file holds the document encrypted by tools::cipher::AES with that key, of 1 to 32
  * bytes: see there what it protects against, and what not. Objects on different threads are
  * independent. The class adds nothing virtual to QJsonDocument: do not delete it through one.

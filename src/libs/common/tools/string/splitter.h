@@ -39,7 +39,8 @@ public:
      * the text is taken in slices of @p maxUnits / 2 code units; neighbouring ASCII slices are
      * joined until they reach @p maxUnits, any other slice stands alone.
      *
-     * With an odd @p maxUnits an ASCII piece can exceed it by one. A @p maxUnits below 2 gives
+     * With an odd @p maxUnits of 5 and more an ASCII piece has up to half as many units again, as
+     * three slices fit before the limit is reached; use even ones. A @p maxUnits below 2 gives
      * pieces of one code unit.
      */
     static QStringList Ucs2(const QString& text, int maxUnits);
