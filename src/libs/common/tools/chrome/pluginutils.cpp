@@ -2,7 +2,10 @@
 
 namespace common::chrome {
 
-PluginUtils::~PluginUtils() = default;
+// Clients call it; defaulted, it would tempt one to move it into the header.
+PluginUtils::~PluginUtils()
+{
+}
 
 bool PluginUtils::IsRegistered(const QString&)
 {

@@ -155,7 +155,7 @@ public:
         if (!Take(':'))
             return true;
         port = TakeAll(IsDigit);
-        return port.size() >= 1 && port.size() <= 5 && port.front() != QLatin1Char('0');
+        return !port.isEmpty() && port.size() <= 5 && port.front() != QLatin1Char('0');
     }
 
     // A comma, commas and digits up to a digit, and commas to the end; or these alone.
