@@ -42,7 +42,8 @@ public:
     bool isClient();
 
     /**
-     * Sends a text of any kind, of up to 128 Mi characters, to the server; blocks meanwhile.
+     * Sends a text of any kind, of up to 128 Mi characters, to the server; blocks meanwhile. Asks
+     * isClient() first: where there is no server, this one becomes it.
      *
      * @param message the text
      * @param timeout milliseconds, of which the answer takes some; below 0 without limit

@@ -25,9 +25,9 @@ class QVCOMMON_EXPORT QtLockedFile : public QFile
 public:
     /** Kinds of locks. */
     enum LockMode {
-        NoLock = 0,
-        ReadLock, ///< several may have it at once; the file must be open for reading
-        WriteLock ///< only one has it; the file must be open for writing
+        NoLock = 0, ///< unlocked
+        ReadLock,   ///< several may have it at once; the file must be open for reading
+        WriteLock   ///< only one has it; the file must be open for writing
     };
 
     QtLockedFile();

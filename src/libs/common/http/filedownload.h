@@ -35,9 +35,9 @@ namespace common::http {
  * error or in the verification is followed by the next 5 seconds later, from the beginning. Memory
  * stays bounded whatever the size of the file.
  *
- * The download lives on the thread of its QNetworkAccessManager, which must outlive it. The
- * verification reads the whole file on that thread, at about the pace of md5sum: expect a pause of
- * some seconds for each GiB. Create downloads on one thread only. Delete a download from a handler
+ * The download lives on the thread of its QNetworkAccessManager, which must outlive it. For the
+ * digest the whole file is read on that thread, at about the pace of md5sum: expect a pause of some
+ * seconds for each GiB. Create downloads on one thread only. Delete a download from a handler
  * of its signals with deleteLater().
  *
  * The target file is never deleted: after failed() or Abort() it holds what had arrived, and for an
@@ -125,9 +125,11 @@ Q_SIGNALS:
     void complete();
     /**
      * The download ended without a usable file: no try is left, or a further one would be of no use
-     * (900100 to 900102). Codes: 900100 the request object
-     * is missing, 900101 the request could not be sent, 900102 the target could not be opened for
-     * writing, 900103 the verification failed; others are those of IHttpRequest::requestError().
+     * (900100 to 900102, emitted within Start()).
+     *
+     * Codes: 900100 the request object is missing, 900101 the request could not be sent, 900102 the
+     * target could not be opened for writing, 900103 the verification failed; others are those of
+     * IHttpRequest::requestError().
      */
     void failed(int code, const QString& message);
     /** Bytes received (and written) so far, of a total that is -1 while unknown. */

@@ -48,6 +48,9 @@ class IHttpRequestMultiPartData;
  * GetAttemptCountOnNetworkProblem() attempts in all, when it ends with a network problem (codes 1
  * to 9 and 99), with HTTP status 429, or by time-out.
  *
+ * Settings hold for what is sent later, repeated attempts among it. Only the number of attempts,
+ * the pause between them and whether TLS errors are ignored count for a transfer under way, too.
+ *
  * The request lives on the thread of its QNetworkAccessManager. A handler of its signals may send
  * or abort it at once, but delete it only with deleteLater(). The signals of one outcome belong
  * together: after requestFinishedWithBinaryData(), proxyError() or invalidOperationError() the
@@ -82,9 +85,6 @@ public:
 
     using QObject::QObject;
     ~IHttpRequest() override;
-
-    // Settings: they hold for later sends. Only the number of attempts and whether TLS errors are
-    // ignored count for a transfer that is under way, too.
 
     /** Where to send to. The map of a GET goes behind a "?", also if there is one already. */
     virtual void SetUrl(const QUrl& url) = 0;
@@ -167,7 +167,10 @@ Q_SIGNALS:
     void requestFinished(const QString& result);
     /** Success; the body as bytes. Emitted just before requestFinished(). */
     void requestFinishedWithBinaryData(const QByteArray& result);
-    /** Final failure, no attempt left; @p result is the body of the error reply, if any. */
+    /**
+     * Final failure: no attempt is left, or the error is none that is repeated. @p result is the
+     * body of the error reply, if any; @p errorDesc is for logs, in English.
+     */
     void requestError(int error, const QString& errorDesc, const QByteArray& result = QByteArray());
     /** Just before requestError() of code 302, as HTTP status 400 gives. */
     void invalidOperationError(int error, const QString& errorDesc);

@@ -40,7 +40,9 @@ class JobRelay;
  * and failed(), delivered through the event loop of the copier's thread.
  *
  * What is copied:
- * - Links are copied as links and become relative, so that a copied tree is self-contained.
+ * - Links are copied as links and become relative, so that a copied tree is self-contained. One
+ *   that leads out of the tree is copied with its way there, which from the new place may lead
+ *   elsewhere or nowhere.
  * - Hidden entries, empty directories, names that are not valid UTF-8, and what lies in a directory
  *   that cannot be read or whose path is too long are left out, without an error.
  * - Anything but a regular file that can be read (a FIFO, a socket, a device, a directory added as
@@ -72,16 +74,23 @@ public:
     ~FileCopier() override;
 
 public Q_SLOTS:
-    // The lists only grow: a second Copy() copies everything again. Nothing is checked here.
-
-    /** Adds a file that is to become @p fileDestPath, the new file itself, not its directory. */
+    /**
+     * Adds a file that is to become @p fileDestPath, the new file itself, not its directory.
+     *
+     * Like the others it holds for jobs that start later, and checks nothing.
+     */
     void AddFile(const QString& fileSourcePath, const QString& fileDestPath);
     /** Adds a link that is to be copied as a link. */
     void AddSymlink(const QString& fileSourcePath, const QString& fileDestPath);
     /** Adds a tree: what lies in @p dirSourcePath is to lie in @p dirDestPath. */
     void AddDirectory(const QString& dirSourcePath, const QString& dirDestPath);
 
-    /** Starts a job. One that is under way is aborted first, and nothing more comes of it. */
+    /**
+     * Starts a job with everything that was ever added: a second Copy() copies it all again. A job
+     * that is under way is aborted first, which blocks, and nothing more comes of it.
+     *
+     * @return always true: a job that cannot start ends with failed(), too
+     */
     bool Copy();
 
     /**

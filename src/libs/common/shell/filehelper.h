@@ -20,8 +20,9 @@ namespace common {
  * @endcode
  *
  * It blocks until it is done, does not try again, does not log and cannot be aborted: for anything
- * large use FileRemover. All signals are emitted on the calling thread. Hidden entries and dangling
- * links are not listed, so a directory that holds one cannot be removed. Links are never followed,
+ * large use FileRemover. All signals are emitted on the calling thread. Hidden entries,
+ * dangling links, special files (a FIFO, say) and names that are not valid UTF-8 are not listed, so
+ * a directory that holds one cannot be removed. Links are never followed,
  * also where a directory that was added is one.
  */
 class QVCOMMON_EXPORT FileHelper : public QObject

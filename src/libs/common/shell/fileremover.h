@@ -55,14 +55,17 @@ public:
     ~FileRemover() override;
 
 public Q_SLOTS:
-    // The lists only grow: a second Remove() works on everything again. Nothing is checked here.
-
-    /** Adds a file or link. */
+    /** Adds a file or link. Like AddDirectory() for jobs that start later, and checks nothing. */
     void AddFile(const QString& filePath);
     /** Adds a tree, itself included. */
     void AddDirectory(const QString& dirPath);
 
-    /** Starts a job. One that is under way is aborted first, and nothing more comes of it. */
+    /**
+     * Starts a job with everything that was ever added. A job that is under way is aborted first,
+     * which blocks, and nothing more comes of it.
+     *
+     * @return always true: a job that cannot start ends with failed(), too
+     */
     bool Remove();
 
     /**

@@ -35,7 +35,8 @@ public:
     static bool Copy(const QString& source, const QString& destination, bool overwrite);
 
     /**
-     * Copies files below @p sourceDir to the same places below @p destinationDir.
+     * Copies files, given by absolute paths or by paths relative to @p sourceDir, to the same
+     * places below @p destinationDir.
      *
      * @return false as soon as one file fails; true for an empty list
      */
@@ -49,7 +50,7 @@ public:
      * followed, unless it leads back to a directory that it lies in; so directories that are full
      * of links to each other are listed once for each way through them, which can be very often.
      *
-     * @param dir         path of the tree
+     * @param dir         path of the tree; empty is the current directory
      * @param nameFilters wildcards, for directories as well as for files: a directory whose name
      *                    matches none is not entered. Empty matches everything.
      */
@@ -70,7 +71,7 @@ public:
     static QString AppPath();
 
     /**
-     * Removes a directory tree three seconds from now, when this process has exited.
+     * Removes a directory tree three seconds from now: call it right before the process exits.
      *
      * Of a path that is a link, only the link is removed. An empty path is no directory.
      *
@@ -79,7 +80,7 @@ public:
      */
     static bool RemoveAfterExit(const QString& folder);
 
-    /** Starts a program that lives on its own. Whether it was started. */
+    /** Starts a program that lives on its own. Whether it was started; a failure is not logged. */
     static bool ProcessStartDetached(const QString& program, const QStringList& arguments,
                                      const QString& workingDirectory);
 

@@ -72,7 +72,10 @@ public:
     static QSharedPointer<IdleWatcher> instance();
 
 Q_SIGNALS:
-    /** Another whole minute without input has begun; at the first poll that sees it. */
+    /**
+     * Another whole minute without input has passed, @p sinceSeconds in all: once a minute, at the
+     * first poll that sees it.
+     */
     void idle(int sinceSeconds);
     /** There was input after a minute or more without; at the first poll that sees it. */
     void active();

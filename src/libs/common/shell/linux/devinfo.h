@@ -21,7 +21,8 @@ namespace common::shell {
  * for administrators only. If nothing can be found out, it is random.
  *
  * @warning The identity is no secret, and not proof of anything: any program on the machine can
- * compute it. It does identify the machine to whoever is given it.
+ * compute it. It does identify the machine to whoever is given it. At level DEBUG, it and what it
+ * is made of go into the log.
  */
 class QVCOMMON_EXPORT DeviceInfo
 {

@@ -71,8 +71,13 @@ private:
  * JSON in text streams, log statements among them: documents, objects and arrays as indented JSON,
  * strings without quotes, numbers as the stream writes a @c double, Booleans as 1 and 0, and
  * "(null)" and "(undefined)".
+ *
+ * @relates tools::JsonFile
  */
 QVCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonValue& value);
+/** As for a QJsonValue. @relates tools::JsonFile */
 QVCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonObject& object);
+/** As for a QJsonValue. @relates tools::JsonFile */
 QVCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonArray& array);
+/** As for a QJsonValue. @relates tools::JsonFile */
 QVCOMMON_EXPORT QTextStream& operator<<(QTextStream& stream, const QJsonDocument& document);

@@ -26,7 +26,7 @@ public:
 
     /**
      * Whether the password has 8 to 20 characters, each a Latin letter, a Cyrillic letter from
-     * U+0430 to U+044F in either case, a digit or one of !@#$%^&*()_+=;:,./?\|`~[]{}.
+     * U+0430 to U+044F in either case, a digit, a hyphen or one of !@#$%^&*()_+=;:,./?\|`~[]{}.
      */
     static bool IsGood(const QString& password);
 };

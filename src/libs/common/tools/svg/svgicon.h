@@ -19,7 +19,10 @@ namespace tools::svg {
 /** The sizes of these icons, in ascending order: 16, 24, 32, 48, 64 and 128 pixels square. */
 QVCOMMON_EXPORT QList<QSize> IconSizes();
 
-/** The picture, stretched to exactly @p size, on a transparent ground. */
+/**
+ * The picture, stretched to exactly @p size, on a transparent ground; nothing but that ground if
+ * the file cannot be read. Like all that paints here, for the GUI thread.
+ */
 QVCOMMON_EXPORT QPixmap GetPixmap(const QString& svgPath, const QSize& size);
 
 /**
@@ -41,7 +44,7 @@ class QVCOMMON_EXPORT SvgIcon
 public:
     SvgIcon() = delete;
 
-    /** The picture in all sizes. */
+    /** The picture in all sizes; see GetPixmap() for a file that cannot be read. */
     static QIcon CreateFromSvg(const QString& svgPath);
 
     /**
