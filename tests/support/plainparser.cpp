@@ -3,7 +3,6 @@
 #include <common/tools/sip/password.h>
 #include <common/tools/sip/sipid.h>
 
-
 #include <array>
 
 using tools::sip::Password;
