@@ -66,6 +66,39 @@ QSet<QString> SourcesInReach(const QList<Item>& trees, const QList<Item>& items)
     return sources;
 }
 
+// The steps of BeforeCopy.
+
+int ReportMissing(const QString& source)
+{
+    QVLOG_FROM("BeforeCopy", ERROR) << "Source file '" << source << "' doesn't exist!";
+    return noFileError;
+}
+
+int MakeParent(const QString& destination)
+{
+    const QFileInfo info(destination);
+    if (!destination.isEmpty()) {
+        if (IsDirectory(info.path()))
+            return 0;
+        QDir directory(info.absolutePath());
+        if (FileCommands::CreateDirectory(directory, directory.path()))
+            return 0;
+    }
+    QVLOG_FROM("BeforeCopy", ERROR) << "Cannot create path to '" << destination << '\'';
+    return createDirectoryError;
+}
+
+int RemoveExisting(const QString& destination)
+{
+    QVLOG_FROM("BeforeCopy", WARN)
+        << '\'' << destination << "' already exists. Trying to remove before coping...";
+    QFile file(destination);
+    if (FileCommands::RemoveFile(file))
+        return 0;
+    QVLOG_FROM("BeforeCopy", ERROR) << "Cannot remove '" << destination << "'!";
+    return removeError;
+}
+
 // A link's target relative to the link. Asked on the absolute path: on a relative one Qt doubles
 // the prefix of links to directories.
 QString RelativeTarget(const QString& link)
@@ -227,7 +260,6 @@ int FileCopyTask::ScanPath(const QString& root, const QString& path, QStringList
         return noDirectoryError;
     }
 
-    const QDir rootDirectory(root);
     const QFileInfoList entries = directory.entryInfoList(listed, QDir::NoSort);
     for (const QFileInfo& entry : entries) {
         if (IsAborted(__func__))
@@ -239,7 +271,7 @@ int FileCopyTask::ScanPath(const QString& root, const QString& path, QStringList
                 return code;
             continue;
         }
-        const QString relative = rootDirectory.relativeFilePath(entryPath);
+        const QString relative = RelativePath(root, entryPath);
         QVLOG(DEBUG) << (entry.isSymLink() ? "Found symlink: '" : "Found file: '") << relative
                      << "'.";
         (entry.isSymLink() ? links : files) << relative;
@@ -274,10 +306,17 @@ int FileCopyTask::CopyAll()
 
 int FileCopyTask::CopyFile(const QString& source, const QString& destination)
 {
-    // None of these may get as far as removing the destination or opening the source.
-    if (!IsUnreadableOrSpecial(source) && !IsSameFile(source, destination) &&
-        !IsLinkInPath(source, destination)) {
-        const int code = BeforeCopy(source, destination);
+    const bool readable = IsReadableFile(source);
+    if (!readable && !Exists(source))
+        return ReportMissing(source);
+    const bool replaces = Exists(destination);
+    // Neither of these may get as far as removing the destination or opening the source.
+    const bool losesSource =
+        replaces && (IsSameFile(source, destination) || IsLinkInPath(source, destination));
+    if (readable && !losesSource) {
+        int code = MakeParent(destination);
+        if (code == 0 && replaces)
+            code = RemoveExisting(destination);
         if (code != 0)
             return code;
         QFile file(source);
@@ -294,8 +333,7 @@ int FileCopyTask::CopyFile(const QString& source, const QString& destination)
 int FileCopyTask::CopySymlink(const QString& source, const QString& destination)
 {
     const QString target = RelativeTarget(source);
-    const QFileInfo info(source);
-    const bool missing = !info.isSymLink() && !info.exists(); // BeforeCopy tells
+    const bool missing = !Exists(source); // BeforeCopy tells
     const bool copyable = missing || IsCopyableLink(source);
     if (copyable && !IsOnTheWayOfLink(source, destination) && !IsLinkInPath(source, destination)) {
         const int code = BeforeCopy(source, destination);
@@ -314,32 +352,10 @@ int FileCopyTask::CopySymlink(const QString& source, const QString& destination)
 
 int FileCopyTask::BeforeCopy(const QString& source, const QString& destination)
 {
-    const QFileInfo sourceInfo(source);
-    if (!sourceInfo.isSymLink() && !sourceInfo.exists()) {
-        QVLOG(ERROR) << "Source file '" << source << "' doesn't exist!";
-        return noFileError;
-    }
-
-    const QFileInfo destinationInfo(destination);
-    if (destination.isEmpty()) {
-        QVLOG(ERROR) << "Cannot create path to ''";
-        return createDirectoryError;
-    }
-    QDir directory(destinationInfo.absolutePath());
-    if (!directory.exists() && !FileCommands::CreateDirectory(directory, directory.path())) {
-        QVLOG(ERROR) << "Cannot create path to '" << destination << '\'';
-        return createDirectoryError;
-    }
-
-    if (destinationInfo.isSymLink() || destinationInfo.exists()) {
-        QVLOG(WARN) << '\'' << destination << "' already exists. Trying to remove before coping...";
-        QFile file(destination);
-        if (!FileCommands::RemoveFile(file)) {
-            QVLOG(ERROR) << "Cannot remove '" << destination << "'!";
-            return removeError;
-        }
-    }
-    return 0;
+    if (!Exists(source))
+        return ReportMissing(source);
+    const int code = MakeParent(destination);
+    return code == 0 && Exists(destination) ? RemoveExisting(destination) : code;
 }
 
 } // namespace common

@@ -34,6 +34,17 @@ bool Same(const std::optional<Status>& first, const std::optional<Status>& secon
 
 } // namespace
 
+bool Exists(const QString& path)
+{
+    return Read(lstat, path).has_value();
+}
+
+bool IsDirectory(const QString& path)
+{
+    const auto status = Read(stat, path);
+    return status && S_ISDIR(status->st_mode);
+}
+
 bool IsSameFile(const QString& first, const QString& second)
 {
     return Same(Read(stat, first), Read(stat, second));
@@ -55,19 +66,18 @@ bool IsOnTheWayOfLink(const QString& link, const QString& destination)
 
 bool IsLinkInPath(const QString& source, const QString& destination)
 {
+    if (!IsLink(destination))
+        return false;
     const QString inside =
         QDir::cleanPath(QFileInfo(destination).absoluteFilePath()) + QLatin1Char('/');
-    return IsLink(destination) &&
-           QDir::cleanPath(QFileInfo(source).absoluteFilePath()).startsWith(inside);
+    return QDir::cleanPath(QFileInfo(source).absoluteFilePath()).startsWith(inside);
 }
 
-bool IsUnreadableOrSpecial(const QString& path)
+bool IsReadableFile(const QString& path)
 {
-    if (!Read(lstat, path))
-        return false;
     const auto status = Read(stat, path);
-    return !status || !S_ISREG(status->st_mode) ||
-           access(QFile::encodeName(path).constData(), R_OK) != 0;
+    return status && S_ISREG(status->st_mode) &&
+           access(QFile::encodeName(path).constData(), R_OK) == 0;
 }
 
 bool IsCopyableLink(const QString& path)
@@ -87,6 +97,14 @@ QString RealPath(const QString& tree)
 {
     const QString real = tree.isEmpty() ? QString() : QFileInfo(tree).canonicalFilePath();
     return real.isEmpty() ? tree : real;
+}
+
+QString RelativePath(const QString& tree, const QString& path)
+{
+    const int length = tree.size();
+    if (path.size() > length && path.at(length) == QLatin1Char('/') && path.startsWith(tree))
+        return path.mid(length + 1);
+    return QDir(tree).relativeFilePath(path);
 }
 
 QString WithoutTrailingSeparators(const QString& path)

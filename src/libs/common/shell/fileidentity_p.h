@@ -4,6 +4,12 @@
 
 namespace common {
 
+/** Whether anything is at the path; a link that leads nowhere counts. */
+bool Exists(const QString& path);
+
+/** Whether the path leads, through links, to a directory. */
+bool IsDirectory(const QString& path);
+
 /** Whether both paths lead, through links, to the same existing file. */
 bool IsSameFile(const QString& first, const QString& second);
 
@@ -13,8 +19,8 @@ bool IsOnTheWayOfLink(const QString& link, const QString& destination);
 /** Whether @p destination is a link that the path @p source goes through. */
 bool IsLinkInPath(const QString& source, const QString& destination);
 
-/** Whether there is something at the path, but no regular file that can be read. */
-bool IsUnreadableOrSpecial(const QString& path);
+/** Whether the path leads, through links, to a regular file that can be read. */
+bool IsReadableFile(const QString& path);
 
 /** Whether the path is a link whose target can be told in a QString without loss. */
 bool IsCopyableLink(const QString& path);
@@ -27,6 +33,9 @@ bool IsLink(const QString& path);
  * text, which misleads behind "link/..".
  */
 QString RealPath(const QString& tree);
+
+/** A path below the tree as seen from there. Both are absolute and clean. */
+QString RelativePath(const QString& tree, const QString& path);
 
 /** The path without separators at its end, also such that are followed by a single dot. */
 QString WithoutTrailingSeparators(const QString& path);

@@ -182,13 +182,12 @@ int FileRemoveTask::ScanPath(const QString& root, const QString& path, QStringLi
         return 0;
     }
 
-    const QDir rootDirectory(root);
     const QFileInfoList entries = directory.entryInfoList(listed, QDir::NoSort);
     for (const QFileInfo& entry : entries) {
         if (IsAborted(__func__))
             return abortedError;
         const QString entryPath = entry.absoluteFilePath();
-        const QString relative = rootDirectory.relativeFilePath(entryPath);
+        const QString relative = RelativePath(root, entryPath);
         if (entry.isSymLink() || !entry.isDir()) {
             QVLOG(DEBUG) << "Found file: '" << relative << "'.";
             files << relative;

@@ -30,8 +30,8 @@ void RemoveOld(const QString& destination)
 // Whether removing the destination first would leave anything to copy.
 bool IsCopyable(const QString& source, const QString& destination)
 {
-    return QFileInfo::exists(source) && !IsUnreadableOrSpecial(source) &&
-           !IsSameFile(source, destination) && !IsLinkInPath(source, destination);
+    return IsReadableFile(source) && !IsSameFile(source, destination) &&
+           !IsLinkInPath(source, destination);
 }
 
 // Links may lead back up: "above" are the directories on the way down, in canonical form.

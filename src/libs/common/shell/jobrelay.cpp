@@ -1,0 +1,77 @@
+#include "common/shell/jobrelay_p.h"
+
+#include <QMutexLocker>
+#include <QPointer>
+#include <QTimer>
+
+namespace common {
+
+namespace {
+
+constexpr int deliveryPause = 10; // milliseconds
+
+} // namespace
+
+void JobRelay::Drop()
+{
+    disconnect();
+    deleteLater();
+}
+
+void JobRelay::Keep(int current, int total)
+{
+    const QMutexLocker lock(&mutex_);
+    reports_.enqueue({current, total});
+    if (deliveryIsDue_)
+        return;
+    deliveryIsDue_ = true;
+    QMetaObject::invokeMethod(this, &JobRelay::Deliver, Qt::QueuedConnection);
+}
+
+void JobRelay::Deliver()
+{
+    {
+        const QMutexLocker lock(&mutex_);
+        deliveryIsDue_ = !reports_.isEmpty();
+        if (!deliveryIsDue_)
+            return;
+    }
+    QTimer::singleShot(deliveryPause, this, &JobRelay::Deliver);
+    DeliverKept();
+}
+
+// Takes the reports one by one, since a slot may run an event loop that goes on with them. Says
+// whether the relay is still there: a slot may also delete the front object.
+bool JobRelay::DeliverKept()
+{
+    const QPointer<JobRelay> self(this);
+    while (self) {
+        const auto report = NextReport();
+        if (!report)
+            return true;
+        Q_EMIT progress(report->first, report->second);
+    }
+    return false;
+}
+
+std::optional<JobRelay::Report> JobRelay::NextReport()
+{
+    const QMutexLocker lock(&mutex_);
+    if (reports_.isEmpty())
+        return std::nullopt;
+    return reports_.dequeue();
+}
+
+void JobRelay::OnSuccesed()
+{
+    if (DeliverKept())
+        Q_EMIT succesed();
+}
+
+void JobRelay::OnFailed(int errorCode, const QString& errorText)
+{
+    if (DeliverKept())
+        Q_EMIT failed(errorCode, errorText);
+}
+
+} // namespace common
