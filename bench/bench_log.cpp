@@ -1,4 +1,4 @@
-// What a log line costs, to a file and dropped, beside the same line by log4cpp directly.
+// A log line to a file and a line that the level drops, beside log4cpp directly and spdlog.
 
 #include <common/logger/log.h>
 
@@ -11,13 +11,15 @@
 #include <log4cpp/FileAppender.hh>
 #include <log4cpp/PatternLayout.hh>
 
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/spdlog.h>
+
 using namespace common::logger;
 
 namespace {
 
 constexpr ICategory logCategory{"bench.log"};
 constexpr char logSource[] = "bench/bench_log";
-constexpr char pattern[] = "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n";
 
 // Tmpfs where there is one: a disk's noise is larger than what is measured.
 QString LogFile(const char* name)
@@ -28,18 +30,46 @@ QString LogFile(const char* name)
     return directory.filePath(QString::fromLatin1(name));
 }
 
+std::string Url(const benchmark::State& state)
+{
+    const std::string start = "http://service.test/";
+    const auto length = static_cast<std::size_t>(state.range(0));
+    return start + std::string(length - start.size(), 'x');
+}
+
 void SetUpLibrary(IMessage::Priority level)
 {
     SetLogger(GetLog4cpp());
     GetLogger()->Configure(level, 0x4, 0x100, {}, {}, {}, LogFile("library"), 0, 0);
 }
 
+void LogByLibrary(benchmark::State& state)
+{
+    const QString url = QString::fromStdString(Url(state));
+    while (state.KeepRunning())
+        QVLOG(DEBUG) << "Sending GET request to URL=" << url << ", try " << 3;
+}
+
+void LogByLog4cpp(benchmark::State& state)
+{
+    log4cpp::Category& category = log4cpp::Category::getInstance("bench.direct");
+    const std::string url = Url(state);
+    while (state.KeepRunning())
+        category << log4cpp::Priority::DEBUG << "Sending GET request to URL=" << url << ", try "
+                 << 3;
+}
+
+void LogBySpdlog(benchmark::State& state, spdlog::logger& logger)
+{
+    const std::string url = Url(state);
+    while (state.KeepRunning())
+        logger.debug("Sending GET request to URL={}, try {}", url, 3);
+}
+
 void LibraryLine(benchmark::State& state)
 {
     SetUpLibrary(IMessage::DEBUG);
-    const QString url = QStringLiteral("http://service.test/index");
-    while (state.KeepRunning())
-        QVLOG(DEBUG) << "Sending GET request to URL=" << url << ", try " << 3;
+    LogByLibrary(state);
     GetLogger()->Configure(IMessage::DEBUG, 0, 0, {}, {}, {}, {}, 0, 0);
 }
 
@@ -47,44 +77,57 @@ void Log4cppLine(benchmark::State& state)
 {
     log4cpp::FileAppender appender("direct", LogFile("log4cpp").toStdString());
     auto* layout = new log4cpp::PatternLayout;
-    layout->setConversionPattern(pattern);
+    layout->setConversionPattern("%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n");
     appender.setLayout(layout);
     log4cpp::Category& category = log4cpp::Category::getInstance("bench.direct");
     category.setPriority(log4cpp::Priority::DEBUG);
     category.setAdditivity(false); // root has the library's appender
     category.addAppender(appender);
-    const std::string url = "http://service.test/index";
-    while (state.KeepRunning())
-        category << log4cpp::Priority::DEBUG << "Sending GET request to URL=" << url << ", try "
-                 << 3;
+    LogByLog4cpp(state);
     category.removeAppender(&appender);
+}
+
+// Flushed line by line, as by the other two.
+void SpdlogLine(benchmark::State& state)
+{
+    const auto sink =
+        std::make_shared<spdlog::sinks::basic_file_sink_mt>(LogFile("spdlog").toStdString());
+    spdlog::logger logger("bench.direct", sink);
+    logger.set_pattern("%Y.m.%d %H:%M:%S.%e %6l [%t] %n: %v");
+    logger.set_level(spdlog::level::debug);
+    logger.flush_on(spdlog::level::debug);
+    LogBySpdlog(state, logger);
 }
 
 void LibraryDropped(benchmark::State& state)
 {
     if (state.thread_index() == 0)
         SetUpLibrary(IMessage::ERROR);
-    const QString url = QStringLiteral("http://service.test/index");
-    while (state.KeepRunning())
-        QVLOG(DEBUG) << "Sending GET request to URL=" << url << ", try " << 3;
+    LogByLibrary(state);
 }
 
 void Log4cppDropped(benchmark::State& state)
 {
-    log4cpp::Category& category = log4cpp::Category::getInstance("bench.direct");
     if (state.thread_index() == 0)
-        category.setPriority(log4cpp::Priority::ERROR);
-    const std::string url = "http://service.test/index";
-    while (state.KeepRunning())
-        category << log4cpp::Priority::DEBUG << "Sending GET request to URL=" << url << ", try "
-                 << 3;
+        log4cpp::Category::getInstance("bench.direct").setPriority(log4cpp::Priority::ERROR);
+    LogByLog4cpp(state);
+}
+
+void SpdlogDropped(benchmark::State& state)
+{
+    static spdlog::logger logger("bench.dropped");
+    if (state.thread_index() == 0)
+        logger.set_level(spdlog::level::err);
+    LogBySpdlog(state, logger);
 }
 
 } // namespace
 
-BENCHMARK(LibraryLine);
-BENCHMARK(Log4cppLine);
-BENCHMARK(LibraryDropped)->ThreadRange(1, 2);
-BENCHMARK(Log4cppDropped)->ThreadRange(1, 2);
+BENCHMARK(LibraryLine)->Name("log-line/qvcommon")->Arg(25)->Arg(250)->Arg(2500);
+BENCHMARK(Log4cppLine)->Name("log-line/log4cpp")->Arg(25)->Arg(250)->Arg(2500);
+BENCHMARK(SpdlogLine)->Name("log-line/spdlog")->Arg(25)->Arg(250)->Arg(2500);
+BENCHMARK(LibraryDropped)->Name("log-dropped/qvcommon")->Arg(25)->ThreadRange(1, 2)->UseRealTime();
+BENCHMARK(Log4cppDropped)->Name("log-dropped/log4cpp")->Arg(25)->ThreadRange(1, 2)->UseRealTime();
+BENCHMARK(SpdlogDropped)->Name("log-dropped/spdlog")->Arg(25)->ThreadRange(1, 2)->UseRealTime();
 
 BENCHMARK_MAIN();

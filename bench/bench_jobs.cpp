@@ -1,15 +1,23 @@
-// One job on a tree of files, for bench/run to time from outside:
-//   bench_trees make TREE FILES DEPTH BYTES
-//   bench_trees copy|remove qvcommon|qfile|filesystem TREE [DESTINATION]
+// One job a run, timed from outside by bench/run:
+//   make TREE FILES DEPTH BYTES                                 a tree to work on
+//   copy qvcommon|qfile|filesystem TREE DESTINATION
+//   remove qvcommon|qfile|filesystem TREE
+//   md5 FILE
+//   gzip FILE        compress and decompress it, in memory
+//   json FILE [KEY]  load and save it
 
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
+#include <common/tools/jsonfile/jsonfile.h>
+#include <common/tools/qcompressor.h>
+#include <common/tools/string/converter.h>
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 
+#include <cstdio>
 #include <filesystem>
 
 namespace {
@@ -17,7 +25,7 @@ namespace {
 constexpr int filesPerDirectory = 100;
 
 // FILES files of BYTES bytes, a hundred in a folder, each folder DEPTH levels below the tree.
-void Make(const QString& tree, int files, int depth, qint64 bytes)
+int Make(const QString& tree, int files, int depth, qint64 bytes)
 {
     const QByteArray block(static_cast<int>(qMin<qint64>(bytes, 1 << 20)), 'x');
     QString folder;
@@ -33,6 +41,7 @@ void Make(const QString& tree, int files, int depth, qint64 bytes)
         for (qint64 left = bytes; left > 0; left -= block.size())
             file.write(block.constData(), qMin<qint64>(left, block.size()));
     }
+    return 0;
 }
 
 template <typename Front>
@@ -89,21 +98,55 @@ int Remove(const QString& with, const QString& tree)
     return Await(remover, &common::FileRemover::Remove);
 }
 
+int Md5(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return 1;
+    std::puts(qPrintable(tools::string::converter::ToMD5(file)));
+    return 0;
+}
+
+int Gzip(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return 1;
+    QByteArray content = file.readAll();
+    const bool done = tools::QCompressor::gzipCompress(content, content, -1) &&
+                      tools::QCompressor::gzipDecompress(content, content);
+    return done && content.size() == file.size() ? 0 : 1;
+}
+
+int Json(const QString& path, const QString& key)
+{
+    tools::JsonFile file(path, key);
+    return file.Load() && !file.isNull() && file.Save() ? 0 : 1;
+}
+
+int Run(const QString& job, const QStringList& words)
+{
+    if (job == QLatin1String("make") && words.size() == 4)
+        return Make(words[0], words[1].toInt(), words[2].toInt(), words[3].toLongLong());
+    if (job == QLatin1String("copy") && words.size() == 3)
+        return Copy(words[0], words[1], words[2]);
+    if (job == QLatin1String("remove") && words.size() == 2)
+        return Remove(words[0], words[1]);
+    if (job == QLatin1String("md5") && words.size() == 1)
+        return Md5(words[0]);
+    if (job == QLatin1String("gzip") && words.size() == 1)
+        return Gzip(words[0]);
+    if (job == QLatin1String("json") && !words.isEmpty())
+        return Json(words[0], words.value(1));
+    qCritical("unknown job: see the top of bench_jobs.cpp");
+    return 2;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
-    const QStringList words = QCoreApplication::arguments().mid(1);
-    const QString job = words.value(0);
-    if (job == QLatin1String("make") && words.size() == 5) {
-        Make(words[1], words[2].toInt(), words[3].toInt(), words[4].toLongLong());
-        return 0;
-    }
-    if (job == QLatin1String("copy") && words.size() == 4)
-        return Copy(words[1], words[2], words[3]);
-    if (job == QLatin1String("remove") && words.size() == 3)
-        return Remove(words[1], words[2]);
-    qCritical("unknown job: see the top of bench_trees.cpp");
-    return 2;
+    const QStringList words = QCoreApplication::arguments();
+    return Run(words.value(1), words.mid(2));
 }
