@@ -1,5 +1,5 @@
-// What the start of a program costs: bench_start [log FILE | request URL]. Built a second time as
-// bench_start_empty, which uses Qt alone and knows only the request.
+// What the start of a program costs: bench_start [log FILE | request URL | request-tls URL]. Built
+// twice more WITHOUT_LIBRARY, linked with what a console and what a desktop program use of Qt.
 
 #ifndef WITHOUT_LIBRARY
 #include <common/http/httprequest.h>
@@ -9,6 +9,7 @@
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QSslConfiguration>
 
 namespace {
 
@@ -26,7 +27,7 @@ int Log(const QString& path)
     return 0;
 }
 
-int Request(const QUrl& url)
+int Request(const QUrl& url, bool)
 {
     QNetworkAccessManager manager;
     const QScopedPointer<common::http::IHttpRequest> request(
@@ -47,10 +48,13 @@ int Log(const QString&)
     return 2;
 }
 
-int Request(const QUrl& url)
+int Request(const QUrl& url, bool withTls)
 {
     QNetworkAccessManager manager;
-    QNetworkReply* reply = manager.get(QNetworkRequest(url));
+    QNetworkRequest request(url);
+    if (withTls)
+        request.setSslConfiguration(request.sslConfiguration());
+    QNetworkReply* reply = manager.get(request);
     QObject::connect(reply, &QNetworkReply::finished,
                      [reply] { QCoreApplication::exit(reply->error() ? 1 : 0); });
     return QCoreApplication::exec();
@@ -66,7 +70,7 @@ int main(int argc, char* argv[])
     const QStringList words = QCoreApplication::arguments();
     if (words.value(1) == QLatin1String("log"))
         return Log(words.value(2));
-    if (words.value(1) == QLatin1String("request"))
-        return Request(QUrl(words.value(2)));
+    if (words.value(1).startsWith(QLatin1String("request")))
+        return Request(QUrl(words.value(2)), words.value(1).endsWith(QLatin1String("tls")));
     return 0;
 }
