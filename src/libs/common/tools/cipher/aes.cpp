@@ -44,10 +44,22 @@ bool SetKey(const QString& key, int enc, AES_KEY& schedule)
                 : AES_set_decrypt_key(Bytes(buffer), bits, &schedule)) == 0;
 }
 
-QByteArray& CryptInto(const QString& key, const QByteArray& in, QByteArray& out, int enc)
+// OpenSSL works on whole blocks, in place. Zero bytes if it refuses the key.
+QByteArray Crypted(const QString& key, const QByteArray& in, int enc)
 {
-    QByteArray result(RoundedUp(in.size()), '\0'); // in and out may be the same
-    return out = AES::crypt(key, in, result, enc);
+    QByteArray blocks = ZeroPadded(in, RoundedUp(in.size()));
+    AES_KEY schedule;
+    if (SetKey(key, enc, schedule)) {
+        unsigned char iv[AES_BLOCK_SIZE];
+        memcpy(iv, ivText, sizeof iv);
+        AES_cbc_encrypt(Bytes(blocks), Bytes(blocks), static_cast<size_t>(blocks.size()), &schedule,
+                        iv, enc);
+    } else {
+        blocks.fill('\0');
+    }
+    if (enc == AES_DECRYPT) // what the padding of a cut text decrypts to means nothing
+        std::fill(blocks.begin() + in.size(), blocks.end(), '\0');
+    return blocks;
 }
 
 } // namespace
@@ -71,17 +83,7 @@ const char* AES::ivec()
 
 QByteArray& AES::crypt(const QString& key, const QByteArray& in, QByteArray& out, int enc)
 {
-    // OpenSSL works on whole blocks, in place.
-    QByteArray blocks = ZeroPadded(in, RoundedUp(in.size()));
-    AES_KEY schedule;
-    if (SetKey(key, enc, schedule)) {
-        unsigned char iv[AES_BLOCK_SIZE];
-        memcpy(iv, ivText, sizeof iv);
-        AES_cbc_encrypt(Bytes(blocks), Bytes(blocks), static_cast<size_t>(blocks.size()), &schedule,
-                        iv, enc);
-    } else {
-        blocks.fill('\0');
-    }
+    const QByteArray blocks = Crypted(key, in, enc);
     const int size = std::min(out.size(), enc ? blocks.size() : in.size());
     std::copy_n(blocks.cbegin(), size, out.begin());
     return out;
@@ -89,12 +91,12 @@ QByteArray& AES::crypt(const QString& key, const QByteArray& in, QByteArray& out
 
 QByteArray& AES::encrypt(const QString& key, const QByteArray& in, QByteArray& out)
 {
-    return CryptInto(key, in, out, AES_ENCRYPT);
+    return out = Crypted(key, in, AES_ENCRYPT);
 }
 
 QByteArray& AES::decrypt(const QString& key, const QByteArray& in, QByteArray& out)
 {
-    return CryptInto(key, in, out, AES_DECRYPT);
+    return out = Crypted(key, in, AES_DECRYPT);
 }
 
 QByteArray& AES::encrypt(const QByteArray& in, QByteArray& out)
