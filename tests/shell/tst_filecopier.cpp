@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 #include <csignal>
@@ -289,6 +290,36 @@ private Q_SLOTS:
         copier.Copy();
         QCOMPARE(Outcome(copier), QString("succesed"));
         QCOMPARE(DescribeTree(Path("d")), QStringList({"f=new", "g=2"}));
+    }
+
+    // A slot may run an event loop, and the front object may go away in one.
+    void progressFromWithinSlots()
+    {
+        constexpr int files = 100;
+        QStringList tree;
+        for (int i = 0; i < files; ++i)
+            tree << QString("%1=x").arg(i);
+        MakeTree(Path("s"), tree);
+        auto* copier = new FileCopier;
+        copier->AddDirectory(Path("s"), Path("d"));
+        QList<int> reports;
+        connect(copier, &FileCopier::progress, this, [&](int current, int total) {
+            reports << current;
+            if (current % 25 == 1)
+                QTest::qWait(15);
+            if (reports.size() == 2 * total - 10)
+                delete copier;
+        });
+        copier->Copy();
+        QCOMPARE(Outcome(*copier), QString("succesed"));
+        QCOMPARE(reports.size(), files);
+        QVERIFY(std::is_sorted(reports.cbegin(), reports.cend()));
+
+        const QPointer<FileCopier> alive = copier;
+        copier->Copy();
+        QTRY_VERIFY(!alive);
+        QTest::qWait(30);
+        QCOMPARE(reports.size(), 2 * files - 10);
     }
 
     void abort_data()
