@@ -1,6 +1,5 @@
 #include "common/shell/jobrelay_p.h"
 
-#include <QMutexLocker>
 #include <QPointer>
 #include <QTimer>
 
@@ -20,7 +19,7 @@ void JobRelay::Drop()
 
 void JobRelay::Keep(int current, int total)
 {
-    const QMutexLocker lock(&mutex_);
+    const std::lock_guard lock(mutex_);
     reports_.enqueue({current, total});
     if (deliveryIsDue_)
         return;
@@ -31,7 +30,7 @@ void JobRelay::Keep(int current, int total)
 void JobRelay::Deliver()
 {
     {
-        const QMutexLocker lock(&mutex_);
+        const std::lock_guard lock(mutex_);
         deliveryIsDue_ = !reports_.isEmpty();
         if (!deliveryIsDue_)
             return;
@@ -56,7 +55,7 @@ bool JobRelay::DeliverKept()
 
 std::optional<JobRelay::Report> JobRelay::NextReport()
 {
-    const QMutexLocker lock(&mutex_);
+    const std::lock_guard lock(mutex_);
     if (reports_.isEmpty())
         return std::nullopt;
     return reports_.dequeue();

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QMutex>
 #include <QObject>
 #include <QPair>
 #include <QQueue>
 
+#include <mutex>
 #include <optional>
 
 namespace common {
@@ -59,7 +59,7 @@ private:
     void OnSuccesed();
     void OnFailed(int errorCode, const QString& errorText);
 
-    QMutex mutex_;
+    std::mutex mutex_; // the thread sanitizer sees this one
     QQueue<Report> reports_;
     bool deliveryIsDue_ = false;
 };
