@@ -1,0 +1,193 @@
+#include <common/http/filedownload.h>
+
+#include "support/process.h"
+#include "support/recordinglogger.h"
+#include "support/requestrecord.h"
+#include "support/tree.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+using namespace common::http;
+
+namespace {
+
+const QByteArray text = QByteArray("What a server sends, again and again. ").repeated(20'000);
+
+quint16 FreePort()
+{
+    QTcpServer server;
+    return server.listen(QHostAddress::LocalHost) ? server.serverPort() : 0;
+}
+
+} // namespace
+
+// The client meets a server that others wrote.
+class TestNginx : public QObject
+{
+    Q_OBJECT
+
+private:
+    void Start()
+    {
+        server_.setStandardErrorFile(directory_.filePath("errors"));
+        server_.start("nginx", {"-p", directory_.path(), "-e", "errors", "-c", "config"});
+        QTRY_VERIFY([this] {
+            QTcpSocket socket;
+            socket.connectToHost("127.0.0.1", port_);
+            return socket.waitForConnected(100);
+        }());
+    }
+
+    void Kill()
+    {
+        server_.kill();
+        QVERIFY(server_.waitForFinished());
+    }
+
+    QUrl Url(const QString& path, int listener = 0) const
+    {
+        return QUrl(QString("%1://127.0.0.1:%2%3")
+                        .arg(listener == 0 ? "http" : "https")
+                        .arg(listener == 0 ? port_ : tlsPorts_[listener - 1])
+                        .arg(path));
+    }
+
+    std::unique_ptr<IHttpRequest> NewRequest(const QUrl& url)
+    {
+        std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&manager_, nullptr));
+        request->SetUrl(url);
+        request->SetTimeout(5);
+        return request;
+    }
+
+    QTemporaryDir directory_;
+    QProcess server_;
+    QNetworkAccessManager manager_;
+    quint16 port_ = FreePort();
+    quint16 tlsPorts_[2] = {FreePort(), FreePort()};
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        qputenv("PATH", qgetenv("PATH") + ":/usr/sbin");
+        OutputOf("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
+                             "/CN=nobody", "-keyout", directory_.filePath("key"), "-out",
+                             directory_.filePath("cert")});
+        WriteFile(directory_.filePath("text.txt"), text);
+        const QString tls = "listen 127.0.0.1:%1 ssl; ssl_certificate cert; "
+                            "ssl_certificate_key key; root " +
+                            directory_.path() + "; ";
+        const QString config =
+            "daemon off; master_process off; pid pid; events {} http { access_log off; "
+            "client_body_temp_path t1; proxy_temp_path t2; fastcgi_temp_path t3; "
+            "uwsgi_temp_path t4; scgi_temp_path t5; "
+            "types { text/plain txt; } limit_req_zone $uri zone=one:1m rate=1r/s; "
+            "limit_req_status 429; "
+            "server { listen 127.0.0.1:" +
+            QString::number(port_) + "; root " + directory_.path() + "; location /gzip/ { alias " +
+            directory_.path() +
+            "/; gzip on; gzip_types text/plain; } "
+            "location /limited/ { alias " +
+            directory_.path() +
+            "/; limit_req zone=one; } "
+            "location /slow/ { alias " +
+            directory_.path() + "/; limit_rate 300k; } } server { " + tls.arg(tlsPorts_[0]) +
+            "} server { " + tls.arg(tlsPorts_[1]) +
+            "ssl_client_certificate cert; ssl_verify_client on; } }";
+        WriteFile(directory_.filePath("config"), config.toUtf8());
+        Start();
+    }
+
+    void cleanupTestCase() { Kill(); }
+
+    void reply_data()
+    {
+        QTest::addColumn<QUrl>("url");
+        QTest::addColumn<bool>("ignoreErrors");
+        QTest::addColumn<bool>("withCertificate");
+        QTest::addColumn<bool>("success");
+        QTest::newRow("plain") << Url("/text.txt") << false << false << true;
+        QTest::newRow("gzip") << Url("/gzip/text.txt") << false << false << true;
+        QTest::newRow("self-signed") << Url("/text.txt", 1) << false << false << true;
+        QTest::newRow("self-signed, errors ignored")
+            << Url("/text.txt", 1) << true << false << true;
+        QTest::newRow("client certificate demanded")
+            << Url("/text.txt", 2) << false << false << false;
+        QTest::newRow("client certificate given") << Url("/text.txt", 2) << false << true << true;
+    }
+
+    void reply()
+    {
+        QFETCH(QUrl, url);
+        QFETCH(bool, ignoreErrors);
+        QFETCH(bool, withCertificate);
+        QFETCH(bool, success);
+        const auto request = NewRequest(url);
+        request->SetIgnoreSSLErrors(ignoreErrors);
+        if (withCertificate) {
+            request->SetSslCertificate(QSslCertificate(ContentOf(directory_.filePath("cert"))),
+                                       QSslKey(ContentOf(directory_.filePath("key")), QSsl::Rsa),
+                                       {});
+        }
+        manager_.clearConnectionCache(); // a connection serves whoever has the same host
+        const RequestRecord record(request.get());
+        const RecordingLogger log;
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Finals(), 1);
+        QCOMPARE(record.Signals().contains("text " + text), success);
+        QCOMPARE(!log.Lines("4 http.request OnSslErrors: Ignoring SSL errors!").isEmpty(),
+                 ignoreErrors);
+    }
+
+    void tooManyRequests()
+    {
+        const auto first = NewRequest(Url("/limited/text.txt"));
+        const auto patient = NewRequest(Url("/limited/text.txt"));
+        const auto hasty = NewRequest(Url("/limited/text.txt"));
+        patient->SetAttemptCountOnNetworkProblem(9);
+        patient->SetAttemptIntervalOnNetworkProblem(1);
+        const RequestRecord records[] = {RequestRecord(first.get()), RequestRecord(patient.get()),
+                                         RequestRecord(hasty.get())};
+        for (auto* request : {first.get(), patient.get(), hasty.get()})
+            QVERIFY(request->Get());
+        QElapsedTimer clock;
+        clock.start();
+        for (const RequestRecord& record : records)
+            QTRY_COMPARE_WITH_TIMEOUT(record.Finals(), 1, 15'000);
+        QVERIFY(clock.elapsed() >= 900);
+        QCOMPARE(records[0].Signals().last(), "text " + text);
+        QCOMPARE(records[1].Signals().last(), "text " + text);
+        QVERIFY(records[2].Signals().last().startsWith("error 299 "));
+    }
+
+    // The next try finds the server again, and begins anew.
+    void killedWhileItSends()
+    {
+        const std::unique_ptr<IFileDownload> download(CreateFileDownload(&manager_, nullptr));
+        download->SetUrl(Url("/slow/text.txt"));
+        download->SetFileName(directory_.filePath("target"));
+        download->SetRetryCount(2);
+        download->SetExpectedSize(text.size());
+        QSignalSpy complete(download.get(), &IFileDownload::complete);
+        QSignalSpy failed(download.get(), &IFileDownload::failed);
+        QSignalSpy progress(download.get(), &IFileDownload::progress);
+        QVERIFY(download->Start());
+        QTRY_VERIFY(progress.size() > 1);
+        Kill();
+        Start();
+        QTRY_COMPARE_WITH_TIMEOUT(complete.size(), 1, 30'000);
+        QVERIFY(failed.isEmpty());
+        QCOMPARE(ContentOf(download->GetFileName()), text);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestNginx)
+#include "tst_nginx.moc"
