@@ -21,7 +21,7 @@ namespace loopback {
  *     request->SetUrl(server.Url("/echo"));
  * @endcode
  *
- * It serves until it is destroyed and keeps every request it got.
+ * It serves until it is destroyed and keeps every request it got, until told to forget.
  */
 class Server : public QTcpServer
 {
@@ -38,6 +38,7 @@ public:
 
     /** All complete requests so far, in the order of their arrival. */
     const QList<Request>& Requests() const { return requests_; }
+    void ForgetRequests() { requests_.clear(); }
 
     /** Records a request and asks the handler for its reply. */
     Reply Answer(const Request& request);
