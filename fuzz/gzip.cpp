@@ -1,0 +1,88 @@
+// Decompresses any bytes, and streams that were whole before they were damaged, against zlib in a
+// single call; compresses any bytes.
+#include "fuzz.h"
+
+#include <common/tools/qcompressor.h>
+
+#include <zlib.h>
+
+using tools::QCompressor;
+
+namespace {
+
+constexpr int windowBits = 15 + 16; // gzip
+constexpr int mostDecoded = 1 << 26;
+
+struct Decoded
+{
+    bool complete = false;
+    QByteArray bytes;
+};
+
+// The first member. The output grows until all of it fits.
+Decoded PlainDecompress(const QByteArray& input)
+{
+    for (int room = 1 << 14; room <= mostDecoded; room *= 16) {
+        Decoded decoded;
+        decoded.bytes = QByteArray(room, Qt::Uninitialized);
+        z_stream z = {};
+        EXPECT(inflateInit2(&z, windowBits) == Z_OK);
+        z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(input.constData()));
+        z.avail_in = static_cast<uInt>(input.size());
+        z.next_out = reinterpret_cast<Bytef*>(decoded.bytes.data());
+        z.avail_out = static_cast<uInt>(room);
+        decoded.complete = inflate(&z, Z_NO_FLUSH) == Z_STREAM_END;
+        inflateEnd(&z);
+        decoded.bytes.chop(static_cast<int>(z.avail_out));
+        if (z.avail_out > 0)
+            return decoded;
+    }
+    EXPECT(!"an input that small cannot hold that much");
+    return {};
+}
+
+void TryDecompress(const QByteArray& input)
+{
+    QByteArray output = "old";
+    const bool result = QCompressor::gzipDecompress(input, output);
+    if (input.isEmpty()) {
+        EXPECT(result && output.isEmpty());
+        return;
+    }
+    const Decoded plain = PlainDecompress(input);
+    EXPECT(result == plain.complete);
+    EXPECT(!result || output.size() == plain.bytes.size());
+    EXPECT(plain.bytes.startsWith(output));
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    Input input(data, size);
+    if (input.Number(0, 2) == 0) {
+        TryDecompress(input.Rest());
+        return 0;
+    }
+
+    // Beyond the size of the buffers that the library works with, now and then.
+    const int level = input.Number(-2, 10);
+    const int repetitions = input.Number(0, 15) ? 1 : 40;
+    const int damage = input.Number(0, 255);
+    const int place = input.Number(0, 1 << 20);
+    const QByteArray bytes = input.Rest().repeated(repetitions);
+    QByteArray packed = "old";
+    EXPECT(QCompressor::gzipCompress(bytes, packed, level));
+    EXPECT(packed.isEmpty() == bytes.isEmpty());
+    QByteArray unpacked = packed;
+    EXPECT(QCompressor::gzipDecompress(unpacked, unpacked) && unpacked == bytes);
+    TryDecompress(packed + packed.left(damage));
+    if (packed.isEmpty())
+        return 0;
+
+    const int at = place % packed.size();
+    TryDecompress(packed.left(at));
+    packed[at] = static_cast<char>(packed[at] ^ damage);
+    TryDecompress(packed);
+    return 0;
+}
