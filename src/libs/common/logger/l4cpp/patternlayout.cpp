@@ -1,10 +1,11 @@
 #include "common/logger/l4cpp/patternlayout_p.h"
 
+#include <QRegularExpression>
+
 #include <log4cpp/LoggingEvent.hh>
 #include <log4cpp/Priority.hh>
 
 #include <cstdlib>
-#include <regex>
 
 namespace common::logger::l4cpp {
 
@@ -48,35 +49,45 @@ void PatternLayout::setConversionPattern(const std::string& pattern)
 // Takes the plain forms only; other ones, such as %5.10c, %c{2} and %d{ISO8601}, are log4cpp's.
 bool PatternLayout::Parse(const std::string& pattern, std::vector<Piece>& pieces)
 {
-    static const std::regex plain("([^%]+)|%(-?[0-9]{0,3})([ptcm])(?!\\{)|%(n)(?!\\{)|"
-                                  "%(d)\\{([^}]*%[^}]*)\\}");
-    auto from = pattern.cbegin();
-    std::smatch match;
-    while (from != pattern.cend()) {
-        if (!std::regex_search(from, pattern.cend(), match, plain,
-                               std::regex_constants::match_continuous))
+    static const QRegularExpression plain(
+        QStringLiteral("\\G(?:([^%]+)|%(-?[0-9]{0,3})([ptcm])(?!\\{)|%(n)(?!\\{)|"
+                       "%d\\{([^}]*%[^}]*)\\})"));
+    const QString text = QString::fromLatin1(pattern.data(), static_cast<int>(pattern.size()));
+    int end = 0;
+    while (end < text.size()) {
+        const auto match = plain.match(text, end);
+        if (!match.hasMatch())
             return false;
+        end = match.capturedEnd();
         Piece piece;
-        if (match[1].matched) {
-            piece.text = match[1];
-        } else if (match[4].matched) {
+        if (match.capturedLength(1) > 0) {
+            piece.text = match.captured(1).toLatin1().toStdString();
+        } else if (match.capturedLength(4) > 0) {
             piece.text = "\n";
-        } else if (match[5].matched) {
-            const std::string format = match[6];
-            const size_t place = format.find("%l");
-            piece.kind = 'd';
-            piece.text = format.substr(0, place);
-            piece.milliseconds = place != std::string::npos;
-            if (piece.milliseconds)
-                piece.after = format.substr(place + 2);
+        } else if (match.capturedLength(5) > 0) {
+            if (!SetDate(piece, match.captured(5).toLatin1().toStdString()))
+                return false;
         } else {
-            piece.kind = match[3].str()[0];
-            piece.width = std::atoi(match[2].str().c_str());
+            piece.kind = match.captured(3).at(0).toLatin1();
+            piece.width = match.captured(2).toInt();
         }
         pieces.push_back(piece);
-        from = match[0].second;
     }
     return true;
+}
+
+bool PatternLayout::SetDate(Piece& piece, const std::string& format)
+{
+    // Nothing that the milliseconds would become a part of, and no end before theirs.
+    static const QRegularExpression whole(
+        QStringLiteral("\\A(?:[^%\\x00]|%[EO]?[A-DF-NP-Za-z%])*\\z"));
+    const size_t place = format.find("%l");
+    piece.kind = 'd';
+    piece.text = format.substr(0, place);
+    piece.milliseconds = place != std::string::npos;
+    if (piece.milliseconds)
+        piece.after = format.substr(place + 2);
+    return whole.match(QString::fromLatin1(piece.text.c_str(), int(piece.text.size()))).hasMatch();
 }
 
 std::string PatternLayout::format(const log4cpp::LoggingEvent& event)

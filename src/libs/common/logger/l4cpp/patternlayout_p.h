@@ -35,6 +35,7 @@ private:
         std::string after;
     };
 
+    static bool SetDate(Piece& piece, const std::string& format);
     static bool Parse(const std::string& pattern, std::vector<Piece>& pieces);
     void AppendDate(std::string& line, const Piece& piece, Stamp& stamp,
                     const log4cpp::TimeStamp& time);
