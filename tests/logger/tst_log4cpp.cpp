@@ -181,6 +181,13 @@ private Q_SLOTS:
         QTest::newRow("cut pattern") << 0x100u << "%m%" << basic;
         QTest::newRow("date too long")
             << 0x100u << "%d{" + QString("%Y").repeated(30) + "}" << basic;
+        QTest::newRow("date too long by its milliseconds")
+            << 0x100u << "%d{" + QString(97, 'x') + "%l}" << basic;
+        QTest::newRow("date too long in September")
+            << 0x100u << "%d{" + QString("%B").repeated(12) + "}" << basic;
+        QTest::newRow("date too long without an end")
+            << 0x100u << "%5d{" + QString("%Y").repeated(30) << basic;
+        QTest::newRow("padding beyond memory") << 0x100u << "%2000000000m" << basic;
         QTest::newRow("long date") << 0x100u << "%10d{" + QString("%Y").repeated(20) + "}%n"
                                    << "\\A\\d{80}\\z";
     }
@@ -203,6 +210,8 @@ private Q_SLOTS:
                                     "%d{%H:%M:%S}%m",
                                     "%d{%l}",
                                     "%d{a%l%S%l%%}",
+                                    "%d{%E%l}",
+                                    "%%12345|%%d{%%%m",
                                     "%d{%A %d %B %c}|%d{%s.%l}",
                                     "%d",
                                     "%d{}",
@@ -360,6 +369,9 @@ private Q_SLOTS:
         row("bad pattern", "rootCategory=INFO, A\nappender.A=ConsoleAppender\n"
                            "appender.A.layout=PatternLayout\n"
                            "appender.A.layout.ConversionPattern=%!\n");
+        row("unwritable pattern", "rootCategory=INFO, A\nappender.A=ConsoleAppender\n"
+                                  "appender.A.layout=PatternLayout\n"
+                                  "appender.A.layout.ConversionPattern=%9999999999m\n");
     }
 
     void brokenPropertyFileFallsBack()
@@ -377,6 +389,24 @@ private Q_SLOTS:
     {
         for (const QString& config : {QString(), Path("missing"), directory_.path()})
             QVERIFY(!logger_->Configure(config));
+    }
+
+    // log4cpp knows it by then, whatever has become of it.
+    void propertyFileNamesAnAppenderOfAnEarlierOne()
+    {
+        const QByteArray layout = ".layout=SimpleLayout\n";
+        const QByteArray file =
+            "appender.A=FileAppender\nappender.A.fileName=" + path_.toLocal8Bit() + "\nappender.A" +
+            layout;
+        for (const QByteArray& content : {"rootCategory=INFO, A\n" + file,
+                                          "rootCategory=INFO, B\nappender.B=ConsoleAppender\n"
+                                          "appender.B" +
+                                              layout,
+                                          QByteArray("rootCategory=INFO, A\n")})
+            QVERIFY(logger_->Configure(Write("earlier", content)));
+        Append(IMessage::INFO, "text");
+        QCOMPARE(Lines(), QStringList("INFO    : text"));
+        log4cpp::Category::getRoot().removeAllAppenders();
     }
 
     void negativeBackupsInPropertyFile()

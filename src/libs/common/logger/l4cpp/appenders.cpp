@@ -1,10 +1,16 @@
 #include "common/logger/l4cpp/appenders_p.h"
 
+#include "common/logger/l4cpp/layouts_p.h"
+
 #include <log4cpp/Category.hh>
+#include <log4cpp/LayoutAppender.hh>
+#include <log4cpp/PatternLayout.hh>
 #include <log4cpp/RollingFileAppender.hh>
 
+#include <algorithm>
 #include <limits>
-#include <memory>
+#include <map>
+#include <string>
 #include <vector>
 
 namespace common::logger::l4cpp {
@@ -17,6 +23,13 @@ std::vector<log4cpp::Category*> AllCategories()
         log4cpp::Category::getCurrentCategories());
     categories->push_back(&log4cpp::Category::getRoot());
     return *categories;
+}
+
+// Never freed as a whole: log4cpp may ask for one of them to the end of the process.
+auto& Parked()
+{
+    static auto* parked = new std::multimap<std::string, std::unique_ptr<log4cpp::Appender>>;
+    return *parked;
 }
 
 } // namespace
@@ -33,6 +46,20 @@ log4cpp::AppenderSet AttachedByReference()
     return appenders;
 }
 
+bool HasWritableLayout(log4cpp::Appender* appender)
+{
+    struct Access : log4cpp::LayoutAppender
+    {
+        using LayoutAppender::_getLayout;
+    };
+    auto* withLayout = dynamic_cast<log4cpp::LayoutAppender*>(appender);
+    if (!withLayout)
+        return true;
+    const auto* layout =
+        dynamic_cast<log4cpp::PatternLayout*>(&(withLayout->*(&Access::_getLayout))());
+    return !layout || IsWritable(layout->getConversionPattern());
+}
+
 // A negative number in a property file has become one of billions.
 void LimitBackups(log4cpp::Appender* appender)
 {
@@ -43,10 +70,26 @@ void LimitBackups(log4cpp::Appender* appender)
     file->setMaxBackupIndex(negative ? 1 : mostBackups);
 }
 
-void DetachEverywhere(log4cpp::Appender* appender)
+std::unique_ptr<log4cpp::Appender> TakeOver(log4cpp::Appender* appender)
+{
+    const auto [first, last] = Parked().equal_range(appender->getName());
+    const auto place = std::find_if(
+        first, last, [appender](const auto& entry) { return entry.second.get() == appender; });
+    if (place != last) {
+        place->second.release();
+        appender->reopen();
+    }
+    Parked().erase(first, last);
+    return std::unique_ptr<log4cpp::Appender>(appender);
+}
+
+void Park(std::unique_ptr<log4cpp::Appender> appender)
 {
     for (log4cpp::Category* category : AllCategories())
-        category->removeAppender(appender);
+        category->removeAppender(appender.get());
+    appender->close();
+    const std::string name = appender->getName();
+    Parked().emplace(name, std::move(appender));
 }
 
 } // namespace common::logger::l4cpp

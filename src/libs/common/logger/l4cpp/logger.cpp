@@ -146,8 +146,8 @@ void Logger::Retire()
     while (appending > 0 && !deadline.hasExpired())
         std::this_thread::yield();
     SetFileAppender(nullptr, QString());
-    for (const auto& appender : configured)
-        DetachEverywhere(appender.get());
+    for (auto& appender : configured)
+        Park(std::move(appender));
     configured.clear();
 }
 
@@ -233,6 +233,8 @@ bool Logger::Configure(const QString& configFile)
     } catch (...) {
         succeeded = false;
     }
+    for (log4cpp::Appender* appender : AttachedByReference())
+        succeeded = succeeded && (before.count(appender) > 0 || HasWritableLayout(appender));
     TakeOverAppenders(before, succeeded);
     return succeeded;
 }
@@ -241,20 +243,21 @@ bool Logger::Configure(const QString& configFile)
 void Logger::TakeOverAppenders(const log4cpp::AppenderSet& before, bool keep)
 {
     const log4cpp::AppenderSet attached = AttachedByReference();
-    const auto isDetached = [&attached](const auto& appender) {
-        return attached.count(appender.get()) == 0;
-    };
-    configured.erase(std::remove_if(configured.begin(), configured.end(), isDetached),
-                     configured.end());
+    const auto detached =
+        std::partition(configured.begin(), configured.end(), [&attached](const auto& appender) {
+            return attached.count(appender.get()) > 0;
+        });
+    std::for_each(detached, configured.end(), [](auto& appender) { Park(std::move(appender)); });
+    configured.erase(detached, configured.end());
     for (log4cpp::Appender* appender : attached) {
         if (before.count(appender) > 0)
             continue;
-        std::unique_ptr<log4cpp::Appender> owned(appender);
+        auto owned = TakeOver(appender);
         LimitBackups(appender);
         if (keep)
             configured.push_back(std::move(owned));
         else
-            DetachEverywhere(appender);
+            Park(std::move(owned));
     }
 }
 

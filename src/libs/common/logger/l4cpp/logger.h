@@ -86,8 +86,8 @@ public:
      * @param format  0x100 pattern layout, 0x400 basic layout, 0x200 simple layout; the first of
      *                these that is set
      * @param pattern conversion pattern; empty for "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n"
-     * @return null if no bit is set, log4cpp refuses the pattern or a date in it has 100 or more
-     *         bytes: the appender's own layout then
+     * @return null if no bit is set, log4cpp refuses the pattern, a date in it can have 100 or more
+     *         bytes or a width has five or more digits: the appender's own layout then
      */
     log4cpp::Layout* getLayout(unsigned int format, const QString& pattern);
 
@@ -109,8 +109,8 @@ public:
      * are replaced; one that a file declares, but attaches to no category, stays open for good. A
      * number of backups below 0 becomes 1, one above 100000 becomes that.
      *
-     * @return whether that succeeded; if not, levels may be changed and appenders gone, but none of
-     *         the file's is attached
+     * @return whether that succeeded; false also for a pattern that getLayout() does not take. If
+     *         not, levels may be changed and appenders gone, but none of the file's is attached
      */
     bool Configure(const QString& configFile) override;
 
