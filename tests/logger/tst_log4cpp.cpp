@@ -185,6 +185,7 @@ private Q_SLOTS:
             << 0x100u << "%d{" + QString(97, 'x') + "%l}" << basic;
         QTest::newRow("date too long in September")
             << 0x100u << "%d{" + QString("%B").repeated(12) + "}" << basic;
+        QTest::newRow("date too long by an unfinished conversion") << 0x100u << "%d{%100}" << basic;
         QTest::newRow("date too long without an end")
             << 0x100u << "%5d{" + QString("%Y").repeated(30) << basic;
         QTest::newRow("padding beyond memory") << 0x100u << "%2000000000m" << basic;

@@ -35,7 +35,7 @@ bool FitsDateBuffer(std::string format)
     const size_t milliseconds = format.find("%l");
     if (milliseconds != std::string::npos)
         format.replace(milliseconds, 2, "999");
-    format += '.'; // so that it is not empty
+    format.insert(0, "."); // so that it is not empty
     const std::time_t now = std::time(nullptr);
     std::tm local = {};
     localtime_r(&now, &local);
