@@ -4,6 +4,8 @@
 #include <common/http/httprequestpartformdata.h>
 
 #include "support/recordinglogger.h"
+#include "support/requestrecord.h"
+#include "support/scriptedserver.h"
 #include "support/tree.h"
 
 #include <loopback/message.h>
@@ -19,7 +21,9 @@
 #include <memory>
 #include <vector>
 
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <zlib.h>
 
 using namespace common::http;
 
@@ -35,7 +39,7 @@ enum Action {
     Close,
     Reset,
     Silence,
-    Drip,
+    Trickle,
     Garbage,
     Flood,
     Refuse,
@@ -171,7 +175,7 @@ private:
             setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce,
                        sizeof atOnce);
             return socket->abort();
-        case Drip:
+        case Trickle:
             return DripRest(socket, rest);
         case Flood:
             connect(socket, &QTcpSocket::bytesWritten, socket, [socket] {
@@ -233,7 +237,7 @@ public:
         };
         if (successes_ + failures_ != 1)
             return complaint(QString("%1 ends").arg(successes_ + failures_));
-        const bool harmless = fault_.action == Drip || fault_.action == WrongCoding ||
+        const bool harmless = fault_.action == Trickle || fault_.action == WrongCoding ||
                               (fault_.action == TooShort && kind_ != Download);
         const bool harmful = fault_.action >= Silence && fault_.action != Garbage && !harmless &&
                              fault_.stage != Trailer;
@@ -314,6 +318,29 @@ private:
     int failures_ = 0;
 };
 
+// A gzip stream of ten megabytes that would be ten gigabytes: the same piece again and again.
+QByteArray GzipBomb()
+{
+    constexpr int gigabytes = 10;
+    constexpr int pieceSize = 64 << 20;
+    QByteArray zeros(pieceSize, '\0');
+    z_stream z = {};
+    deflateInit2(&z, 9, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    const auto next = [&] {
+        QByteArray packed(1 << 20, '\0');
+        z.next_in = reinterpret_cast<Bytef*>(zeros.data());
+        z.avail_in = pieceSize;
+        z.next_out = reinterpret_cast<Bytef*>(packed.data());
+        z.avail_out = static_cast<uInt>(packed.size());
+        deflate(&z, Z_FULL_FLUSH); // what follows refers to nothing before
+        return packed.left(packed.size() - static_cast<int>(z.avail_out));
+    };
+    const QByteArray first = next();
+    const QByteArray bomb = first + next().repeated(gigabytes * (1024 / 64) - 1);
+    deflateEnd(&z);
+    return bomb;
+}
+
 } // namespace
 
 // What a client meets of a faulty server, many at once.
@@ -333,7 +360,7 @@ private:
         for (int stage = 0; stage < stages; ++stage) {
             for (int action = Close; action < Refuse; ++action) {
                 // A drip takes something to drip; the flood of headers comes alone.
-                if (action != Flood && (action != Drip || stage >= Asked))
+                if (action != Flood && (action != Trickle || stage >= Asked))
                     faults.push_back({static_cast<Stage>(stage), static_cast<Action>(action)});
             }
         }
@@ -404,6 +431,27 @@ private Q_SLOTS:
         QVERIFY(complaints.isEmpty());
         qInfo("%d exchanges", count_);
         QTRY_VERIFY(OpenFiles() <= openFiles);
+    }
+
+    void gzipBomb()
+    {
+        if (!qEnvironmentVariableIsSet("QVCOMMON_LONG_TESTS"))
+            QSKIP("takes 2 GiB of memory");
+        const QByteArray bomb = GzipBomb();
+        ScriptedServer server;
+        server.Script("/bomb", {Gzip(bomb)});
+        QNetworkAccessManager manager;
+        const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&manager, nullptr));
+        request->SetUrl(server.Url("/bomb"));
+        const RecordingLogger log;
+        const RequestRecord record(request.get());
+        request->Get();
+        QTRY_COMPARE_WITH_TIMEOUT(record.Finals(), 1, 120'000);
+        QCOMPARE(log.Lines("Failed to decompress gzip, using uncompressed data!").size(), 1);
+        rusage usage = {};
+        getrusage(RUSAGE_SELF, &usage);
+        qInfo("%d bytes, %ld MiB of memory at most", bomb.size(), usage.ru_maxrss / 1024);
+        QVERIFY(usage.ru_maxrss < 3 << 20); // KiB
     }
 };
 
