@@ -382,8 +382,9 @@ private Q_SLOTS:
         using Action = void (*)(HttpRequest*);
         const Action actions[] = {[](HttpRequest* request) { request->Abort(); },
                                   [](HttpRequest* request) { request->Get(); },
+                                  [](HttpRequest* request) { request->deleteLater(); },
                                   [](HttpRequest* request) {
-                                      request->deleteLater();
+                                      delete request;
                                   }};
         server_.Script(path_, {Drip(QByteArray(3000, 'x'), 1000, 120)});
         const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();

@@ -211,8 +211,9 @@ void FileDownload::Abort()
     }
     if (QNetworkReply* reply = request_->Reply())
         disconnect(reply, nullptr, this, nullptr);
+    const QPointer<FileDownload> self(this); // whoever hears of it may delete this object
     request_->Abort();
-    if (file_)
+    if (self && file_)
         file_->flush();
 }
 

@@ -112,20 +112,23 @@ void HttpRequest::Resend()
 
 void HttpRequest::Abort()
 {
-    if (isRunning())
-        Release(std::exchange(reply_, nullptr));
-    else
-        Silence(reply_); // a reply may be done before its finished() is delivered
-
     if (resendTimer_)
         resendTimer_->stop();
+
+    if (isRunning())
+        Release(std::exchange(reply_, nullptr)); // whoever hears of it may delete this object
+    else
+        Silence(reply_); // a reply may be done before its finished() is delivered
 }
 
 bool HttpRequest::SendRequest(HTTPRequestMethod method)
 {
     method_ = method;
+    const QPointer<HttpRequest> self(this);
     if (reply_)
         Abort();
+    if (!self)
+        return false;
     Release(std::exchange(reply_, nullptr));
     if (resendTimer_)
         resendTimer_->stop(); // a pending re-send would cut off the new transfer later
@@ -307,9 +310,10 @@ void HttpRequest::OnRequestTimeout()
 {
     REQUEST_LOG(ERROR) << QStringLiteral("Request to URL='%1' timed out! attempt='%2'.")
                               .arg(GetUrl().toString(), QString::number(attempt_));
+    const QPointer<HttpRequest> self(this);
     Abort();
-    if (isRunning())
-        return; // somebody has answered the abort with a new send
+    if (!self || isRunning())
+        return; // somebody has answered the abort with a deletion, or a new send
     if (!AskRetryIfPossible())
         Q_EMIT requestError(QNetworkReply::TimeoutError, QStringLiteral("Request timed out"),
                             QByteArray());
@@ -373,8 +377,10 @@ void HttpRequest::LogAcceptedReply() const
 void HttpRequest::ReportSuccess(const QByteArray& body)
 {
     LogAcceptedReply();
+    const QPointer<HttpRequest> self(this); // a slot may delete it
     Q_EMIT requestFinishedWithBinaryData(body);
-    Q_EMIT requestFinished(QString::fromUtf8(body)); // up to the first zero byte
+    if (self)
+        Q_EMIT requestFinished(QString::fromUtf8(body)); // up to the first zero byte
 }
 
 void HttpRequest::ReportFailure(const QByteArray& body)
@@ -390,11 +396,13 @@ void HttpRequest::ReportFailure(const QByteArray& body)
 
     if (IsNetworkProblem(code) && AskRetryIfPossible())
         return;
+    const QPointer<HttpRequest> self(this); // a slot may delete it
     if (IsProxyProblem(code))
         Q_EMIT proxyError(code, text);
-    if (code == QNetworkReply::ProtocolInvalidOperationError)
+    if (self && code == QNetworkReply::ProtocolInvalidOperationError)
         Q_EMIT invalidOperationError(code, text);
-    Q_EMIT requestError(code, text, body);
+    if (self)
+        Q_EMIT requestError(code, text, body);
 }
 
 // "[request, reply]: ", numbers that tell objects apart in a log.
