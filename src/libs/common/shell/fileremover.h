@@ -76,7 +76,10 @@ public Q_SLOTS:
     void Abort(bool force);
 
 Q_SIGNALS:
-    /** So many of the entries are done. Not emitted during the scan. */
+    /**
+     * So many of the entries are done. Not emitted during the scan. Each report arrives, in order, but
+     * the thread is woken for them every 10 ms at most.
+     */
     void progress(int current, int total);
     /** The job has ended: everything was removed. */
     void succesed();
