@@ -26,8 +26,10 @@ constexpr int gzipWindowBits = 15 + 16;
 QByteArray Prose(qint64 size)
 {
     QRandomGenerator random(1);
+    constexpr int vocabulary = 2000;
     std::vector<QByteArray> words;
-    for (int i = 0; i < 2000; ++i)
+    words.reserve(vocabulary);
+    for (int i = 0; i < vocabulary; ++i)
         words.push_back(QByteArray::number(random.generate(), 36) + ' ');
     QByteArray text;
     text.reserve(static_cast<int>(size) + 16);

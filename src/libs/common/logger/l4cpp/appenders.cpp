@@ -76,7 +76,7 @@ std::unique_ptr<log4cpp::Appender> TakeOver(log4cpp::Appender* appender)
     const auto place = std::find_if(
         first, last, [appender](const auto& entry) { return entry.second.get() == appender; });
     if (place != last) {
-        place->second.release();
+        static_cast<void>(place->second.release()); // the caller owns it again
         appender->reopen();
     }
     Parked().erase(first, last);

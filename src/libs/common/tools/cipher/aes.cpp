@@ -45,7 +45,7 @@ bool SetKey(const QString& key, int enc, AES_KEY& schedule)
 }
 
 // OpenSSL works on whole blocks, in place. Zero bytes if it refuses the key.
-QByteArray Crypted(const QString& key, const QByteArray& in, int enc)
+QByteArray CryptBlocks(const QString& key, const QByteArray& in, int enc)
 {
     QByteArray blocks = ZeroPadded(in, RoundedUp(in.size()));
     AES_KEY schedule;
@@ -83,7 +83,7 @@ const char* AES::ivec()
 
 QByteArray& AES::crypt(const QString& key, const QByteArray& in, QByteArray& out, int enc)
 {
-    const QByteArray blocks = Crypted(key, in, enc);
+    const QByteArray blocks = CryptBlocks(key, in, enc);
     const int size = std::min(out.size(), enc ? blocks.size() : in.size());
     std::copy_n(blocks.cbegin(), size, out.begin());
     return out;
@@ -91,12 +91,12 @@ QByteArray& AES::crypt(const QString& key, const QByteArray& in, QByteArray& out
 
 QByteArray& AES::encrypt(const QString& key, const QByteArray& in, QByteArray& out)
 {
-    return out = Crypted(key, in, AES_ENCRYPT);
+    return out = CryptBlocks(key, in, AES_ENCRYPT);
 }
 
 QByteArray& AES::decrypt(const QString& key, const QByteArray& in, QByteArray& out)
 {
-    return out = Crypted(key, in, AES_DECRYPT);
+    return out = CryptBlocks(key, in, AES_DECRYPT);
 }
 
 QByteArray& AES::encrypt(const QByteArray& in, QByteArray& out)
