@@ -26,6 +26,11 @@ namespace {
 constexpr logger::ICategory logCategory{"test.lifetimes"};
 constexpr char logSource[] = "tests/faults/tst_lifetimes";
 
+void LogOneLine()
+{
+    QVLOG(DEBUG) << "from another thread";
+}
+
 int ThreadCount()
 {
     return QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
@@ -341,7 +346,7 @@ protected:
             logger::GetLog4cpp()->EnablePosition(Toss());
             break;
         default: {
-            std::thread other([] { QVLOG(DEBUG) << "from another thread"; });
+            std::thread other(&LogOneLine);
             QVLOG(DEBUG) << "line " << Pick(100);
             other.join();
         }
