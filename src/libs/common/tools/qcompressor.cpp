@@ -1,6 +1,5 @@
 #include "common/tools/qcompressor.h"
 
-#include <array>
 #include <limits>
 #include <new>
 
@@ -32,22 +31,24 @@ public:
         z_.avail_in = static_cast<uInt>(qMin<qint64>(chunkSize, input.size() - offset));
     }
 
-    // Calls step with fresh output buffers until one is not filled; returns its last result. An
-    // output that has grown too large counts as failed memory.
+    // Calls step with fresh room for output until it is not filled; returns its last result. What a
+    // failed call has written is not kept. An output that grows too large counts as failed memory.
     template <typename Step, typename Failed>
     int Drain(QByteArray& output, Step step, Failed failed)
     {
         int result = Z_OK;
         do {
-            z_.next_out = buffer_.data();
+            const int size = output.size();
+            if (size > maxOutputSize - chunkSize)
+                return Z_MEM_ERROR;
+            output.resize(size + chunkSize);
+            z_.next_out = reinterpret_cast<Bytef*>(output.data() + size);
             z_.avail_out = chunkSize;
             result = step(&z_);
+            output.resize(failed(result) ? size
+                                         : size + chunkSize - static_cast<int>(z_.avail_out));
             if (failed(result))
                 return result;
-            const int produced = chunkSize - static_cast<int>(z_.avail_out);
-            if (output.size() > maxOutputSize - produced)
-                return Z_MEM_ERROR;
-            output.append(reinterpret_cast<const char*>(buffer_.data()), produced);
         } while (z_.avail_out == 0);
         return result;
     }
@@ -57,7 +58,6 @@ public:
 private:
     z_stream z_ = {};
     int (*end_)(z_streamp);
-    std::array<Bytef, chunkSize> buffer_;
 };
 
 bool Deflate(const QByteArray& input, QByteArray& output, int level)
