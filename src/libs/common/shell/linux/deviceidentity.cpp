@@ -1,6 +1,6 @@
 #include "common/shell/linux/deviceidentity_p.h"
 
-#include "common/logger/log.h"
+#include "common/logger/ilogger.h"
 #include "common/tools/string/converter.h"
 
 #include <QFile>
@@ -13,6 +13,7 @@
 #include <linux/hdreg.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace common::shell {
 
@@ -61,25 +62,26 @@ QString DeviceIdentity::HostName() const
     return QHostInfo::localHostName();
 }
 
-QString DeviceIdentity::SerialNumber() const
+QString DeviceIdentity::SerialNumber()
 {
     return GetSystemUUID();
 }
 
-QString DeviceIdentity::GetHHDSerialNumber() const
+QString DeviceIdentity::GetHHDSerialNumber()
 {
     const QStringList devices = DiskDevices();
     for (const QString& path : devices) {
         const int device = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
         if (device < 0) {
-            QVLOG(ERROR) << "Failed to open HDD device '" << path << "'.";
+            Keep(Priority::ERROR, QStringLiteral("Failed to open HDD device '%1'.").arg(path));
             continue;
         }
         hd_driveid drive = {};
         const bool identified = Identify(device, drive);
         close(device);
         if (!identified) {
-            QVLOG(ERROR) << "Failed to HDIO_GET_IDENTITY from device '" << path << "'.";
+            Keep(Priority::ERROR,
+                 QStringLiteral("Failed to HDIO_GET_IDENTITY from device '%1'.").arg(path));
             continue;
         }
         // The field need not be terminated.
@@ -91,11 +93,11 @@ QString DeviceIdentity::GetHHDSerialNumber() const
     return QString();
 }
 
-QString DeviceIdentity::GetCPUInfoHash() const
+QString DeviceIdentity::GetCPUInfoHash()
 {
     QFile file(CPUInfoFile());
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        QVLOG(ERROR) << "Failed to open '" << file.fileName() << "'!";
+        Keep(Priority::ERROR, QStringLiteral("Failed to open '%1'!").arg(file.fileName()));
         return QString();
     }
     QByteArray description;
@@ -109,13 +111,13 @@ QString DeviceIdentity::GetCPUInfoHash() const
     return description.isEmpty() ? QString() : converter::ToMD5(description);
 }
 
-QString DeviceIdentity::GetDBUSMachineID() const
+QString DeviceIdentity::GetDBUSMachineID()
 {
     const QStringList paths = MachineIDFiles();
     for (const QString& path : paths) {
         QFile file(path);
         if (!file.open(QIODevice::ReadOnly)) {
-            QVLOG(ERROR) << "Failed to open '" << path << "'!";
+            Keep(Priority::ERROR, QStringLiteral("Failed to open '%1'!").arg(path));
             continue;
         }
         const QByteArray content = file.readAll();
@@ -125,26 +127,41 @@ QString DeviceIdentity::GetDBUSMachineID() const
     return QString();
 }
 
-QString DeviceIdentity::GetSystemUUID() const
+QString DeviceIdentity::GetSystemUUID()
 {
     const QString disk = GetHHDSerialNumber();
     const QString processor = GetCPUInfoHash();
     const QString machine = GetDBUSMachineID();
     const QString host = HostName();
-    QVLOG(DEBUG) << "HDD=" << disk;
-    QVLOG(DEBUG) << "CPU=" << processor;
-    QVLOG(DEBUG) << "MACHINE-ID=" << machine;
-    QVLOG(DEBUG) << "HOST=" << host;
+    Keep(Priority::DEBUG, QStringLiteral("HDD=") + disk);
+    Keep(Priority::DEBUG, QStringLiteral("CPU=") + processor);
+    Keep(Priority::DEBUG, QStringLiteral("MACHINE-ID=") + machine);
+    Keep(Priority::DEBUG, QStringLiteral("HOST=") + host);
 
     QString identity = machine + disk + processor + host;
-    QVLOG(DEBUG) << "ID=" << identity;
+    Keep(Priority::DEBUG, QStringLiteral("ID=") + identity);
     if (identity.isEmpty()) {
-        QVLOG(ERROR) << "Failed to get system GUID!";
+        Keep(Priority::ERROR, QStringLiteral("Failed to get system GUID!"));
         identity = QUuid::createUuid().toString();
     }
     const QString serialNumber = converter::ToMD5(identity);
-    QVLOG(DEBUG) << "MD5ID=" << serialNumber;
+    Keep(Priority::DEBUG, QStringLiteral("MD5ID=") + serialNumber);
     return serialNumber;
+}
+
+void DeviceIdentity::Keep(Priority priority, const QString& text, const char* function, int line)
+{
+    records_.append({priority, text, function, line});
+}
+
+void DeviceIdentity::Log()
+{
+    const auto records = std::exchange(records_, {});
+    for (const Record& record : records)
+        logger::Message(logger::GetLogger(), &logCategory, record.priority, logSource,
+                        record.function, record.line)
+                .Out()
+            << record.text;
 }
 
 } // namespace common::shell

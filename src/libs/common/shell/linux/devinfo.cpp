@@ -7,7 +7,9 @@ namespace common::shell {
 
 QString DeviceInfo::GetSerialNumber()
 {
-    static const auto* serialNumber = new QString(DeviceIdentity().SerialNumber()); // never freed
+    DeviceIdentity identity;
+    static const auto* serialNumber = new QString(identity.SerialNumber()); // never freed
+    identity.Log(); // not before: a logger may ask for the serial number
     return *serialNumber;
 }
 
