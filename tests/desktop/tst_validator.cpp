@@ -48,7 +48,7 @@ private Q_SLOTS:
         QFETCH(int, state);
         int pos = text.indexOf('|');
         text.remove('|');
-        const CInsertionFixupValidator validator(QRegExp(pattern), nullptr);
+        const CInsertionFixupValidator validator{QRegExp(pattern)};
         const int result = validator.validate(text, pos);
         QVERIFY(pos <= text.size());
         if (state != QValidator::Invalid) // for which the base class moves the cursor
@@ -58,7 +58,7 @@ private Q_SLOTS:
 
     void positionOutsideTheText()
     {
-        const CInsertionFixupValidator validator(QRegExp("[0-9]*"), nullptr);
+        const CInsertionFixupValidator validator{QRegExp("[0-9]*")};
         for (int pos : {-1, 5}) {
             QString text = "1a2";
             const int expected = pos < 0 ? 0 : 2;
@@ -72,13 +72,20 @@ private Q_SLOTS:
         struct Upper : CInsertionFixupValidator
         {
             using CInsertionFixupValidator::CInsertionFixupValidator;
-            void fixup(QString& input) const override { input = input.toUpper(); }
+            void fixup(QString& input) const override
+            {
+                ++calls;
+                input = input.toUpper();
+            }
+            mutable int calls = 0;
         };
-        const Upper validator(QRegExp("[A-Z]*"), nullptr);
-        QString text = "abc";
-        int pos = 3;
+        const Upper validator(QRegExp("[A-Z]*"));
+        QString text = "ABc";
+        int pos = 2;
         QCOMPARE(validator.validate(text, pos), QValidator::Acceptable);
         QCOMPARE(text, "ABC");
+        QCOMPARE(pos, 2);
+        QCOMPARE(validator.calls, 1);
     }
 
     void lineEditKeepsAllowedRest()

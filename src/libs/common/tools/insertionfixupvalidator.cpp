@@ -36,7 +36,7 @@ QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) c
         pos = input.size();
     } else if (input != original) {
         QString before = original.left(pos);
-        fixup(before);
+        CInsertionFixupValidator::fixup(before);
         pos = std::min(before.size(), input.size());
     }
     return QRegExpValidator::validate(input, pos);

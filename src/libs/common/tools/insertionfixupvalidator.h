@@ -31,9 +31,9 @@ class QVCOMMON_EXPORT CInsertionFixupValidator : public QRegExpValidator
 
 public:
     /** Allows any text. */
-    explicit CInsertionFixupValidator(QObject* parent);
+    explicit CInsertionFixupValidator(QObject* parent = nullptr);
     /** Allows what the pattern matches, or could match if the text went on. */
-    CInsertionFixupValidator(const QRegExp& regExp, QObject* parent);
+    explicit CInsertionFixupValidator(const QRegExp& regExp, QObject* parent = nullptr);
     ~CInsertionFixupValidator() override;
 
     /**
@@ -43,10 +43,11 @@ public:
     void fixup(QString& input) const override;
 
     /**
-     * Calls fixup(), then judges the text that is left as QRegExpValidator does.
+     * Calls fixup(), once, then judges the text that is left as QRegExpValidator does.
      *
      * @param[in,out] input the text of the field
-     * @param[in,out] pos   the cursor; stays behind what is left of the text that was before it
+     * @param[in,out] pos   the cursor; stays behind what this class would leave of the text before
+     *                      it, whatever a subclass's fixup() does
      */
     QValidator::State validate(QString& input, int& pos) const override;
 };
