@@ -110,8 +110,10 @@ private Q_SLOTS:
     void overlayFillsTarget()
     {
         QFETCH(double, ratio);
-        QPixmap base(10, 10);
-        base.fill(Qt::green);
+        QImage halves(2, 1, QImage::Format_RGB32); // each pixel keeps its colour when enlarged
+        halves.setPixelColor(0, 0, QColor(0, 0, 0));
+        halves.setPixelColor(1, 0, QColor(0, 255, 0));
+        const QPixmap base = QPixmap::fromImage(halves);
         QPixmap overlay(64, 64);
         overlay.fill(QColor(0, 0, 255, 128));
         overlay.setDevicePixelRatio(ratio);
@@ -119,8 +121,10 @@ private Q_SLOTS:
         target.fill(Qt::red);
         target.setDevicePixelRatio(ratio);
         DrawWithOverlay(target, base, overlay, 0.5);
-        for (const QPoint corner : {QPoint(0, 0), QPoint(39, 0), QPoint(0, 19), QPoint(39, 19)}) {
-            const QColor color = target.toImage().pixelColor(corner);
+        for (const QPoint point : {QPoint(0, 0), QPoint(39, 0), QPoint(0, 19), QPoint(39, 19),
+                                   QPoint(19, 10), QPoint(20, 10)}) {
+            const QColor color = target.toImage().pixelColor(point);
+            QVERIFY(qAbs(color.green() - (point.x() < 20 ? 0 : 191)) <= 2);
             QCOMPARE(color.red(), 0);
             QVERIFY(qAbs(color.blue() - 64) <= 2 && color.alpha() == 255);
         }

@@ -29,7 +29,6 @@ void DrawWithOverlay(QPixmap& target, const QPixmap& base, const QPixmap& overla
         return;
     target.fill(Qt::transparent);
     QPainter painter(&target);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform); // on high-DPI screens they are larger
     const QRectF whole(QPointF(0, 0), QSizeF(target.size()) / target.devicePixelRatio());
     painter.drawPixmap(whole, base, base.rect());
     painter.setOpacity(opacity);
