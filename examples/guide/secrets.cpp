@@ -2,7 +2,7 @@
 
 #include <common/shell/linux/devinfo.h>
 #include <common/tools/cipher/aes.h>
-#include <common/tools/jsonfile/jsonfile.h>
+#include <common/tools/jsonfile.h>
 
 void Client::StorePassword(const QString& password)
 {

@@ -1,4 +1,4 @@
-#include <common/tools/jsonfile/jsonfile.h>
+#include <common/tools/jsonfile.h>
 
 #include "support/process.h"
 #include "support/recordinglogger.h"
@@ -64,8 +64,9 @@ private Q_SLOTS:
         }
         QCOMPARE(content, QJsonDocument(settings).toJson());
 
-        JsonFile file(path, key);
+        JsonFile file = {path, key};
         QVERIFY(file.isNull());
+        QCOMPARE(file.FileName(), path);
         QVERIFY(file.Load());
         QCOMPARE(file.object(), settings);
         JsonFile other(path, settings, key.isEmpty() ? "some key" : "");
@@ -100,7 +101,8 @@ private Q_SLOTS:
         WriteFile(Path("file"), "kept");
         const QString below = Path("file/below/f");
         const QString longKey(33, 'k');
-        const QStringList notLoaded = {"", Path("missing"), directory_->path()};
+        MakeTree(directory_->path(), {"pipe|"});
+        const QStringList notLoaded = {"", Path("missing"), directory_->path(), Path("pipe")};
         for (const QString& path : notLoaded) {
             JsonFile file(path, settings);
             QVERIFY(!file.Load());
@@ -129,6 +131,7 @@ private Q_SLOTS:
                 {"3 jsonfile Load: FileName is empty!",
                  "3 jsonfile Load: Failed to open file " + quoted(notLoaded[1]) + " for read!",
                  "3 jsonfile Load: Failed to open file " + quoted(notLoaded[2]) + " for read!",
+                 "3 jsonfile Load: Failed to open file " + quoted(notLoaded[3]) + " for read!",
                  "3 jsonfile Load: Failed to open file " + quoted(Path("sparse")) + " for read!",
                  "3 jsonfile Save: FileName is empty!",
                  "3 jsonfile Save: Failed to create directory " + quoted(Path("file/below")) + "!",
@@ -139,6 +142,15 @@ private Q_SLOTS:
                  "3 jsonfile Save: Failed to save document in file " + quoted(Path("new/f")) +
                      "!"}));
         QCOMPARE(log.Files(), QStringList("src/libs/common/tools/jsonfile"));
+    }
+
+    void pathThatOnlyQtKnows()
+    {
+        QDir::setSearchPaths("settings", {directory_->path()});
+        QVERIFY(JsonFile(Path("f"), settings).Save());
+        JsonFile file("settings:f");
+        QVERIFY(file.Load());
+        QCOMPARE(file.object(), settings);
     }
 
     void printing()

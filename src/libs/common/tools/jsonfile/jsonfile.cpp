@@ -7,8 +7,11 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <fcntl.h>
 #include <new>
 #include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tools {
 
@@ -21,10 +24,25 @@ constexpr char logSource[] = "src/libs/common/tools/jsonfile";
 
 constexpr int longestKey = 32;
 
+// Never waits for a writer, as opening a FIFO would.
+bool OpenRegular(const QString& path, QFile& file)
+{
+    struct stat status = {};
+    const int descriptor =
+        open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0)
+        return false;
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
+        return file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+    close(descriptor);
+    return false;
+}
+
 bool ReadAll(const QString& fileName, QByteArray& content)
 {
+    const QFileInfo info(fileName); // which looks up search paths
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    if (info.isNativePath() ? !OpenRegular(info.filePath(), file) : !file.open(QIODevice::ReadOnly))
         return false;
     content = file.readAll(); // nothing, without an error, of a file above 2 GiB
     return file.error() == QFileDevice::NoError && content.size() >= file.size();
@@ -77,6 +95,16 @@ JsonFile::JsonFile(const QString& newFileName, const QJsonDocument& document, co
 {
 }
 
+const QString& JsonFile::FileName() const
+{
+    return fileName;
+}
+
+void JsonFile::SetDocument(const QJsonDocument& document)
+{
+    QJsonDocument::operator=(document);
+}
+
 bool JsonFile::Load()
 {
     if (fileName.isEmpty()) {
@@ -86,7 +114,7 @@ bool JsonFile::Load()
     try {
         QByteArray content;
         if (ReadAll(fileName, content)) {
-            QJsonDocument::operator=(Parse(content, key));
+            SetDocument(Parse(content, key));
             return true;
         }
     } catch (const std::bad_alloc&) {

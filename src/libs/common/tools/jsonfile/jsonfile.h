@@ -33,19 +33,27 @@ namespace tools {
 class QVCOMMON_EXPORT JsonFile : public QJsonDocument
 {
 public:
+    /** With an empty document, for a plain file. Reads nothing yet. */
+    explicit JsonFile(const QString& path) : JsonFile(path, QString()) {}
     /** With an empty document; @p key is empty for a plain file. Reads nothing yet. */
-    explicit JsonFile(const QString& fileName, const QString& key = QString());
+    JsonFile(const QString& fileName, const QString& key);
     /** With a document that is @p object; see above for the rest. */
     JsonFile(const QString& fileName, const QJsonObject& object, const QString& key = QString());
     /** With @p document; see above for the rest. */
     JsonFile(const QString& fileName, const QJsonDocument& document,
              const QString& key = QString());
 
+    /** The path, as it was given. */
+    const QString& FileName() const;
+
+    /** Replaces the whole document; the file stays as it is until Save(). */
+    void SetDocument(const QJsonDocument& document);
+
     /**
      * Replaces the document with the content of the file.
      *
      * @return whether the file could be read; if not, the document is as before. A file above 2 GiB
-     *         cannot be read. Content that is not JSON, was encrypted with another key, or comes
+     *         cannot be read, nor what is no regular file (a FIFO, a device). Content that is not JSON, was encrypted with another key, or comes
      *         with a key that is too long, makes the document null (isNull()), and counts as read.
      */
     bool Load();

@@ -1,0 +1,3 @@
+#pragma once
+
+#include "common/tools/jsonfile/jsonfile.h" // IWYU pragma: export
