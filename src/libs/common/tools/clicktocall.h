@@ -14,8 +14,6 @@ namespace common {
 class QVCOMMON_EXPORT ClickToCall
 {
 public:
-    ClickToCall() = delete;
-
     /** An empty list. */
     static QStringList availableProtocols();
     /** An empty list. */

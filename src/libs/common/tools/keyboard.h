@@ -8,8 +8,6 @@ namespace tools {
 class QVCOMMON_EXPORT Keyboard
 {
 public:
-    Keyboard() = delete;
-
     /** Always false. */
     static bool IsCapsLock();
 };

@@ -10,8 +10,6 @@ namespace tools::process {
 class QVCOMMON_EXPORT ProcHelper
 {
 public:
-    ProcHelper() = delete;
-
     /** 0: no process. */
     static unsigned long FindChildProcessId(unsigned long, QString);
     /** 0: no process. */
