@@ -8,7 +8,9 @@ set(cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/qvcommon")
 install(TARGETS qvcommon EXPORT qvcommonTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
     FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon" COMPONENT development
-    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon") # for a client's CMake before 3.23
+    INCLUDES DESTINATION
+        "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon" # for a client's CMake before 3.23
+        "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon/qtsingleapplication")
 install(EXPORT qvcommonTargets NAMESPACE qvcommon::
     DESTINATION "${cmake_dir}" COMPONENT development)
 

@@ -3,7 +3,7 @@
 #include "gallerywindow.h"
 #include "theme.h"
 
-#include <qtsingleapplication/qtsingleapplication.h>
+#include <QtSingleApplication>
 
 #include <QCommandLineParser>
 

@@ -1,7 +1,7 @@
 #include "client.h"
 
-#include <qtsingleapplication/qtlockedfile.h>
-#include <qtsingleapplication/qtsingleapplication.h>
+#include <QtLockedFile>
+#include <QtSingleApplication>
 
 void Client::UpdateShared(const QString& path)
 {

@@ -7,6 +7,7 @@ source=$(cd "$(dirname "$0")/client" && pwd)
 build=$1
 work=$2
 prefix=$work/prefix
+ccache=$(command -v ccache) || ccache=
 
 step() {
     echo "== $*"
@@ -16,7 +17,8 @@ step() {
 with_cmake() {
     name=$1
     shift
-    cmake -S "$source" -B "$work/$name" -G Ninja --fresh "$@" >"$work/$name.log" || {
+    cmake -S "$source" -B "$work/$name" -G Ninja --fresh ${ccache:+-DCMAKE_CXX_COMPILER_LAUNCHER=$ccache} \
+        "$@" >"$work/$name.log" || {
         cat "$work/$name.log"
         exit 1
     }
@@ -34,7 +36,7 @@ library=$(find "$prefix" -name 'libqvcommon.so' -printf '%h\n')
 
 step "find_package from the prefix; each public header alone"
 with_cmake installed "-DCMAKE_PREFIX_PATH=$prefix" "-DHEADERS_DIR=$prefix/include/qvcommon"
-echo "$(find "$work/installed" -maxdepth 1 -name '*_h.cpp' | wc -l) headers compile"
+echo "$(find "$work/installed" -maxdepth 1 -name '*.cpp' | wc -l) headers compile"
 
 step "find_package from the build tree"
 with_cmake buildtree "-Dqvcommon_DIR=$build"

@@ -5,8 +5,10 @@
 #include <common/http/httprequest.h>
 #include <common/logger/log.h>
 #include <common/shell/filecopier.h>
-#include <common/tools/jsonfile/jsonfile.h>
-#include <qtsingleapplication/qtsinglecoreapplication.h>
+#include <common/tools/jsonfile.h>
+
+#include <QtSingleCoreApplication>
+#include <qtlockedfile.h>
 
 #include <QDebug>
 #include <QFile>
