@@ -34,6 +34,9 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 "$prefix/bin/qvtool" --version
 library=$(find "$prefix" -name 'libqvcommon.so' -printf '%h\n')
 
+step "stays loaded when a plug-in that used it goes"
+readelf --dynamic "$library/libqvcommon.so" | grep NODELETE
+
 step "find_package from the prefix; each public header alone"
 with_cmake installed "-DCMAKE_PREFIX_PATH=$prefix" "-DHEADERS_DIR=$prefix/include/qvcommon"
 echo "$(find "$work/installed" -maxdepth 1 -name '*.cpp' | wc -l) headers compile"
