@@ -27,7 +27,10 @@ public:
 
     /** The MD5 digest (RFC 1321) of @p data: 32 lower-case hexadecimal characters. */
     static QString ToMD5(const QByteArray& data);
-    /** The MD5 digest of the UTF-8 bytes of @p text. */
+    /**
+     * The MD5 digest of the UTF-8 bytes of @p text. A literal must say which of the two it is:
+     * ToMD5(QStringLiteral("text")).
+     */
     static QString ToMD5(const QString& text);
     /**
      * The MD5 digest of what is left to read in @p device (a file of any size, say), in bounded
