@@ -184,11 +184,10 @@ private Q_SLOTS:
         QSignalSpy complete(restarted.get(), &IFileDownload::complete);
         for (auto* download : {aborted.get(), restarted.get()}) {
             server_.Script("/file", {Reply::Status(500, "Error"), Reply::Ok(content)});
-            const int hits = server_.Requests().size();
+            const RecordingLogger log;
             download->SetRetryCount(9);
             QVERIFY(download->Start());
-            QTRY_COMPARE(server_.Requests().size(), hits + 1);
-            QTest::qWait(100);
+            QTRY_VERIFY(!log.Lines("Retrying download...").isEmpty());
         }
         aborted->Abort();
         QVERIFY(restarted->Start());
@@ -201,7 +200,7 @@ private Q_SLOTS:
 
     void abortIsSilent()
     {
-        server_.Script("/file", {Drip(content, 1, 50)});
+        server_.Script("/file", {Drip(QByteArray(1000, 'x'), 1, 50)});
         const RecordingLogger log;
         const auto download = NewDownload();
         QSignalSpy complete(download.get(), &IFileDownload::complete);
