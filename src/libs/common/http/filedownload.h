@@ -101,7 +101,7 @@ public:
 
     /** Whether TLS errors are ignored; default true. */
     virtual bool IgnoreSSLErrors() const = 0;
-    /** Sets that, for later tries. */
+    /** Sets that, for a try under way, too. */
     virtual void SetIgnoreSSLErrors(bool ignore) = 0;
 
     /** Permissions added to those that the target gets when it is opened; default none. */

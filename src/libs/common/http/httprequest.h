@@ -148,7 +148,7 @@ public:
 
     /** Whether TLS errors reported by the network layer are ignored; default false. */
     virtual bool IgnoreSSLErrors() const = 0;
-    /** Sets that, for later sends. */
+    /** Sets that, for a transfer under way, too. */
     virtual void SetIgnoreSSLErrors(bool ignore) = 0;
 
     /** Client certificate, its key, and the CA certificates for later sends; all copied. */
