@@ -185,6 +185,9 @@ Q_SIGNALS:
 /**
  * A new request that sends through @p manager, which is not owned and must outlive its transfers.
  * The request is owned by @p parent, or by the caller if that is null.
+ *
+ * Bodies for it come from common/http/httprequestdata.h (JSON), common/http/httprequestdatamap.h
+ * (pairs of names and values) and common/http/httprequestmultipartformdata.h (files and texts).
  */
 QVCOMMON_EXPORT IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent);
 
