@@ -68,7 +68,10 @@ public:
     /** The URL, empty at first. */
     virtual QUrl GetUrl() const = 0;
 
-    /** Path of the target; missing directories are created, an existing file is overwritten. */
+    /**
+     * Path of the target; missing directories are created, an existing file is overwritten. Not to
+     * be changed while a try is under way: the data stays in the old file, the new one is verified.
+     */
     virtual void SetFileName(const QString& fileName) = 0;
     /** The path of the target, empty at first. */
     virtual QString GetFileName() const = 0;

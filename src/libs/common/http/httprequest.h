@@ -63,6 +63,9 @@ class IHttpRequestMultiPartData;
  * @warning The peer's TLS certificate is never verified, whatever IgnoreSSLErrors() says: the
  * connection is encrypted, but the server is not authenticated.
  *
+ * @warning Where redirects are followed, every header that was set (Authorization, too) goes to
+ * whatever host the server names, and with status 307 and 308 the body as well.
+ *
  * @warning URLs go into the log and into error texts as they are, a password or token in them, too.
  *
  * @warning A connection that breaks in the middle of a body may count as success with the part
