@@ -322,6 +322,25 @@ private Q_SLOTS:
         QCOMPARE(reports.size(), 2 * files - 10);
     }
 
+    void slowSlotLeavesTheEventLoopAlive()
+    {
+        QStringList tree;
+        for (int i = 0; i < 100; ++i)
+            tree << QString("%1=x").arg(i);
+        MakeTree(Path("s"), tree);
+        RecordingLogger log;
+        log.SetListener([](const QString&) { QThread::usleep(500); });
+        FileCopier copier;
+        copier.AddDirectory(Path("s"), Path("d"));
+        connect(&copier, &FileCopier::progress, this, [&](int current) {
+            if (current == 1)
+                QTimer::singleShot(20, &copier, [&] { copier.Abort(true); });
+            QThread::msleep(5); // slower than the copying
+        });
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("failed 700105"));
+    }
+
     void abort_data()
     {
         QTest::addColumn<bool>("force");

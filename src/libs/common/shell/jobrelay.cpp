@@ -7,7 +7,7 @@ namespace common {
 
 namespace {
 
-constexpr int deliveryPause = 10; // milliseconds
+constexpr int deliveryPause = 10; // milliseconds; a pass takes no longer, either
 
 } // namespace
 
@@ -36,21 +36,21 @@ void JobRelay::Deliver()
             return;
     }
     QTimer::singleShot(deliveryPause, this, &JobRelay::Deliver);
-    DeliverKept();
+    DeliverKept(QDeadlineTimer(deliveryPause));
 }
 
 // Takes the reports one by one, since a slot may run an event loop that goes on with them. Says
 // whether the relay is still there: a slot may also delete the front object.
-bool JobRelay::DeliverKept()
+bool JobRelay::DeliverKept(QDeadlineTimer end)
 {
     const QPointer<JobRelay> self(this);
-    while (self) {
+    while (self && !end.hasExpired()) {
         const auto report = NextReport();
         if (!report)
             return true;
         Q_EMIT progress(report->first, report->second);
     }
-    return false;
+    return !self.isNull();
 }
 
 std::optional<JobRelay::Report> JobRelay::NextReport()
@@ -63,13 +63,13 @@ std::optional<JobRelay::Report> JobRelay::NextReport()
 
 void JobRelay::OnSuccesed()
 {
-    if (DeliverKept())
+    if (DeliverKept(QDeadlineTimer::Forever))
         Q_EMIT succesed();
 }
 
 void JobRelay::OnFailed(int errorCode, const QString& errorText)
 {
-    if (DeliverKept())
+    if (DeliverKept(QDeadlineTimer::Forever))
         Q_EMIT failed(errorCode, errorText);
 }
 

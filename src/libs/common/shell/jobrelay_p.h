@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QPair>
 #include <QQueue>
@@ -16,7 +17,8 @@ namespace common {
  * sender. Dropping the relay of a discarded job does it.
  *
  * Each report of progress is passed on, in order, but the front object's thread is woken for them
- * no more often than every 10 ms: waking it for each small file took as long as half a copy.
+ * no more often than every 10 ms: waking it for each small file took as long as half a copy. It is
+ * kept for 10 ms at a time, so that slow slots do not keep it from everything else.
  */
 class JobRelay : public QObject
 {
@@ -54,7 +56,7 @@ private:
 
     void Keep(int current, int total); // on the worker's thread
     void Deliver();
-    bool DeliverKept();
+    bool DeliverKept(QDeadlineTimer end);
     std::optional<Report> NextReport();
     void OnSuccesed();
     void OnFailed(int errorCode, const QString& errorText);
