@@ -59,6 +59,29 @@ private Q_SLOTS:
         QCOMPARE(DescribeTree(root.path()), QStringList({"d/", "d/.hidden=1"}));
     }
 
+    // In each slot the lists grow, and at the given one the helper goes away.
+    void slotsChangeAndDelete()
+    {
+        for (int last = 1; last <= 6; ++last) {
+            const QTemporaryDir root;
+            MakeTree(root.path(), {"d/.hidden=1", "d/f=1", "e/g="});
+            auto* helper = new FileHelper(root.filePath("d"));
+            helper->AppendDir(root.filePath("e"));
+            int calls = 0;
+            const auto onSignal = [&] {
+                if (++calls == last)
+                    delete helper;
+                else
+                    helper->AppendDir(root.filePath("e"));
+            };
+            connect(helper, &FileHelper::scan, helper, onSignal);
+            connect(helper, &FileHelper::failed, helper, onSignal);
+            connect(helper, &FileHelper::progress, helper, onSignal);
+            QVERIFY(!helper->Remove());
+            QCOMPARE(calls, last);
+        }
+    }
+
     void copyOnlyScans()
     {
         const QTemporaryDir root;

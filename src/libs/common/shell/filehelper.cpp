@@ -3,6 +3,7 @@
 #include "common/shell/fileidentity_p.h"
 
 #include <QDir>
+#include <QPointer>
 
 namespace common {
 
@@ -24,23 +25,32 @@ void FileHelper::AppendFiles(const QStringList& list)
     files_ << list;
 }
 
+// A slot may add to the lists, and delete the helper: it is not touched any more then.
 void FileHelper::Scan()
 {
-    for (const QString& path : qAsConst(dirs_)) {
+    const QPointer<FileHelper> self(this);
+    const QStringList directories = dirs_;
+    const QStringList files = files_;
+    for (const QString& path : directories) {
         const QString link = WithoutTrailingSeparators(path);
         if (IsLink(path))
             AddFound(QFileInfo(link), QFileInfo(link).absoluteFilePath());
         else
             ScanPath(path);
+        if (!self)
+            return;
     }
-    for (const QString& path : qAsConst(files_)) {
+    for (const QString& path : files) {
         if (QFileInfo::exists(path))
             AddFound(QFileInfo(path), path);
+        if (!self)
+            return;
     }
 }
 
 void FileHelper::ScanPath(const QString& path)
 {
+    const QPointer<FileHelper> self(this);
     const QDir directory(path);
     if (path.isEmpty() || !directory.exists()) // an empty QDir is the current directory
         return;
@@ -51,9 +61,11 @@ void FileHelper::ScanPath(const QString& path)
             ScanPath(entry.absoluteFilePath());
         else
             AddFound(entry, entry.absoluteFilePath());
+        if (!self)
+            return;
     }
-    const QFileInfo self(path);
-    AddFound(self, self.absoluteFilePath());
+    const QFileInfo top(path);
+    AddFound(top, top.absoluteFilePath());
 }
 
 void FileHelper::AddFound(const QFileInfo& entry, const QString& path)
@@ -64,18 +76,25 @@ void FileHelper::AddFound(const QFileInfo& entry, const QString& path)
 
 bool FileHelper::Remove()
 {
+    const QPointer<FileHelper> self(this);
     Scan();
+    if (!self)
+        return false;
     const QList<QFileInfo> entries = found_;
     bool removedAll = true;
     qulonglong current = 0;
     for (const QFileInfo& entry : entries) {
         const QString path = entry.absoluteFilePath();
         Q_EMIT progress(path, ++current, static_cast<qulonglong>(entries.size()));
+        if (!self)
+            return false;
         const bool isDirectory = entry.isDir() && !entry.isSymLink();
         if (isDirectory ? QDir().rmdir(path) : QDir().remove(path))
             continue;
         removedAll = false;
         Q_EMIT failed(path);
+        if (!self)
+            return false;
     }
     return removedAll;
 }

@@ -24,6 +24,9 @@ namespace common {
  * dangling links, special files (a FIFO, say) and names that are not valid UTF-8 are not listed, so
  * a directory that holds one cannot be removed. Links are never followed,
  * also where a directory that was added is one.
+ *
+ * A slot may add to the lists, for the next scan, and may delete the helper: nothing more is done
+ * then, and the operation returns false.
  */
 class QVCOMMON_EXPORT FileHelper : public QObject
 {
