@@ -81,6 +81,10 @@ private Q_SLOTS:
         row("onto its hard link", "a", "hard", true, "Copy file ");
         row("onto a link to it", "a", "link", true, "Copy file ");
         row("missing source", "none", "b", true, "Copy file ");
+        row("by search path", "here:a", "b", true, "");
+        row("by search path, onto itself", "here:a", "a", true, "Copy file ");
+        row("resource", ":/qpdf/qpdfa_metadata.xml", "b", true, "");
+        row("missing resource", ":/none", "b", true, "Copy file ");
         row("directory as source", "d", "b", true, "Copy file ");
         row("pipe as source", "fifo", "b", true, "Copy file ");
         row("directory as destination", "a", "d", true, "Failed to remove file ");
@@ -100,17 +104,19 @@ private Q_SLOTS:
             return ContentOf(Path(name));
         };
 
+        QDir::setSearchPaths("here", {directory_->path()});
+        const QString from = source.contains(':') ? source : Path(source);
         const RecordingLogger log;
-        QCOMPARE(Shell::Copy(Path(source), Path(destination), overwrite), failure.isEmpty());
+        QCOMPARE(Shell::Copy(from, Path(destination), overwrite), failure.isEmpty());
         if (failure.isEmpty()) {
-            QCOMPARE(content(destination), "new");
+            QCOMPARE(content(destination), ContentOf(from));
             QCOMPARE(log.Lines(), QStringList());
             return;
         }
         QVERIFY2(log.Lines()[0].startsWith("3 common.shell Copy: " + failure),
                  qPrintable(log.Lines()[0]));
         QCOMPARE(log.Lines().last(), QString("3 common.shell Copy: Copy file '%1' to '%2' failed!")
-                                         .arg(Path(source), Path(destination)));
+                                         .arg(from, Path(destination)));
         QCOMPARE(log.Files(), QStringList("src/libs/common/shell/shell"));
         QCOMPARE(content("a") + content("b") + content("d/f") + content("hard"), "newoldkeptnew");
         QVERIFY(QFileInfo(Path("link")).isSymLink());
