@@ -325,7 +325,7 @@ private Q_SLOTS:
     void slowSlotLeavesTheEventLoopAlive()
     {
         QStringList tree;
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 1000; ++i)
             tree << QString("%1=x").arg(i);
         MakeTree(Path("s"), tree);
         RecordingLogger log;
