@@ -57,7 +57,7 @@ void LogLines(common::logger::ILogger* logger)
     for (const char* name : {"", "a", "b"}) {
         const ICategory category{name};
         for (const auto level : {IMessage::EMERG, IMessage::DEBUG})
-            common::logger::Message(logger, &category, level, "src/file", "function", 1).Out()
+            common::logger::Message(logger, &category, level, "src/file", "function", 1)
                 << "a line";
     }
 }

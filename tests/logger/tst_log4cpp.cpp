@@ -38,7 +38,7 @@ constexpr char plainPattern[] = "%p %c: %m%n";
 void Append(IMessage::Priority level, const QString& text, const ICategory* category = &logCategory,
             const char* file = "src/file", const char* function = "Load")
 {
-    Message(GetLogger(), category, level, file, function, 40).Out() << text;
+    Message(GetLogger(), category, level, file, function, 40) << text;
 }
 
 // log4cpp leaks what it has made by the time it refuses a property file.

@@ -1,5 +1,6 @@
 #include <common/logger/log.h>
 #include <common/logger/logger.h>
+#include <common/tools/jsonfile/jsonfile.h>
 
 #include "support/recordinglogger.h"
 
@@ -33,7 +34,7 @@ QList<QtLine> Append(Logger& logger, IMessage::Priority level, const QString& te
 {
     qtLines.clear();
     const QtMessageHandler previous = qInstallMessageHandler(RecordQtMessage);
-    Message(&logger, category, level, file, function, 40).Out() << text;
+    Message(&logger, category, level, file, function, 40) << text;
     qInstallMessageHandler(previous);
     return qtLines;
 }
@@ -61,10 +62,18 @@ private Q_SLOTS:
         QVLOG(INFO);
         QVLOG_FROM("Other", ERROR) << "helper";
         QVLOG(NOTSET) << "never appended";
+        Message(&logger, &logCategory, IMessage::INFO, logSource, "temporary", 1)
+            << "hex " << Qt::hex << 255 << qSetFieldWidth(4) << 'x';
+        {
+            Message message(&logger, &logCategory, IMessage::INFO, logSource, "lvalue", 1);
+            message << "not ";
+            message << QJsonValue("JSON") << Qt::endl;
+        }
 
         const QStringList expected = {
             QString("4 test.category statementFillsMessage: text 42") + QChar(0xE4) + QChar(0xE4),
-            "6 test.category statementFillsMessage: ", "3 test.category Other: helper"};
+            "6 test.category statementFillsMessage: ", "3 test.category Other: helper",
+            "6 test.category temporary: hex ff   x", "6 test.category lvalue: not JSON\n"};
         QCOMPARE(logger.Lines(), expected);
         QCOMPARE(logger.Files(), QStringList(logSource));
     }

@@ -67,8 +67,8 @@ protected:
 };
 
 /**
- * One log statement: built on the stack, filled through Out(), handed to its logger when it is
- * destroyed at the end of the statement.
+ * One log statement: built on the stack, streamed into, handed to its logger when it is destroyed at
+ * the end of the statement.
  *
  * Normally written with the macro of common/logger/log.h, which supplies all arguments:
  * @code
@@ -110,6 +110,20 @@ public:
 
     /** The stream that takes the text. Literals are read as Latin-1, byte arrays as UTF-8. */
     QTextStream& Out() { return stream_; }
+
+    /** Streams into Out(): whatever a QTextStream takes. */
+    template <typename T>
+    Message& operator<<(const T& value)
+    {
+        stream_ << value;
+        return *this;
+    }
+    /** The same for manipulators such as Qt::hex. */
+    Message& operator<<(QTextStream& (*manipulator)(QTextStream&))
+    {
+        stream_ << manipulator;
+        return *this;
+    }
 
     Priority Level() const override;
     const ICategory* Category() const override;

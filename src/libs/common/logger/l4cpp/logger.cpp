@@ -172,7 +172,6 @@ void Logger::MessageHandler(QtMsgType type, const QMessageLogContext& context, c
     const QByteArray name = QtCategory().toUtf8();
     const ICategory category{name.constData()};
     Message(GetLogger(), &category, PriorityOf(type), context.file, context.function, context.line)
-            .Out()
         << text;
 }
 
