@@ -40,7 +40,7 @@ std::string Url(const benchmark::State& state)
 void SetUpLibrary(IMessage::Priority level)
 {
     SetLogger(GetLog4cpp());
-    GetLogger()->Configure(level, 0x4, 0x100, {}, {}, {}, LogFile("library"), 0, 0);
+    GetLogger()->Configure(level, fileOutput, patternFormat, {}, {}, {}, LogFile("library"), 0, 0);
 }
 
 void LogByLibrary(benchmark::State& state)

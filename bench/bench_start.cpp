@@ -22,7 +22,7 @@ int Log(const QString& path)
 {
     using namespace common::logger;
     SetLogger(GetLog4cpp());
-    GetLogger()->Configure(IMessage::DEBUG, 0x4, 0x100, {}, {}, {}, path, 0, 0);
+    GetLogger()->Configure(IMessage::DEBUG, fileOutput, patternFormat, {}, {}, {}, path, 0, 0);
     QVLOG(INFO) << "the first line";
     return 0;
 }

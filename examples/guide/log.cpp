@@ -22,8 +22,8 @@ void Client::LogToFile(const QString& config, const QString& logs)
     using namespace common::logger;
     ILogger* log = GetLog4cpp();
     SetLogger(log); // before anything logs
-    log->Configure(IMessage::INFO, 0x8, 0x101, QString(), "qt", config + "/log.properties",
-                   logs + "/client.log", 10'000'000, 5);
+    log->Configure(IMessage::INFO, rollingFileOutput, patternFormat | positionFormat, QString(),
+                   "qt", config + "/log.properties", logs + "/client.log", 10'000'000, 5);
     //! [file]
 }
 

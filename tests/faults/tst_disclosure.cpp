@@ -74,7 +74,8 @@ private Q_SLOTS:
         QCOMPARE(ModeOf(Path("copied once more")), 0600);
 
         logger::l4cpp::Logger log;
-        log.Configure(logger::IMessage::INFO, 0x8, 0x100, {}, {}, {}, Path("log"), 10, 1);
+        log.Configure(logger::IMessage::INFO, logger::rollingFileOutput, logger::patternFormat, {},
+                      {}, {}, Path("log"), 10, 1);
         QCOMPARE(ModeOf(Path("log")), 0644);
         umask(usual);
     }

@@ -335,9 +335,10 @@ protected:
             logger::SetLogger(Toss() ? nullptr : logger::GetLog4cpp());
             break;
         case 1:
-            logger::GetLog4cpp()->Configure(logger::IMessage::DEBUG, Toss() ? 0x4u : 0u,
-                                            Toss() ? 0x100u : 0x200u, {}, {}, {}, path,
-                                            Toss() ? 0 : 2000, 2);
+            logger::GetLog4cpp()->Configure(logger::IMessage::DEBUG,
+                                            Toss() ? logger::fileOutput : 0u,
+                                            Toss() ? logger::patternFormat : logger::simpleFormat,
+                                            {}, {}, {}, path, Toss() ? 0 : 2000, 2);
             break;
         case 2:
             logger::GetLog4cpp()->SetFileLoggingEnabled(Toss());

@@ -66,7 +66,7 @@ int LogFromThreads(const QString& path)
     QVLOG(INFO) << "Qt's static objects are made, and go last";
     static Threads joined;
     SetLogger(GetLog4cpp());
-    GetLogger()->Configure(IMessage::DEBUG, 0x4, 0, {}, {}, {}, path, 0, 0);
+    GetLogger()->Configure(IMessage::DEBUG, fileOutput, 0, {}, {}, {}, path, 0, 0);
     for (int thread = 0; thread < 4; ++thread) {
         joined.threads.emplace_back([] {
             for (int line = 0; line < 3000; ++line)
@@ -91,8 +91,8 @@ int main(int argc, char* argv[])
     const QString config = QString::fromLocal8Bit(argc > 2 ? argv[2] : "");
 
     SetLogger(GetLog4cpp());
-    GetLogger()->Configure(IMessage::DEBUG, 0x5, 0x100, "%p %c: %m%n", "qt", config,
-                           QString::fromLocal8Bit(argv[1]), 0, 0);
+    GetLogger()->Configure(IMessage::DEBUG, consoleOutput | fileOutput, patternFormat,
+                           "%p %c: %m%n", "qt", config, QString::fromLocal8Bit(argv[1]), 0, 0);
     static const LogsWhenDestroyed beforeTheBackend{"before the backend"};
     QVLOG(INFO) << "in main";
     qCritical("in main, by Qt");

@@ -30,9 +30,6 @@ namespace {
 constexpr ICategory logCategory{"test.category"};
 constexpr char logSource[] = "tests/logger/tst_log4cpp";
 
-constexpr unsigned fileOutput = 0x4;
-constexpr unsigned rollingOutput = 0x8;
-constexpr unsigned patternFormat = 0x100;
 constexpr char plainPattern[] = "%p %c: %m%n";
 
 void Append(IMessage::Priority level, const QString& text, const ICategory* category = &logCategory,
@@ -149,7 +146,7 @@ private Q_SLOTS:
     // What the position looks like is the default logger's affair, too, and tested with that.
     void builtInPattern()
     {
-        Configure(fileOutput, 0x103, {});
+        Configure(fileOutput, patternFormat | positionFormat | functionFormat, {});
         QVERIFY(logger_->IsPositionEnabled());
         Append(IMessage::ERROR, "grüß %s %1");
         Append(IMessage::INFO, "no file", nullptr, nullptr);
@@ -171,25 +168,26 @@ private Q_SLOTS:
         QTest::addColumn<QString>("pattern");
         QTest::addColumn<QString>("line");
         const QString basic = "\\A\\d+ WARN test\\.category : text\\z";
-        QTest::newRow("pattern first") << 0x700u << "%m%n"
+        QTest::newRow("pattern first") << (patternFormat | basicFormat | simpleFormat) << "%m%n"
                                        << "\\Atext\\z";
-        QTest::newRow("basic before simple") << 0x600u << "%m%n" << basic;
-        QTest::newRow("simple") << 0x200u << "%m%n"
+        QTest::newRow("basic before simple") << (basicFormat | simpleFormat) << "%m%n" << basic;
+        QTest::newRow("simple") << simpleFormat << "%m%n"
                                 << "\\AWARN +: text\\z";
         QTest::newRow("the appender's own") << 0x0u << "%m%n" << basic;
-        QTest::newRow("refused pattern") << 0x100u << "%m%!%n" << basic;
-        QTest::newRow("cut pattern") << 0x100u << "%m%" << basic;
+        QTest::newRow("refused pattern") << patternFormat << "%m%!%n" << basic;
+        QTest::newRow("cut pattern") << patternFormat << "%m%" << basic;
         QTest::newRow("date too long")
-            << 0x100u << "%d{" + QString("%Y").repeated(30) + "}" << basic;
+            << patternFormat << "%d{" + QString("%Y").repeated(30) + "}" << basic;
         QTest::newRow("date too long by its milliseconds")
-            << 0x100u << "%d{" + QString(97, 'x') + "%l}" << basic;
+            << patternFormat << "%d{" + QString(97, 'x') + "%l}" << basic;
         QTest::newRow("date too long in September")
-            << 0x100u << "%d{" + QString("%B").repeated(12) + "}" << basic;
-        QTest::newRow("date too long by an unfinished conversion") << 0x100u << "%d{%100}" << basic;
+            << patternFormat << "%d{" + QString("%B").repeated(12) + "}" << basic;
+        QTest::newRow("date too long by an unfinished conversion")
+            << patternFormat << "%d{%100}" << basic;
         QTest::newRow("date too long without an end")
-            << 0x100u << "%5d{" + QString("%Y").repeated(30) << basic;
-        QTest::newRow("padding beyond memory") << 0x100u << "%2000000000m" << basic;
-        QTest::newRow("long date") << 0x100u << "%10d{" + QString("%Y").repeated(20) + "}%n"
+            << patternFormat << "%5d{" + QString("%Y").repeated(30) << basic;
+        QTest::newRow("padding beyond memory") << patternFormat << "%2000000000m" << basic;
+        QTest::newRow("long date") << patternFormat << "%10d{" + QString("%Y").repeated(20) + "}%n"
                                    << "\\A\\d{80}\\z";
     }
 
@@ -313,7 +311,7 @@ private Q_SLOTS:
         Configure(fileOutput); // the same file once more
         log("3");
         logger_->SetFileLoggingEnabled(false);
-        Configure(rollingOutput | fileOutput);
+        Configure(rollingFileOutput | fileOutput);
         log("4");
         QCOMPARE(log4cpp::Category::getRoot().getAllAppenders().size(), size_t(1));
         QVERIFY(log4cpp::Category::getRoot().getAppender("rollingfile"));
@@ -336,7 +334,7 @@ private Q_SLOTS:
                                                  "appender.A.layout.ConversionPattern=%c-%m%n\n");
         const QString unused = path_;
         path_ = Path("unused");
-        Configure(fileOutput, 0x1, plainPattern, IMessage::EMERG, config);
+        Configure(fileOutput, positionFormat, plainPattern, IMessage::EMERG, config);
         QVERIFY(!QFile::exists(path_));
         path_ = unused;
         const int before = OpenFiles();
@@ -425,7 +423,7 @@ private Q_SLOTS:
 
     void rollingFileKeepsLimits()
     {
-        Configure(rollingOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 1000, 3);
+        Configure(rollingFileOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 1000, 3);
         for (int i = 0; i < 200; ++i)
             Append(IMessage::INFO, QString::number(i).rightJustified(49, '.'));
         QStringList lines;
@@ -438,7 +436,7 @@ private Q_SLOTS:
         for (int i = 0; i < lines.size(); ++i)
             QCOMPARE(lines[i], QString::number(140 + i).rightJustified(49, '.'));
         for (int backups : {-7, std::numeric_limits<int>::max()}) {
-            Configure(rollingOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 10, backups);
+            Configure(rollingFileOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 10, backups);
             Append(IMessage::INFO, "comes back");
         }
     }
@@ -447,7 +445,7 @@ private Q_SLOTS:
     {
         constexpr int threadCount = 8;
         constexpr int lineCount = 20000;
-        Configure(rollingOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 2 << 20, 50);
+        Configure(rollingFileOutput, patternFormat, "%m%n", IMessage::DEBUG, {}, 2 << 20, 50);
         std::vector<std::thread> threads;
         threads.reserve(threadCount);
         for (int thread = 0; thread < threadCount; ++thread) {
@@ -570,6 +568,18 @@ private Q_SLOTS:
         const QRegularExpression line("^client: [\\d.]{10} [\\d:.]{12}: once $");
         QVERIFY2(line.match(client.err[0]).hasMatch(), qPrintable(client.err[0]));
         QVERIFY2(client.err[1].endsWith(": twice "), qPrintable(client.err[1]));
+    }
+
+    // The last one: no logger after it takes in Qt's messages.
+    void subclassDecidesOnPosition()
+    {
+        Configure(fileOutput);
+        struct : l4cpp::Logger
+        {
+            bool IsPositionEnabled() const override { return true; }
+        } logger;
+        Message(&logger, &logCategory, IMessage::INFO, "src/file", "Load", 40) << "x";
+        QCOMPARE(Lines(), QStringList("INFO test.category: x (file: src/file(40))"));
     }
 };
 

@@ -158,6 +158,16 @@ private Q_SLOTS:
         QVERIFY(!logger.IsPositionEnabled());
     }
 
+    void subclassDecidesOnPosition()
+    {
+        struct : Logger
+        {
+            bool IsPositionEnabled() const override { return true; }
+        } logger;
+        logger.SetLevel(IMessage::DEBUG);
+        QVERIFY(Append(logger, IMessage::INFO, "x").value(0).text.endsWith("(file: src/file(40))"));
+    }
+
     void missingCategoryIsEmpty()
     {
         Logger logger;

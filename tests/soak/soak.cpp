@@ -280,7 +280,9 @@ int main(int argc, char** argv)
     WriteFile(path("part"), content);
 
     logger::ILogger* log = logger::l4cpp::Logger::Instance();
-    log->Configure(logger::IMessage::DEBUG, 0x8, 0x101, {}, "qt", {}, path("log"), 1000000, 3);
+    log->Configure(logger::IMessage::DEBUG, logger::rollingFileOutput,
+                   logger::patternFormat | logger::positionFormat, {}, "qt", {}, path("log"),
+                   1000000, 3);
     logger::SetLogger(log);
     std::atomic<bool> isOver{false};
     std::thread chatter([&] {

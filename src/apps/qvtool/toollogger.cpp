@@ -6,14 +6,10 @@
 
 namespace qvtool {
 
-using common::logger::IMessage;
+using namespace common::logger;
 
 namespace {
 
-// What ILogger::Configure() takes.
-constexpr unsigned int fileOutput = 0x4;
-constexpr unsigned int rollingFileOutput = 0x8;
-constexpr unsigned int patternWithPositionAndFunction = 0x103;
 constexpr int rollingBackups = 2;
 
 // The library's lines begin with "[numbers]: " that tell objects apart.
@@ -64,8 +60,8 @@ common::logger::ILogger& ToolLogger::Backend()
 void ToolLogger::ConfigureBackend(IMessage::Priority level, unsigned int output,
                                   const QString& path, unsigned long maxSize)
 {
-    Backend().Configure(level, output, patternWithPositionAndFunction, {}, {}, {}, path, maxSize,
-                        rollingBackups);
+    constexpr unsigned int format = patternFormat | positionFormat | functionFormat;
+    Backend().Configure(level, output, format, {}, {}, {}, path, maxSize, rollingBackups);
 }
 
 void ToolLogger::WriteToFile(const QString& path, IMessage::Priority level)

@@ -7,6 +7,22 @@
 
 namespace common::logger {
 
+/** @name Outputs of ILogger::Configure() */
+///@{
+constexpr unsigned int consoleOutput = 0x1;     ///< the standard output
+constexpr unsigned int fileOutput = 0x4;        ///< a log file
+constexpr unsigned int rollingFileOutput = 0x8; ///< one of limited size; wins over fileOutput
+///@}
+
+/** @name Formats of ILogger::Configure() */
+///@{
+constexpr unsigned int positionFormat = 0x1;  ///< the source position at each line's end
+constexpr unsigned int functionFormat = 0x2;  ///< the function's name with it
+constexpr unsigned int patternFormat = 0x100; ///< the layout that the pattern describes
+constexpr unsigned int simpleFormat = 0x200;  ///< the simple layout of log4cpp
+constexpr unsigned int basicFormat = 0x400;   ///< the basic layout of log4cpp, which wins over it
+///@}
+
 /**
  * A destination of log messages.
  *
@@ -45,9 +61,8 @@ public:
      * decides on level, outputs and layout.
      *
      * @param level          threshold, as for SetLevel()
-     * @param outputs        bits: 0x1 console, 0x4 plain file, 0x8 rolling file (wins over 0x4)
-     * @param format         bits: 0x1 source position, 0x2 function name with it, 0x100 use
-     *                       @p pattern, 0x200 simple layout, 0x400 basic layout
+     * @param outputs        any of the outputs above: rollingFileOutput
+     * @param format         any of the formats above: patternFormat | positionFormat
      * @param pattern        layout pattern; empty for the built-in one
      * @param qtCategory     category under which Qt's own messages are logged
      * @param configFile     configuration file, tried first

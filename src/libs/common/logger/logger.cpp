@@ -60,7 +60,7 @@ void Logger::Append(const IMessage& message)
     QDebug stream = OpenStream(message.Level(), category);
     WriteDebugText(stream, stamp.toUtf8().constData());
     WriteDebugText(stream, message.Text().toUtf8().constData());
-    WriteDebugText(stream, PositionText(message, format_).c_str());
+    WriteDebugText(stream, PositionText(*this, message, format_).c_str());
 }
 
 IMessage::Priority Logger::GetLevel() const
@@ -75,12 +75,12 @@ void Logger::SetLevel(IMessage::Priority level)
 
 bool Logger::IsPositionEnabled() const
 {
-    return format_ & positionBit;
+    return format_ & positionFormat;
 }
 
 void Logger::EnablePosition(bool on)
 {
-    format_ = (format_ & ~positionBit) | (on ? positionBit : 0);
+    format_ = (format_ & ~positionFormat) | (on ? positionFormat : 0);
 }
 
 bool Logger::Configure(const QString&)

@@ -2,14 +2,14 @@
 
 namespace common::logger {
 
-std::string PositionText(const IMessage& message, quint32 format)
+std::string PositionText(const ILogger& logger, const IMessage& message, unsigned int format)
 {
     std::string text;
-    if (!(format & positionBit) || !message.File())
+    if (!logger.IsPositionEnabled() || !message.File())
         return text;
 
     text += " (";
-    if ((format & functionBit) && message.Function())
+    if ((format & functionFormat) && message.Function())
         text.append(message.Function()).append(": ");
     text.append("file: ").append(message.File());
     return text.append("(").append(std::to_string(message.Line())).append("))");

@@ -1,19 +1,15 @@
 #pragma once
 
-#include "common/logger/message.h"
+#include "common/logger/ilogger.h"
 
 #include <string>
 
 namespace common::logger {
 
-/** Bits of the format that ILogger::Configure() takes. */
-constexpr quint32 positionBit = 0x1;
-constexpr quint32 functionBit = 0x2;
-
 /**
- * What follows a line's text: " (Load: file: src/libs/common/tools/jsonfile(40))", as the format
- * has it; empty for a message without a file.
+ * What follows a line's text where the logger writes positions, with the function if the format says
+ * so: " (Load: file: src/libs/common/tools/jsonfile(40))". Empty for a message without a file.
  */
-std::string PositionText(const IMessage& message, quint32 format);
+std::string PositionText(const ILogger& logger, const IMessage& message, unsigned int format);
 
 } // namespace common::logger

@@ -1,5 +1,6 @@
 #include "common/logger/l4cpp/layouts_p.h"
 
+#include "common/logger/ilogger.h"
 #include "common/logger/l4cpp/patternlayout_p.h"
 
 #include <QRegularExpression>
@@ -15,10 +16,6 @@
 namespace common::logger::l4cpp {
 
 namespace {
-
-constexpr unsigned int patternBit = 0x100;
-constexpr unsigned int simpleBit = 0x200;
-constexpr unsigned int basicBit = 0x400;
 
 // The literal "m" in the date is meant: programs that read these logs expect it.
 constexpr char defaultPattern[] = "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n";
@@ -83,11 +80,11 @@ bool IsWritable(const std::string& pattern)
 
 log4cpp::Layout* MakeLayout(unsigned int format, const QString& pattern)
 {
-    if (format & patternBit)
+    if (format & patternFormat)
         return MakePatternLayout(pattern);
-    if (format & basicBit)
+    if (format & basicFormat)
         return new log4cpp::BasicLayout;
-    return format & simpleBit ? new log4cpp::SimpleLayout : nullptr;
+    return format & simpleFormat ? new log4cpp::SimpleLayout : nullptr;
 }
 
 } // namespace common::logger::l4cpp

@@ -28,9 +28,6 @@ namespace common::logger {
 
 namespace {
 
-constexpr unsigned int consoleBit = 0x1;
-constexpr unsigned int fileBit = 0x4;
-constexpr unsigned int rollingFileBit = 0x8;
 constexpr mode_t logFileMode = 0644;
 
 constexpr int longestWait = 1000; // milliseconds for other threads at the process's exit
@@ -198,7 +195,7 @@ void Logger::Append(const IMessage& message)
     log4cpp::Category& category = getCategory(message.Category());
     const log4cpp::Priority::Value priority = Log4cppPriority(message.Level());
     if (category.isPriorityEnabled(priority))
-        category.log(priority, message.Text().toStdString() + PositionText(message, format));
+        category.log(priority, message.Text().toStdString() + PositionText(*this, message, format));
 }
 
 IMessage::Priority Logger::GetLevel() const
@@ -213,12 +210,12 @@ void Logger::SetLevel(IMessage::Priority level)
 
 bool Logger::IsPositionEnabled() const
 {
-    return format & positionBit;
+    return format & positionFormat;
 }
 
 void Logger::EnablePosition(bool on)
 {
-    format = (format & ~positionBit) | (on ? positionBit : 0);
+    format = (format & ~positionFormat) | (on ? positionFormat : 0);
 }
 
 bool Logger::Configure(const QString& configFile)
@@ -271,7 +268,7 @@ bool Logger::Configure(IMessage::Priority level, unsigned int newOutputs, unsign
         return true;
 
     SetLevel(level);
-    if (outputs & consoleBit) {
+    if (outputs & consoleOutput) {
         auto* console = new log4cpp::OstreamAppender("console", &std::cout);
         console->setLayout(getLayout(format, pattern));
         root.addAppender(console);
@@ -279,12 +276,12 @@ bool Logger::Configure(IMessage::Priority level, unsigned int newOutputs, unsign
     // An old appender goes first: log4cpp keeps a register of appenders by their names.
     SetFileAppender(nullptr, QString());
     const std::string path = QFile::encodeName(logFile).toStdString();
-    if (outputs & rollingFileBit) {
+    if (outputs & rollingFileOutput) {
         const auto backups = static_cast<unsigned int>(std::clamp(maxBackupIndex, 0, mostBackups));
         SetFileAppender(new log4cpp::RollingFileAppender("rollingfile", path, maxFileSize, backups,
                                                          true, logFileMode),
                         pattern);
-    } else if (outputs & fileBit) {
+    } else if (outputs & fileOutput) {
         SetFileAppender(new log4cpp::FileAppender("file", path, true, logFileMode), pattern);
     }
     return true;

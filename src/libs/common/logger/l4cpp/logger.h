@@ -28,8 +28,8 @@ namespace common::logger::l4cpp {
  * using namespace common::logger;
  * ILogger* log = GetLog4cpp();
  * SetLogger(log); // before anything logs
- * log->Configure(IMessage::INFO, 0x8, 0x101, QString(), "qt",
- *                config + "/log.properties", logs + "/client.log", 10'000'000, 5);
+ * log->Configure(IMessage::INFO, rollingFileOutput, patternFormat | positionFormat, QString(),
+ *                "qt", config + "/log.properties", logs + "/client.log", 10'000'000, 5);
  * @endcode
  *
  * A message's category becomes the log4cpp category of the same name, its priority p the log4cpp
@@ -83,8 +83,7 @@ public:
     /**
      * A new layout, owned by the caller.
      *
-     * @param format  0x100 pattern layout, 0x400 basic layout, 0x200 simple layout; the first of
-     *                these that is set
+     * @param format  patternFormat, basicFormat or simpleFormat; the first of these that is set
      * @param pattern conversion pattern; empty for "%d{%Y.m.%d %H:%M:%S.%l} %6p [%5t] %c: %m%n"
      * @return null if no bit is set, log4cpp refuses the pattern, a date in it can have 100 or more
      *         bytes or a width has five or more digits: the appender's own layout then
