@@ -7,6 +7,8 @@
 #include <QRegularExpression>
 #include <QtTest>
 
+#include <thread>
+
 using namespace common::logger;
 
 namespace {
@@ -166,6 +168,23 @@ private Q_SLOTS:
         } logger;
         logger.SetLevel(IMessage::DEBUG);
         QVERIFY(Append(logger, IMessage::INFO, "x").value(0).text.endsWith("(file: src/file(40))"));
+    }
+
+    // For the thread sanitizer.
+    void settingsMayChangeWhileThreadsLog()
+    {
+        Logger logger;
+        std::thread other([&logger] {
+            for (int i = 0; i < 1000; ++i)
+                Message(&logger, &logCategory, IMessage::INFO, logSource, "run", 1) << i;
+        });
+        for (int i = 0; i < 1000; ++i) {
+            logger.SetLevel(i % 2 ? IMessage::EMERG : IMessage::ALERT);
+            logger.EnablePosition(i % 2);
+        }
+        other.join();
+        QCOMPARE(logger.GetLevel(), IMessage::EMERG);
+        QVERIFY(logger.IsPositionEnabled());
     }
 
     void missingCategoryIsEmpty()

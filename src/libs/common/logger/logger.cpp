@@ -12,6 +12,8 @@ namespace common::logger {
 
 namespace {
 
+constexpr auto relaxed = std::memory_order_relaxed;
+
 // Never null: Qt would take a null name for "default".
 const char* CategoryName(const IMessage& message)
 {
@@ -50,7 +52,7 @@ Logger* Logger::Instance()
 
 void Logger::Append(const IMessage& message)
 {
-    if (static_cast<qint32>(level_) < message.Level())
+    if (static_cast<qint32>(level_.load(relaxed)) < message.Level())
         return;
 
     const LoggingGuard guard;
@@ -60,27 +62,31 @@ void Logger::Append(const IMessage& message)
     QDebug stream = OpenStream(message.Level(), category);
     WriteDebugText(stream, stamp.toUtf8().constData());
     WriteDebugText(stream, message.Text().toUtf8().constData());
-    WriteDebugText(stream, PositionText(*this, message, format_).c_str());
+    WriteDebugText(stream, PositionText(*this, message, format_.load(relaxed)).c_str());
 }
 
 IMessage::Priority Logger::GetLevel() const
 {
-    return level_ < IMessage::NOTSET ? static_cast<IMessage::Priority>(level_) : IMessage::NOTSET;
+    const quint32 level = level_.load(relaxed);
+    return level < IMessage::NOTSET ? static_cast<IMessage::Priority>(level) : IMessage::NOTSET;
 }
 
 void Logger::SetLevel(IMessage::Priority level)
 {
-    level_ = static_cast<quint32>(level);
+    level_.store(static_cast<quint32>(level), relaxed);
 }
 
 bool Logger::IsPositionEnabled() const
 {
-    return format_ & positionFormat;
+    return format_.load(relaxed) & positionFormat;
 }
 
 void Logger::EnablePosition(bool on)
 {
-    format_ = (format_ & ~positionFormat) | (on ? positionFormat : 0);
+    if (on)
+        format_.fetch_or(positionFormat, relaxed);
+    else
+        format_.fetch_and(~positionFormat, relaxed);
 }
 
 bool Logger::Configure(const QString&)
@@ -92,8 +98,8 @@ bool Logger::Configure(IMessage::Priority level, unsigned int outputs, unsigned 
                        const QString&, const QString&, const QString& configFile, const QString&,
                        unsigned long, int)
 {
-    outputs_ = outputs;
-    format_ = format;
+    outputs_.store(outputs, relaxed);
+    format_.store(format, relaxed);
     if (!Configure(configFile))
         SetLevel(level);
     return true;

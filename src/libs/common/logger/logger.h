@@ -3,6 +3,8 @@
 #include "common/logger/ilogger.h"
 #include "common/qvcommon_export.h"
 
+#include <atomic>
+
 namespace common::logger {
 
 /**
@@ -18,7 +20,8 @@ namespace common::logger {
  * to 3 become Qt's critical messages, 4 warning, 5 and 6 info, 7 debug. A level above DEBUG lets
  * every message pass, while GetLevel() then reads as NOTSET.
  *
- * Append() may run on several threads at once; set the logger up before they log.
+ * Append() may run on several threads at once. Level and position may be changed meanwhile, which
+ * other threads notice soon; everything else is set-up.
  */
 class QVCOMMON_EXPORT Logger : public ILogger
 {
@@ -50,9 +53,9 @@ public:
     void SetFileLoggingEnabled(bool on) override;
 
 private:
-    quint32 level_ = 0xFFFFFFFF;
-    quint32 outputs_ = 0;
-    quint32 format_ = 0;
+    std::atomic<quint32> level_{0xFFFFFFFF};
+    std::atomic<quint32> outputs_{0};
+    std::atomic<quint32> format_{0};
 
     Q_DISABLE_COPY_MOVE(Logger)
 };

@@ -28,6 +28,7 @@ namespace common::logger {
 
 namespace {
 
+constexpr auto relaxed = std::memory_order_relaxed;
 constexpr mode_t logFileMode = 0644;
 
 constexpr int longestWait = 1000; // milliseconds for other threads at the process's exit
@@ -195,7 +196,8 @@ void Logger::Append(const IMessage& message)
     log4cpp::Category& category = getCategory(message.Category());
     const log4cpp::Priority::Value priority = Log4cppPriority(message.Level());
     if (category.isPriorityEnabled(priority))
-        category.log(priority, message.Text().toStdString() + PositionText(*this, message, format));
+        category.log(priority, message.Text().toStdString() +
+                                   PositionText(*this, message, format.load(relaxed)));
 }
 
 IMessage::Priority Logger::GetLevel() const
@@ -210,12 +212,15 @@ void Logger::SetLevel(IMessage::Priority level)
 
 bool Logger::IsPositionEnabled() const
 {
-    return format & positionFormat;
+    return format.load(relaxed) & positionFormat;
 }
 
 void Logger::EnablePosition(bool on)
 {
-    format = (format & ~positionFormat) | (on ? positionFormat : 0);
+    if (on)
+        format.fetch_or(positionFormat, relaxed);
+    else
+        format.fetch_and(~positionFormat, relaxed);
 }
 
 bool Logger::Configure(const QString& configFile)

@@ -41,7 +41,8 @@ namespace common::logger::l4cpp {
  * Instance() retires when the process exits; messages that come later go to the default logger,
  * which writes nothing unless it was given a level. Append() may run on several threads at once,
  * also while the process exits: log4cpp serialises the output, and each line is written whole.
- * Everything else is set-up, meant for program start.
+ * EnablePosition() may be called meanwhile, which other threads notice soon. Everything else is
+ * set-up, meant for program start.
  *
  * @warning A property file decides which files are written, and where: take it from a place that
  * only those may write who may decide that.
@@ -145,8 +146,8 @@ private:
 
     log4cpp::Category& root;
     QScopedPointer<log4cpp::Appender> fileAppender;
-    quint32 outputs = 0;
-    quint32 format = 0;
+    std::atomic<quint32> outputs{0};
+    std::atomic<quint32> format{0};
     std::vector<std::unique_ptr<log4cpp::Appender>> configured; // by property files
     std::atomic<int> appending{0};
     std::atomic<bool> retired{false};
