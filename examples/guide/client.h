@@ -26,6 +26,7 @@ public Q_SLOTS:
     void CacheIsClear();
     void RefreshDayTitles();
     void Dial(const QString& address);
+    void Record(const QString& file);
     void OfferToDial(const QString& address);
 
 public:

@@ -16,6 +16,14 @@ void Client::Dial(const QString& address)
 }
 //! [statement]
 
+void Client::Record(const QString& file)
+{
+    //! [second category]
+    static constexpr common::logger::ICategory mediaCategory{"client.media"};
+    QVLOG_TO(mediaCategory, INFO) << "recording into '" << file << "'";
+    //! [second category]
+}
+
 void Client::LogToFile(const QString& config, const QString& logs)
 {
     //! [file]

@@ -63,6 +63,8 @@ private Q_SLOTS:
         QVLOG(WARN) << "text " << 42 << QString(QChar(0xE4)) << QByteArray("\xC3\xA4");
         QVLOG(INFO);
         QVLOG_FROM("Other", ERROR) << "helper";
+        const ICategory own{"own"};
+        QVLOG_TO(own, INFO) << "text";
         QVLOG(NOTSET) << "never appended";
         Message(&logger, &logCategory, IMessage::INFO, logSource, "temporary", 1)
             << "hex " << Qt::hex << 255 << qSetFieldWidth(4) << 'x';
@@ -72,10 +74,13 @@ private Q_SLOTS:
             message << QJsonValue("JSON") << Qt::endl;
         }
 
-        const QStringList expected = {
-            QString("4 test.category statementFillsMessage: text 42") + QChar(0xE4) + QChar(0xE4),
-            "6 test.category statementFillsMessage: ", "3 test.category Other: helper",
-            "6 test.category temporary: hex ff   x", "6 test.category lvalue: not JSON\n"};
+        const QStringList expected = {QString("4 test.category statementFillsMessage: text 42") +
+                                          QChar(0xE4) + QChar(0xE4),
+                                      "6 test.category statementFillsMessage: ",
+                                      "3 test.category Other: helper",
+                                      "6 own statementFillsMessage: text",
+                                      "6 test.category temporary: hex ff   x",
+                                      "6 test.category lvalue: not JSON\n"};
         QCOMPARE(logger.Lines(), expected);
         QCOMPARE(logger.Files(), QStringList(logSource));
     }

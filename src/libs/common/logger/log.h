@@ -28,10 +28,16 @@
  * QTextStream that takes its text. The statement's end hands the message to the current logger.
  * Uses @c logCategory and @c logSource of the enclosing scope.
  */
-#define QVLOG(priority) QVLOG_FROM(__func__, priority)
+#define QVLOG(priority) QVLOG_STATEMENT(logCategory, __func__, priority)
+
+/** The same under a category of its own, for files with several. */
+#define QVLOG_TO(category, priority) QVLOG_STATEMENT(category, __func__, priority)
 
 /** The same for a helper that logs in the name of another function. */
-#define QVLOG_FROM(function, priority)                                                             \
-    ::common::logger::Message(::common::logger::GetLogger(), &logCategory,                         \
+#define QVLOG_FROM(function, priority) QVLOG_STATEMENT(logCategory, function, priority)
+
+/** What the others are made of. */
+#define QVLOG_STATEMENT(category, function, priority)                                              \
+    ::common::logger::Message(::common::logger::GetLogger(), &(category),                          \
                               ::common::logger::IMessage::priority, logSource, function, __LINE__) \
         .Out()
