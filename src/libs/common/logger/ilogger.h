@@ -40,7 +40,11 @@ constexpr unsigned int basicFormat = 0x400;   ///< the basic layout of log4cpp, 
 class QVCOMMON_EXPORT ILogger
 {
 public:
-    /** Emits one message, or drops it. The message lives only for this call. Must not throw. */
+    /**
+     * Emits one message, or drops it. The message lives only for this call. Must not throw.
+     *
+     * The text may hold what a server or a file name says, newlines and control characters included.
+     */
     virtual void Append(const IMessage& message) = 0;
 
     /** The threshold: messages of a higher number are dropped. NOTSET when none was set. */
