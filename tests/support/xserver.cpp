@@ -2,9 +2,10 @@
 
 XServer::XServer(const QStringList& options)
 {
-    process_.start(
-        "Xvfb", QStringList{"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp"} +
-                    options);
+    // Not reset when its last client goes: the next one may come just then, and be turned away.
+    process_.start("Xvfb", QStringList{"-displayfd", "1", "-noreset", "-screen", "0", "1024x768x24",
+                                       "-nolisten", "tcp"} +
+                               options);
     while (!process_.canReadLine() && process_.waitForReadyRead(10000)) {
     }
     const QByteArray number = process_.readLine().trimmed();
