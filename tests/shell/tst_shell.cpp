@@ -83,6 +83,7 @@ private Q_SLOTS:
         row("missing source", "none", "b", true, "Copy file ");
         row("by search path", "here:a", "b", true, "");
         row("by search path, onto itself", "here:a", "a", true, "Copy file ");
+        row("onto itself by search path", "a", "here:a", true, "Copy file ");
         row("resource", ":/qpdf/qpdfa_metadata.xml", "b", true, "");
         row("missing resource", ":/none", "b", true, "Copy file ");
         row("directory as source", "d", "b", true, "Copy file ");
@@ -103,20 +104,20 @@ private Q_SLOTS:
         const auto content = [this](const QString& name) {
             return ContentOf(Path(name));
         };
-
         QDir::setSearchPaths("here", {directory_->path()});
         const QString from = source.contains(':') ? source : Path(source);
+        const QString to = destination.contains(':') ? destination : Path(destination);
         const RecordingLogger log;
-        QCOMPARE(Shell::Copy(from, Path(destination), overwrite), failure.isEmpty());
+        QCOMPARE(Shell::Copy(from, to, overwrite), failure.isEmpty());
         if (failure.isEmpty()) {
-            QCOMPARE(content(destination), ContentOf(from));
+            QCOMPARE(ContentOf(to), ContentOf(from));
             QCOMPARE(log.Lines(), QStringList());
             return;
         }
         QVERIFY2(log.Lines()[0].startsWith("3 common.shell Copy: " + failure),
                  qPrintable(log.Lines()[0]));
-        QCOMPARE(log.Lines().last(), QString("3 common.shell Copy: Copy file '%1' to '%2' failed!")
-                                         .arg(from, Path(destination)));
+        QCOMPARE(log.Lines().last(),
+                 QString("3 common.shell Copy: Copy file '%1' to '%2' failed!").arg(from, to));
         QCOMPARE(log.Files(), QStringList("src/libs/common/shell/shell"));
         QCOMPARE(content("a") + content("b") + content("d/f") + content("hard"), "newoldkeptnew");
         QVERIFY(QFileInfo(Path("link")).isSymLink());

@@ -27,16 +27,16 @@ void RemoveOld(const QString& destination)
         QVLOG_FROM("Copy", ERROR) << "Failed to remove file '" << destination << "'";
 }
 
-// Whether removing the destination first would leave anything to copy. What only Qt knows (a
-// resource, say) cannot be removed with it.
+// Whether removing the destination first would leave anything to copy. A source that only Qt knows
+// (a resource, say) is never the destination.
 bool IsCopyable(const QString& source, const QString& destination)
 {
     const QFileInfo info(source);
     if (!info.isNativePath())
         return info.isFile();
-    const QString path = info.filePath(); // "prefix:" of a search path is replaced
-    return IsReadableFile(path) && !IsSameFile(path, destination) &&
-           !IsLinkInPath(path, destination);
+    const QString from = info.filePath(); // "prefix:" of a search path is replaced
+    const QString to = QFileInfo(destination).filePath();
+    return IsReadableFile(from) && !IsSameFile(from, to) && !IsLinkInPath(from, to);
 }
 
 // Links may lead back up: "above" are the directories on the way down, in canonical form.
