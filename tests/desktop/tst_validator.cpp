@@ -80,11 +80,11 @@ private Q_SLOTS:
             mutable int calls = 0;
         };
         const Upper validator(QRegExp("[A-Z]*"));
-        QString text = "ABc";
-        int pos = 2;
+        QString text = "ABxC"; // "x" was typed
+        int pos = 3;
         QCOMPARE(validator.validate(text, pos), QValidator::Acceptable);
-        QCOMPARE(text, "ABC");
-        QCOMPARE(pos, 2);
+        QCOMPARE(text, "ABXC");
+        QCOMPARE(pos, 3);
         QCOMPARE(validator.calls, 1);
     }
 

@@ -34,7 +34,7 @@ QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) c
     pos = qBound(0, pos, original.size());
     if (pos == original.size()) {
         pos = input.size();
-    } else if (input != original) {
+    } else if (input.size() != original.size()) {
         QString before = original.left(pos);
         CInsertionFixupValidator::fixup(before);
         pos = std::min(before.size(), input.size());

@@ -46,8 +46,8 @@ public:
      * Calls fixup(), once, then judges the text that is left as QRegExpValidator does.
      *
      * @param[in,out] input the text of the field
-     * @param[in,out] pos   the cursor; stays behind what this class would leave of the text before
-     *                      it, whatever a subclass's fixup() does
+     * @param[in,out] pos   the cursor; stays where it is if the length does, otherwise behind what
+     *                      this class's own fixup() leaves of the text before it
      */
     QValidator::State validate(QString& input, int& pos) const override;
 };
