@@ -151,6 +151,7 @@ private Q_SLOTS:
         JsonFile file("settings:f");
         QVERIFY(file.Load());
         QCOMPARE(file.object(), settings);
+        QVERIFY(JsonFile(":/qpdf/qpdfa_metadata.xml").Load()); // a resource of Qt's own
     }
 
     void printing()

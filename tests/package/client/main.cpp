@@ -5,7 +5,10 @@
 #include <common/http/httprequest.h>
 #include <common/logger/log.h>
 #include <common/shell/filecopier.h>
+#include <common/tools/clicktocall.h>
 #include <common/tools/jsonfile.h>
+#include <common/tools/keyboard.h>
+#include <common/tools/process/prochelper.h>
 
 #include <QtSingleCoreApplication>
 #include <qtlockedfile.h>
@@ -101,6 +104,10 @@ int main(int argc, char* argv[])
         Check(dynamic_cast<common::http::HttpRequest*>(request), "cast by run-time type") &&
         Check(lines.texts.filter(QStringLiteral("volume")).size() == 1,
               "log through an own logger") &&
+        Check(!tools::Keyboard().IsCapsLock() &&
+                  common::ClickToCall().availableProtocols().isEmpty() &&
+                  tools::process::ProcHelper().FindProcessId({}) == 0,
+              "ask objects of fixed answers") &&
         Check(!app.isRunning(), "be the first instance");
     common::logger::SetLogger(nullptr);
     if (ok)

@@ -53,8 +53,9 @@ public:
      * Replaces the document with the content of the file.
      *
      * @return whether the file could be read; if not, the document is as before. A file above 2 GiB
-     *         cannot be read, nor what is no regular file (a FIFO, a device). Content that is not JSON, was encrypted with another key, or comes
-     *         with a key that is too long, makes the document null (isNull()), and counts as read.
+     *         cannot be read, nor what is no regular file (a FIFO, a device). Content that is not
+     *         JSON, was encrypted with another key, or comes with a key that is too long, makes the
+     *         document null (isNull()), and counts as read.
      */
     bool Load();
 
