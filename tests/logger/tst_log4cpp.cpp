@@ -272,6 +272,30 @@ private Q_SLOTS:
         }
     }
 
+    void droppedStatementEvaluatesNothing()
+    {
+        int count = 0;
+        const auto logged = [&](const ICategory& category) {
+            const int before = count;
+            QVLOG_TO(category, DEBUG) << ++count;
+            return count > before;
+        };
+        const ICategory child{"dropped.by.default"};
+        log4cpp::Category& parent = log4cpp::Category::getInstance("dropped");
+        Configure(fileOutput);
+        QVERIFY(logged(child));
+        logger_->SetLevel(IMessage::INFO);
+        QVERIFY(!logged(child) && !logged(logCategory));
+        parent.setPriority(log4cpp::Priority::DEBUG);
+        QVERIFY(logged(child) && !logged(logCategory));
+        QCOMPARE(Lines().size(), count);
+        QVERIFY(logger_->Configure(
+            Write("levels", "rootCategory=DEBUG\ncategory.dropped.by.default=INFO\n")));
+        QVERIFY(!logged(child) && logged(logCategory));
+        parent.setPriority(log4cpp::Priority::NOTSET);
+        log4cpp::Category::getInstance(child.name).setPriority(log4cpp::Priority::NOTSET);
+    }
+
     void categories()
     {
         using log4cpp::Category;

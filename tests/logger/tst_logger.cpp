@@ -85,6 +85,31 @@ private Q_SLOTS:
         QCOMPARE(logger.Files(), QStringList(logSource));
     }
 
+    // Built by both compilers with all warnings that there are about such statements.
+    void droppedStatementEvaluatesNothing()
+    {
+        int count = 0;
+        const auto log = [&count](bool info) {
+            if (info)
+                QVLOG(INFO) << ++count;
+            else
+                QVLOG(DEBUG) << ++count;
+            info ? QVLOG(INFO) << ++count : QVLOG(DEBUG) << ++count;
+            QVLOG(DEBUG);
+            return count;
+        };
+        Logger::Instance()->SetLevel(IMessage::INFO);
+        QTest::ignoreMessage(QtInfoMsg, QRegularExpression(": 1 "));
+        QTest::ignoreMessage(QtInfoMsg, QRegularExpression(": 2 "));
+        QCOMPARE(log(true), 2);
+        QCOMPARE(log(false), 2);
+        Logger::Instance()->SetLevel(IMessage::EMERG);
+        QCOMPARE(log(true), 2);
+        const RecordingLogger subclass; // decides itself, whatever its level
+        QCOMPARE(log(false), 4);
+        QCOMPARE(subclass.Lines().size(), 3);
+    }
+
     void destroyedLoggerIsReplaced()
     {
         auto* logger = new Logger;

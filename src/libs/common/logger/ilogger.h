@@ -33,7 +33,10 @@ constexpr unsigned int basicFormat = 0x400;   ///< the basic layout of log4cpp, 
  * common::logger::SetLogger(previous);
  * @endcode
  *
- * Append() may be called from any thread, from several at once. Everything else is set-up, meant
+ * Append() may be called from any thread, from several at once. Once the thread that ends the process
+ * destroys static objects, log statements of other threads are dropped; those that had begun are
+ * waited for, a second at most. Messages that are built otherwise, and what other threads say
+ * through Qt by then, are not protected: end or join such threads before main() returns. Everything else is set-up, meant
  * for program start before other threads log. The order of the virtual functions is part of the
  * binary interface.
  */
@@ -104,6 +107,15 @@ QVCOMMON_EXPORT ILogger* GetLogger();
  * before other threads log: one that is about to write may still hold the logger that was.
  */
 QVCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
+
+/**
+ * Begins a log statement, if the current logger may want it. The message that is built next on this
+ * thread, by the constructor without a logger, ends it.
+ *
+ * @return false if nothing is to be built: there is no logger, or it is one of the two built-in ones
+ *         (no subclass) and would drop that priority, or another thread has begun to end the process
+ */
+QVCOMMON_EXPORT bool BeginStatement(const ICategory* category, IMessage::Priority priority);
 
 /**
  * The process-wide logger on log4cpp (l4cpp::Logger::Instance()): console, file, rolling file.

@@ -52,7 +52,7 @@ Logger* Logger::Instance()
 
 void Logger::Append(const IMessage& message)
 {
-    if (static_cast<qint32>(level_.load(relaxed)) < message.Level())
+    if (!Admits(message.Level()))
         return;
 
     const LoggingGuard guard;
@@ -63,6 +63,11 @@ void Logger::Append(const IMessage& message)
     WriteDebugText(stream, stamp.toUtf8().constData());
     WriteDebugText(stream, message.Text().toUtf8().constData());
     WriteDebugText(stream, PositionText(*this, message, format_.load(relaxed)).c_str());
+}
+
+bool Logger::Admits(IMessage::Priority priority) const
+{
+    return static_cast<qint32>(level_.load(relaxed)) >= priority;
 }
 
 IMessage::Priority Logger::GetLevel() const

@@ -53,6 +53,9 @@ public:
     void SetFileLoggingEnabled(bool on) override;
 
 private:
+    friend bool BeginStatement(const ICategory* category, IMessage::Priority priority);
+    QVCOMMON_NO_EXPORT bool Admits(IMessage::Priority priority) const;
+
     std::atomic<quint32> level_{0xFFFFFFFF};
     std::atomic<quint32> outputs_{0};
     std::atomic<quint32> format_{0};

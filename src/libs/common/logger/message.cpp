@@ -1,6 +1,7 @@
 #include "common/logger/message.h"
 
 #include "common/logger/ilogger.h"
+#include "common/logger/statements_p.h"
 
 namespace common::logger {
 
@@ -28,12 +29,23 @@ Message::Message(ILogger* logger, const ICategory* category, Priority level, con
       function_(function),
       line_(line)
 {
+    EnterStatement();
+}
+
+// BeginStatement() has entered it.
+Message::Message(const ICategory* category, Priority level, const char* file, const char* function,
+                 int line)
+    : Message(GetLogger(), category, level, file, function, line)
+{
+    LeaveStatement();
 }
 
 Message::~Message()
 {
     if (level_ < NOTSET && logger_)
         logger_->Append(*this);
+    WatchExit(); // by now the statement has made what it uses of Qt's static objects
+    LeaveStatement();
 }
 
 IMessage::Priority Message::Level() const

@@ -106,6 +106,9 @@ public:
      */
     Message(ILogger* logger, const ICategory* category, Priority level, const char* file,
             const char* function, int line);
+    /** For the current logger; only as the next thing after BeginStatement() has returned true. */
+    Message(const ICategory* category, Priority level, const char* file, const char* function,
+            int line);
     ~Message();
 
     /** The stream that takes the text. Literals are read as Latin-1, byte arrays as UTF-8. */

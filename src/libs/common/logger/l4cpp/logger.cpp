@@ -2,11 +2,12 @@
 
 #include "common/logger/l4cpp/appenders_p.h"
 #include "common/logger/l4cpp/layouts_p.h"
+#include "common/logger/log.h"
 #include "common/logger/logger.h"
 #include "common/logger/loggingguard_p.h"
 #include "common/logger/positiontext_p.h"
+#include "common/logger/statements_p.h"
 
-#include <QDeadlineTimer>
 #include <QFile>
 
 #include <log4cpp/Category.hh>
@@ -21,7 +22,6 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 namespace common::logger {
@@ -30,8 +30,6 @@ namespace {
 
 constexpr auto relaxed = std::memory_order_relaxed;
 constexpr mode_t logFileMode = 0644;
-
-constexpr int longestWait = 1000; // milliseconds for other threads at the process's exit
 
 log4cpp::Priority::Value Log4cppPriority(IMessage::Priority level)
 {
@@ -59,40 +57,25 @@ QString& QtCategory()
     return *name;
 }
 
-// Counts a thread that is within log4cpp.
-class Appending
-{
-public:
-    explicit Appending(std::atomic<int>& count) : count_(count) { ++count_; }
-    ~Appending() { --count_; }
-    Q_DISABLE_COPY_MOVE(Appending)
-
-private:
-    std::atomic<int>& count_;
-};
-
-// A category found lately, to spare log4cpp's look-up, which takes a lock. Of trivial types, as the
-// main thread logs beyond the end of its thread-local objects.
-struct CategoryMemo
-{
-    char name[48];
-    log4cpp::Category* category;
-};
-
+// Spares log4cpp's look-up, which takes a lock. The place to look at comes from the address of the
+// name, which is a literal as a rule; what is found there must have the name itself.
 log4cpp::Category& FindCategory(const char* name)
 {
-    constexpr size_t memoCount = 16;
-    thread_local CategoryMemo memos[memoCount];
-    CategoryMemo& memo = memos[(reinterpret_cast<uintptr_t>(name) >> 3) % memoCount];
-    if (memo.category && strcmp(memo.name, name) == 0)
-        return *memo.category;
-
-    log4cpp::Category& category = log4cpp::Category::getInstance(name);
-    const size_t size = strlen(name) + 1;
-    if (size <= sizeof memo.name) {
-        memcpy(memo.name, name, size);
-        memo.category = &category;
+    constexpr int bits = 10;
+    constexpr size_t neighbours = 4;
+    static std::atomic<log4cpp::Category*> found[(1 << bits) + neighbours - 1];
+    const auto hash = reinterpret_cast<uintptr_t>(name) * UINT64_C(0x9E3779B97F4A7C15);
+    std::atomic<log4cpp::Category*>* const first = &found[hash >> (64 - bits)];
+    std::atomic<log4cpp::Category*>* place = first;
+    for (; place < first + neighbours; ++place) {
+        log4cpp::Category* category = place->load(std::memory_order_acquire);
+        if (!category)
+            break;
+        if (strcmp(category->getName().c_str(), name) == 0)
+            return *category;
     }
+    log4cpp::Category& category = log4cpp::Category::getInstance(name);
+    (place < first + neighbours ? place : first)->store(&category, std::memory_order_release);
     return category;
 }
 
@@ -126,7 +109,11 @@ Logger* Logger::Instance()
     struct Keeper
     {
         Logger* const logger = new Logger;
-        ~Keeper() { logger->Retire(); }
+        ~Keeper()
+        {
+            BeginExit();
+            logger->Retire();
+        }
     };
     static const Keeper keeper;
     return keeper.logger;
@@ -140,9 +127,7 @@ void Logger::Retire()
     if (GetLogger() == this)
         SetLogger(common::logger::Logger::Instance());
     qInstallMessageHandler(GetDeafaultMessageHandler());
-    const QDeadlineTimer deadline(longestWait); // this thread itself may be the one
-    while (appending > 0 && !deadline.hasExpired())
-        std::this_thread::yield();
+    AwaitStatements();
     SetFileAppender(nullptr, QString());
     for (auto& appender : configured)
         Park(std::move(appender));
@@ -169,8 +154,8 @@ void Logger::MessageHandler(QtMsgType type, const QMessageLogContext& context, c
 
     const QByteArray name = QtCategory().toUtf8();
     const ICategory category{name.constData()};
-    Message(GetLogger(), &category, PriorityOf(type), context.file, context.function, context.line)
-        << text;
+    if (BeginStatement(&category, PriorityOf(type)))
+        Message(&category, PriorityOf(type), context.file, context.function, context.line) << text;
 }
 
 log4cpp::Category& Logger::getCategory(const ICategory* category)
@@ -187,9 +172,17 @@ log4cpp::Layout* Logger::getLayout(unsigned int layoutFormat, const QString& pat
     return MakeLayout(layoutFormat, pattern);
 }
 
+bool Logger::Admits(const ICategory* category, IMessage::Priority priority) const
+{
+    if (retired || (category && !category->name))
+        return true; // Append() knows what to do
+    const log4cpp::Category& found = category ? FindCategory(category->name) : root;
+    return found.isPriorityEnabled(Log4cppPriority(priority));
+}
+
 void Logger::Append(const IMessage& message)
 {
-    const Appending counted(appending);
+    const StatementScope scope;
     if (retired)
         return common::logger::Logger::Instance()->Append(message);
     const LoggingGuard guard;

@@ -38,9 +38,10 @@ namespace common::logger::l4cpp {
  * destroyed puts back the handler that was installed before, in place also of one that the client
  * has installed since, and for good: make no second logger beside Instance() that goes before it.
  *
- * Instance() retires when the process exits; messages that come later go to the default logger,
- * which writes nothing unless it was given a level. Append() may run on several threads at once,
- * also while the process exits: log4cpp serialises the output, and each line is written whole.
+ * Append() may run on several threads at once: log4cpp serialises the output, and each line is
+ * written whole. When the process exits, Instance() waits for the lines that other threads have
+ * begun, a second at most, and retires. Messages that come later go to the default logger, which
+ * writes nothing unless it was given a level; log statements of other threads are dropped.
  * EnablePosition() may be called meanwhile, which other threads notice soon. Everything else is
  * set-up, meant for program start.
  *
@@ -141,6 +142,9 @@ public:
     void SetFileLoggingEnabled(bool on) override;
 
 private:
+    friend bool common::logger::BeginStatement(const ICategory* category,
+                                               IMessage::Priority priority);
+    QVCOMMON_NO_EXPORT bool Admits(const ICategory* category, IMessage::Priority priority) const;
     QVCOMMON_NO_EXPORT void Retire();
     QVCOMMON_NO_EXPORT void TakeOverAppenders(const std::set<log4cpp::Appender*>& before,
                                               bool keep);
@@ -151,7 +155,7 @@ private:
     std::atomic<quint32> outputs{0};
     std::atomic<quint32> format{0};
     std::vector<std::unique_ptr<log4cpp::Appender>> configured; // by property files
-    std::atomic<int> appending{0};
+    std::atomic<int> unused{0};
     std::atomic<bool> retired{false};
 
     Q_DISABLE_COPY_MOVE(Logger)

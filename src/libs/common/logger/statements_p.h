@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QtGlobal>
+
+namespace common::logger {
+
+// Threads note that they are within a log statement, with two plain stores: an atomic counter that
+// they share would cost more than all the rest of a statement that is dropped. Before what they use
+// is destroyed, they are waited for.
+
+/** A statement begins on this thread, perhaps within another one. */
+void EnterStatement();
+/** It ends. */
+void LeaveStatement();
+
+/** Waits, a second at most, until each other thread was out of all statements once. */
+void AwaitStatements();
+
+/** From now on other threads drop their statements; waits for those that have begun. */
+void BeginExit();
+/** Has BeginExit() happen before the static objects that there are by now are destroyed. */
+void WatchExit();
+
+/** EnterStatement() and LeaveStatement() of a scope. */
+class StatementScope
+{
+public:
+    StatementScope() { EnterStatement(); }
+    ~StatementScope() { LeaveStatement(); }
+    Q_DISABLE_COPY_MOVE(StatementScope)
+};
+
+} // namespace common::logger
