@@ -116,9 +116,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, output);
         QByteArray actual = "old";
         QTEST(QCompressor::gzipDecompress(input, actual), "result");
-        // What was decoded in the call that found the damage is not delivered.
-        QVERIFY(output.startsWith(actual));
-        QVERIFY(output.size() - actual.size() < 32768);
+        QCOMPARE(actual, output);
     }
 
     void cutStreamKeepsWhatWasDecoded()

@@ -17,7 +17,7 @@ namespace tools {
  * @endcode
  *
  * In both operations @p output is cleared first, may be the same array as @p input, and on failure
- * holds what was produced so far.
+ * holds what was produced so far: all that could be unpacked, up to the damage.
  */
 class QVCOMMON_EXPORT QCompressor
 {
