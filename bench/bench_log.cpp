@@ -14,6 +14,10 @@
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <fcntl.h>
+#include <sched.h>
+#include <unistd.h>
+
 using namespace common::logger;
 
 namespace {
@@ -99,8 +103,33 @@ void SpdlogLine(benchmark::State& state)
     LogBySpdlog(state, logger);
 }
 
+// What all of them pay: the line is there, and goes to the kernel.
+void WrittenLine(benchmark::State& state)
+{
+    const std::string line =
+        "2026.m.23 14:05:07.123  DEBUG [12345] bench.direct: Sending GET request to "
+        "URL=" +
+        Url(state) + ", try 3\n";
+    const int file = open(qPrintable(LogFile("write")), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    while (state.KeepRunning()) {
+        if (write(file, line.data(), line.size()) < 0)
+            state.SkipWithError("failed");
+    }
+    close(file);
+}
+
+// Each thread on a processor of its own.
+void Pin(const benchmark::State& state)
+{
+    cpu_set_t processors;
+    CPU_ZERO(&processors);
+    CPU_SET(static_cast<unsigned>(state.thread_index()), &processors);
+    sched_setaffinity(0, sizeof processors, &processors);
+}
+
 void LibraryDropped(benchmark::State& state)
 {
+    Pin(state);
     if (state.thread_index() == 0)
         SetUpLibrary(IMessage::ERROR);
     LogByLibrary(state);
@@ -108,6 +137,7 @@ void LibraryDropped(benchmark::State& state)
 
 void Log4cppDropped(benchmark::State& state)
 {
+    Pin(state);
     if (state.thread_index() == 0)
         log4cpp::Category::getInstance("bench.direct").setPriority(log4cpp::Priority::ERROR);
     LogByLog4cpp(state);
@@ -115,6 +145,7 @@ void Log4cppDropped(benchmark::State& state)
 
 void SpdlogDropped(benchmark::State& state)
 {
+    Pin(state);
     static spdlog::logger logger("bench.dropped");
     if (state.thread_index() == 0)
         logger.set_level(spdlog::level::err);
@@ -126,6 +157,7 @@ void SpdlogDropped(benchmark::State& state)
 BENCHMARK(LibraryLine)->Name("log-line/qvcommon")->Arg(25)->Arg(250)->Arg(2500);
 BENCHMARK(Log4cppLine)->Name("log-line/log4cpp")->Arg(25)->Arg(250)->Arg(2500);
 BENCHMARK(SpdlogLine)->Name("log-line/spdlog")->Arg(25)->Arg(250)->Arg(2500);
+BENCHMARK(WrittenLine)->Name("log-line/write")->Arg(25)->Arg(250)->Arg(2500);
 BENCHMARK(LibraryDropped)->Name("log-dropped/qvcommon")->Arg(25)->ThreadRange(1, 2)->UseRealTime();
 BENCHMARK(Log4cppDropped)->Name("log-dropped/log4cpp")->Arg(25)->ThreadRange(1, 2)->UseRealTime();
 BENCHMARK(SpdlogDropped)->Name("log-dropped/spdlog")->Arg(25)->ThreadRange(1, 2)->UseRealTime();

@@ -80,7 +80,7 @@ void RequestByCurl(benchmark::State& state)
 
 void Sizes(benchmark::internal::Benchmark* benchmark)
 {
-    benchmark->Arg(1 << 10)->Arg(64 << 10)->Arg(1 << 20)->UseRealTime();
+    benchmark->Arg(1 << 10)->Arg(64 << 10)->Arg(1 << 20)->UseRealTime()->MeasureProcessCPUTime();
 }
 
 } // namespace

@@ -1,131 +1,104 @@
 #!/usr/bin/env python3
 """Measures the library beside what a user would pick instead, in one run on the same data.
 
-    bench/run.py [--build DIR] [--only WORD] [--rounds N] [--report FILE]
+    bench/run.py [--build DIR] [--only WORD] [--minutes N] [--disk DIR] [--report FILE]
 
-Prints one table. With --report it also writes the table, with a chart beside it (FILE with .svg), and
-what the work costs in memory. Everything lies on tmpfs and talks over loopback. A ratio is the time
-of the library divided by the other's: below 1 the library is faster.
+Prints one table. With --report it also writes the tables into the document, between their marks, and a
+chart beside it (FILE with .svg). Contestants take turns. A ratio is the time of the library divided
+by the other's: below 1 the library is faster.
 """
 
 import argparse
 import contextlib
 import json
-import math
 import os
 import pathlib
 import shutil
 import socket
-import statistics
 import subprocess
 import sys
 import tempfile
 import time
 
+import report
+
 LIBRARY = "qvcommon"
-
-# Work: what it is, whom to be compared with first, the ratio to reach (None: nothing was promised).
-WORKS = {
-    "log-line": ("log line to a file, by length of the text", "log4cpp", 0.75),
-    "log-dropped": ("log line that the level drops, by threads", "log4cpp", None),
-    "gzip": ("gzip, bytes", "zlib", 1.03),
-    "gunzip": ("gunzip, bytes of the result", "zlib", 1.03),
-    "md5": ("MD5 of a file, bytes", "md5sum", 1.05),
-    "request": ("request, by bytes of the reply", "QNetworkAccessManager", 1.05),
-    "download": ("verified download, bytes", "curl+md5sum", 0.95),
-    "copy": ("copy of a tree, files of 1 kB", "QFile::copy", 1.15),
-    "copy-deep": ("copy, 40 folders deep, files of 1 kB", "QFile::copy", 1.15),
-    "copy-file": ("copy of one file, bytes", "QFile::copy", 1.15),
-    "remove": ("removal of a tree, files", "rm", 2.0),
-    "remove-deep": ("removal, 40 folders deep, files", "rm", 2.0),
-    "parse-address": ("parsing a SIP address", "libosip2", 1.0),
-    "parse-other": ("parsing numbers, names, Skype", "patterns", None),
-    "parse-junk": ("refusing what is no address", "patterns", None),
-    "parse-long": ("parsing adversarial text, characters", "patterns", None),
-    "split": ("splitting 1 MB, by bytes a piece", "toUtf8", 2.0),
-    "json-load": ("loading a JSON file, bytes", "QJsonDocument", 1.05),
-    "json-save": ("saving a JSON file, bytes", "QJsonDocument", 1.05),
-    "json-load-key": ("loading it with a key, bytes", "QJsonDocument", None),
-    "json-save-key": ("saving it with a key, bytes", "QJsonDocument", None),
-    "start": ("start, end", "empty Qt program", None),
-    "start-log": ("start, first log line, end", "empty Qt program", None),
-    "start-request": ("start, first request, end", "bare Qt request", None),
-}
-# The plain build of this library took 319 ns for a line that is dropped, on one thread.
-DROPPED_GOAL_NS = 239
-START_GOAL_MS = 5
-# The keyed file is compared with a plain one by Qt.
-BORROWED = {"json-load-key": "json-load", "json-save-key": "json-save"}
+PROGRAMS = [f"bench/bench_{name}" for name in (
+    "launch", "jobs", "start", "start_empty", "start_desktop", "log", "values", "requests",
+    "identifiers")] + ["src/apps/qvtool/qvtool"]
+COMMANDS = ["aria2c", "chattr", "cp", "curl", "md5sum", "nginx", "rm", "rsync", "sync", "taskset",
+            "wget"]
 
 
-class Results:
-    """Seconds by work, size and contestant; peak memory in KiB of whole commands."""
+class Bench:
+    """What all measurements share: where things are, how long they may take, what came of them."""
 
-    def __init__(self):
-        self.times = {}
-        self.memory = {}
+    def __init__(self, build, folder, disk, pace):
+        self.build, self.folder, self.disk, self.pace = build, folder, disk, pace
+        self.times = {}   # by work and size, then contestant: seconds
+        self.memory = {}  # the same: peaks in KiB of whole commands
 
     def add(self, work, size, contestant, seconds, memory=None):
         self.times.setdefault((work, size), {}).setdefault(contestant, []).append(seconds)
         if memory is not None:
             self.memory.setdefault((work, size), {}).setdefault(contestant, []).append(memory)
 
-    def contestants(self, work, size):
-        found = dict(self.times[work, size])
-        if work in BORROWED:
-            for name, values in self.times.get((BORROWED[work], size), {}).items():
-                if name != LIBRARY:
-                    found[name] = values
-        return found
+    def program(self, name):
+        return self.build / "bench" / f"bench_{name}"
 
+    def run(self, commands):
+        """Runs the commands one after the other: seconds, of processor time, largest peak in KiB."""
+        seconds, processor, peak = 0, 0, 0
+        for command in commands:
+            done = subprocess.run([self.program("launch"), *command], stdout=subprocess.PIPE, text=True)
+            if done.returncode != 0:
+                sys.exit(f"bench: exit code {done.returncode} of {' '.join(map(str, command))}")
+            figures = done.stdout.split()
+            seconds += float(figures[0])
+            processor += float(figures[1])
+            peak = max(peak, int(figures[2]))
+        return seconds, processor, peak
 
-def run_timed(commands):
-    """Runs the commands one after the other; returns the seconds and the largest peak in KiB."""
-    peak = 0
-    start = time.perf_counter()
-    for command in commands:
-        child = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        _, status, usage = os.wait4(child.pid, 0)
-        child.returncode = os.waitstatus_to_exitcode(status)
-        if child.returncode != 0:
-            sys.exit(f"bench: exit code {child.returncode} of {' '.join(map(str, command))}")
-        peak = max(peak, usage.ru_maxrss)
-    return time.perf_counter() - start, peak
+    def compare(self, work, size, contestants, seconds, before=None, processor=False):
+        """Times whole commands in turn, for so long, but three rounds at least."""
+        names = list(contestants)
+        deadline = time.monotonic() + seconds * self.pace
+        turn = 0
+        while turn < 3 or (turn < 40 and time.monotonic() < deadline):
+            shift = turn % len(names)
+            for name in names[shift:] + names[:shift]:
+                commands = contestants[name]
+                if before:
+                    before(name)
+                wall, used, peak = self.run(commands(turn) if callable(commands) else commands)
+                self.add(work, size, name, used if processor else wall, peak)
+            turn += 1
 
-
-def compare(results, work, size, contestants, rounds, before=None):
-    """Times whole commands in turn, each round in another order."""
-    names = list(contestants)
-    for round_number in range(rounds):
-        shift = round_number % len(names)
-        for name in names[shift:] + names[:shift]:
-            if before:
-                before(name)
-            results.add(work, size, name, *run_timed(contestants[name]))
-
-
-def run_benchmark(results, program, rounds, arguments=(), min_time=0.02):
-    """Runs a Google Benchmark program with its contestants interleaved at random."""
-    output = subprocess.run(
-        [program, *arguments, "--benchmark_format=json", f"--benchmark_repetitions={2 * rounds}",
-         "--benchmark_enable_random_interleaving=true", f"--benchmark_min_time={min_time}"],
-        check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
-    for run in json.loads(output)["benchmarks"]:
-        if run["run_type"] != "iteration":
-            continue
-        if run.get("error_occurred"):
-            sys.exit(f"bench: {run['name']} failed")
-        parts = [part for part in run["name"].split("/") if part != "real_time"]
-        parts = [part for part in parts if not part.startswith("repeats:")]
-        size = parts[2] if len(parts) > 2 else ""
-        if parts[-1].startswith("threads:"):
-            size = parts[-1].removeprefix("threads:")
-        results.add(parts[0], int(size) if size else "", parts[1], run["real_time"] / 1e9)
+    def run_benchmark(self, name, repetitions, only=".", arguments=(), min_time=0.02):
+        """Runs a Google Benchmark program on one processor, its contestants interleaved at random."""
+        output = subprocess.run(
+            ["taskset", "-c", "1" if os.cpu_count() > 1 else "0", self.program(name), *arguments,
+             "--benchmark_format=json", f"--benchmark_filter={only}",
+             f"--benchmark_repetitions={max(3, round(repetitions * self.pace))}",
+             "--benchmark_enable_random_interleaving=true", f"--benchmark_min_time={min_time}"],
+            check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
+        for run in json.loads(output)["benchmarks"]:
+            if run["run_type"] != "iteration":
+                continue
+            if run.get("error_occurred"):
+                sys.exit(f"bench: {run['name']} failed")
+            parts = [part for part in run["name"].split("/")
+                     if not part.startswith(("repeats:", "real_time", "process_time"))]
+            size = parts[2] if len(parts) > 2 else ""
+            if parts[-1].startswith("threads:"):
+                size = parts[-1].removeprefix("threads:")
+            self.add(parts[0], int(size) if size else "", parts[1],
+                     run["cpu_time"] / 1e9)
 
 
 @contextlib.contextmanager
 def web_server(folder):
-    """nginx on a free port of the loopback, with the folder as its documents."""
+    """nginx on a free port of the loopback and the first processor; the folder has its documents."""
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         port = probe.getsockname()[1]
@@ -138,8 +111,7 @@ def web_server(folder):
         f" scgi_temp_path {folder}/scgi;"
         f" server {{ listen 127.0.0.1:{port}; root {folder}/www; }} }}")
     (folder / "www").mkdir()
-    server = subprocess.Popen([shutil.which("nginx", path=os.environ["PATH"] + ":/usr/sbin"),
-                               "-e", folder / "nginx.log", "-c", config],
+    server = subprocess.Popen(["taskset", "-c", "0", find("nginx"), "-e", folder / "nginx.log", "-c", config],
                               stderr=subprocess.DEVNULL)
     try:
         for _ in range(100):
@@ -152,6 +124,10 @@ def web_server(folder):
         server.wait()
 
 
+def find(command):
+    return shutil.which(command, path=os.environ["PATH"] + ":/usr/sbin:/sbin")
+
+
 def make_file(path, size):
     block = os.urandom(1 << 20)
     with open(path, "wb") as file:
@@ -159,315 +135,176 @@ def make_file(path, size):
             file.write(block[: min(len(block), size - start)])
 
 
-def measure_web(results, build, folder, rounds):
-    with web_server(folder) as (documents, url):
+def measure_log(bench):
+    bench.run_benchmark("log", 18)
+
+
+def measure_values(bench):
+    bench.run_benchmark("identifiers", 10)
+    bench.run_benchmark("values", 12, "/(1024|1048576|140|4096|65536|100000|1000000)$")
+    bench.run_benchmark("values", 3, "/(67108864|10000000)$", min_time=0.001)
+    jobs = bench.program("jobs")
+    text = bench.folder / "text"
+    make_file(text, 64 << 20)
+    bench.compare("memory-gzip", 64 << 20, {LIBRARY: [[jobs, "gzip", text]]}, 0)
+    entry = {"name": "Jane Roe", "number": "+74955550123", "address": "sip:jane@example.test"}
+    document = {"contacts": [{**entry, "id": number} for number in range(100_000)]}
+    text.write_text(json.dumps(document, indent=4))
+    bench.compare("memory-json", text.stat().st_size, {LIBRARY: [[jobs, "json", text]]}, 0)
+    text.unlink()
+
+
+def measure_web(bench):
+    with web_server(bench.folder) as (documents, url):
         for size in (1 << 10, 64 << 10, 1 << 20):
             make_file(documents / str(size), size)
-        run_benchmark(results, build / "bench/bench_requests", rounds, [f"{url}/BYTES"])
-        measure_start(results, build, folder, rounds, f"{url}/1024")
-        for size in (64 << 20, 256 << 20, 1 << 30):
-            measure_download(results, build, folder, max(rounds // 2, 1), documents, url, size)
+        bench.run_benchmark("requests", 30, arguments=[f"{url}/BYTES"], min_time=0.03)
+        measure_start(bench, f"{url}/1024")
+        for size in (64 << 20, 1 << 30):
+            measure_download(bench, documents, url, size)
 
 
-def measure_start(results, build, folder, rounds, url):
-    program, empty = build / "bench/bench_start", build / "bench/bench_start_empty"
-    rounds *= 4
-    desktop = build / "bench/bench_start_desktop"
+def measure_start(bench, url):
+    program, empty, desktop = map(bench.program, ("start", "start_empty", "start_desktop"))
     idle = {"empty Qt program": [[empty]], "empty desktop program": [[desktop]]}
-    compare(results, "start", "", {LIBRARY: [[program]], **idle}, rounds)
-    log = [program, "log", folder / "start.log"]
-    compare(results, "start-log", "", {LIBRARY: [log], **idle}, rounds)
-    compare(results, "start-request", "", {
+    bench.compare("start", "", {LIBRARY: [[program]], **idle}, 2)
+    log = [program, "log", bench.folder / "start.log"]
+    bench.compare("start-log", "", {LIBRARY: [log], **idle}, 2)
+    bench.compare("start-request", "", {
         LIBRARY: [[program, "request", url]],
         "bare Qt request": [[empty, "request", url]],
-        "desktop program with TLS set up": [[desktop, "request-tls", url]]}, rounds)
+        "desktop program with TLS set up": [[desktop, "request-tls", url]]}, 3)
 
 
-def measure_download(results, build, folder, rounds, documents, url, size):
-    document, target = documents / "document", folder / "target"
+def measure_download(bench, documents, url, size):
+    document, target = documents / "document", bench.folder / "target"
     make_file(document, size)
     md5 = subprocess.run(["md5sum", document], check=True, text=True,
                          stdout=subprocess.PIPE).stdout.split()[0]
     url = f"{url}/document"
     check = ["md5sum", target]
-    compare(results, "download", size, {
-        LIBRARY: [[build / "src/apps/qvtool/qvtool", "download", "--md5", md5, url, target]],
+    bench.compare("download", size, {
+        LIBRARY: [[bench.build / "src/apps/qvtool/qvtool", "download", "--md5", md5, url, target]],
         "curl+md5sum": [["curl", "-s", "-o", target, url], check],
         "wget+md5sum": [["wget", "-q", "-O", target, url], check],
         "aria2c": [["aria2c", "-q", "--allow-overwrite=true", "--file-allocation=none",
-                    f"--checksum=md5={md5}", "-d", folder, "-o", "target", url]],
-    }, rounds, before=lambda _: target.unlink(missing_ok=True))
-    compare(results, "md5", size, {LIBRARY: [[build / "bench/bench_jobs", "md5", document]],
-                                   "md5sum": [["md5sum", document]]}, rounds)
+                    f"--checksum=md5={md5}", "-d", bench.folder, "-o", "target", url]],
+    }, 5, before=lambda _: target.unlink(missing_ok=True))
+    bench.compare("md5", size, {LIBRARY: [[bench.program("jobs"), "md5", document]],
+                                "md5sum": [["md5sum", document]]}, 3)
     document.unlink()
     target.unlink()
 
 
-def measure_trees(results, build, folder, rounds):
-    jobs = build / "bench/bench_jobs"
-    tree, target = folder / "tree", folder / "copy"
+def measure_trees(bench):
+    jobs = bench.program("jobs")
+    tree, target = bench.folder / "tree", bench.folder / "copy"
 
     def remove_target(_=None):
         shutil.rmtree(target, ignore_errors=True)
-
-    def copies(source):
-        return {LIBRARY: [[jobs, "copy", LIBRARY, source, target]],
-                "QFile::copy": [[jobs, "copy", "qfile", source, target]],
-                "std::filesystem": [[jobs, "copy", "filesystem", source, target]],
-                "cp": [["cp", "-r", source, target]],
-                "rsync": [["rsync", "-a", f"{source}/", target]]}
 
     def make_target(_):
         remove_target()
         subprocess.run(["cp", "-r", tree, target], check=True)
 
-    def removals():
-        return {LIBRARY: [[jobs, "remove", LIBRARY, target]], "rm": [["rm", "-rf", target]],
+    copies = {LIBRARY: [[jobs, "copy", LIBRARY, tree, target]],
+              "cp": [["cp", "-r", tree, target]],
+              "rsync": [["rsync", "-a", f"{tree}/", target]],
+              "std::filesystem": [[jobs, "copy", "filesystem", tree, target]],
+              "QFile::copy": [[jobs, "copy", "qfile", tree, target]]}
+    removals = {LIBRARY: [[jobs, "remove", LIBRARY, target]], "rm": [["rm", "-rf", target]],
                 "std::filesystem": [[jobs, "remove", "filesystem", target]]}
-
     for suffix, files, depth in (("", 5000, 1), ("", 20000, 1), ("", 80000, 1), ("-deep", 5000, 40)):
-        subprocess.run([jobs, "make", tree, str(files), str(depth), "1000"], check=True)
-        turns = rounds if files < 80000 else max(rounds * 2 // 3, 1)
-        compare(results, f"copy{suffix}", files, copies(tree), turns, remove_target)
-        compare(results, f"remove{suffix}", files, removals(), turns, make_target)
+        make_tree(bench, tree, files, depth, 1000)
+        few = 2 if files == 80000 else None
+        bench.compare(f"copy{suffix}", files, dict(list(copies.items())[:few]), 6, remove_target)
+        bench.compare(f"remove{suffix}", files, dict(list(removals.items())[:few]), 3, make_target)
         remove_target()
         shutil.rmtree(tree)
-    subprocess.run([jobs, "make", tree, "1", "1", str(2 << 30)], check=True)
-    compare(results, "copy-file", 2 << 30, copies(tree), max(rounds // 2, 1), remove_target)
+    make_tree(bench, tree, 1, 1, 2 << 30)
+    bench.compare("copy-file", 2 << 30, dict(list(copies.items())[:3]), 6, remove_target,
+                  processor=True)
     remove_target()
     shutil.rmtree(tree)
 
 
-def measure_memory(results, build, folder):
-    """The memory of the work that is timed within a process, as a command of its own."""
-    jobs = build / "bench/bench_jobs"
-    text = folder / "text"
-    make_file(text, 64 << 20)
-    compare(results, "memory: gzip and gunzip", 64 << 20, {LIBRARY: [[jobs, "gzip", text]]}, 1)
-    entry = {"name": "Jane Roe", "number": "+74955550123", "address": "sip:jane@example.test"}
-    document = {"contacts": [{**entry, "id": number} for number in range(100_000)]}
-    text.write_text(json.dumps(document, indent=4))
-    size = text.stat().st_size
-    compare(results, "memory: JSON load and save", size, {LIBRARY: [[jobs, "json", text]]}, 1)
-    compare(results, "memory: a program that does nothing", "", {LIBRARY: [[build / "bench/bench_start"]]}, 1)
-    text.unlink()
+def make_tree(bench, tree, files, depth, size):
+    subprocess.run([bench.program("jobs"), "make", tree, str(files), str(depth), str(size)], check=True)
 
 
-def seconds_text(seconds):
-    for unit, scale in (("s", 1.0), ("ms", 1e3), ("µs", 1e6)):
-        if seconds * scale >= 1:
-            return f"{seconds * scale:.3g} {unit}"
-    return f"{seconds * 1e9:.3g} ns"
+# Deleted inodes make ext4 slower at making new ones, near them: so each round has a directory of its
+# own, far from the others, and nothing is deleted until the end.
+def measure_disk(bench):
+    with tempfile.TemporaryDirectory(prefix="bench-", dir=bench.disk) as top:
+        for files in (5000, 20000):
+            place = pathlib.Path(top) / str(files)
+            place.mkdir()
+            subprocess.run([find("chattr"), "+T", place], stderr=subprocess.DEVNULL)  # ext4's
+            measure_disk_tree(bench, place, files)
 
 
-def size_text(size):
-    if size == "":
-        return ""
-    for unit, scale in (("Gi", 1 << 30), ("Mi", 1 << 20), ("Ki", 1 << 10)):
-        if size % scale == 0:
-            return f"{size // scale} {unit}"
-    return f"{size:,}"
+def measure_disk_tree(bench, place, files):
+    jobs, tree, flush = bench.program("jobs"), place / "tree", [["sync", "-f", place]]
+    make_tree(bench, tree, files, 1, 1000)
+    subprocess.run(["sync", "-f", place], check=True)
+
+    def into(name, *command):
+        def commands(turn):
+            target = place / f"{name}{turn}"
+            target.mkdir()
+            return [[*command, target / "copy"]]
+        return commands
+
+    def flushed(commands):
+        return lambda turn: commands(turn) + flush
+
+    bench.compare("copy-disk", files, {
+        LIBRARY: into("library", jobs, "copy", LIBRARY, tree),
+        "cp+sync": flushed(into("cp", "cp", "-r", tree)),
+        "rsync+sync": flushed(into("rsync", "rsync", "-a", f"{tree}/"))}, 5)
+    made = iter(sorted(place.glob("*/copy")))
+    bench.compare("remove-disk", files, {
+        LIBRARY: lambda _: [[jobs, "remove", LIBRARY, next(made)]] + flush,
+        "rm+sync": lambda _: [["rm", "-rf", next(made)]] + flush}, 0)
 
 
-def spread(values):
-    """Half the distance between the quartiles, in percent of the median."""
-    if len(values) < 4:
-        return (max(values) - min(values)) / 2 / statistics.median(values) * 100
-    low, _, high = statistics.quantiles(values, n=4)
-    return (high - low) / 2 / statistics.median(values) * 100
+STEPS = {"log": measure_log, "values": measure_values, "web": measure_web, "trees": measure_trees,
+         "disk": measure_disk}
 
 
-def goal_text(work, goal, ours, theirs):
-    """What was to be reached, and whether it was."""
-    if work == "log-dropped":
-        return f"{DROPPED_GOAL_NS} ns", ours * 1e9 <= DROPPED_GOAL_NS
-    if work.startswith("start"):
-        return f"+{START_GOAL_MS} ms", (ours - theirs) * 1e3 <= START_GOAL_MS
-    return (f"{goal:.2f}", ours / theirs <= goal) if goal else ("", None)
-
-
-def verdict(met, ratio, goal, noise):
-    """How a row stands to its goal. A miss by less than the spread of both may be none."""
-    if met is None:
-        return ""
-    if met:
-        return "met"
-    return "within the spread" if goal and ratio * (1 - noise / 100) <= goal else "missed"
-
-
-def table(results):
-    """Rows: work, size, library, first contestant, ratio, spreads, goal, met, others."""
-    rows = []
-    for work, (title, first, goal) in WORKS.items():
-        for size in sorted({size for name, size in results.times if name == work}, key=str_or_number):
-            found = results.contestants(work, size)
-            medians = {name: statistics.median(values) for name, values in found.items()}
-            ours, theirs = medians[LIBRARY], medians[first]
-            wanted, met = goal_text(work, goal, ours, theirs)
-            others = ", ".join(f"{name} {seconds_text(value)} ({ours / value:.2f})"
-                               for name, value in medians.items() if name not in (LIBRARY, first))
-            noise = spread(found[LIBRARY]) + spread(found[first])
-            rows.append({
-                "verdict": verdict(met, ours / theirs, goal, noise),
-                "work": work, "title": title, "size": size_text(size), "ours": seconds_text(ours),
-                "first": f"{first} {seconds_text(theirs)}", "ratio": ours / theirs,
-                "spread": f"{spread(found[LIBRARY]):.0f} / {spread(found[first]):.0f} %",
-                "goal": wanted, "others": others, "extra": ours - theirs,
-            })
-    return rows
-
-
-def str_or_number(size):
-    return (0, 0) if size == "" else (1, size)
-
-
-def ratio_text(row):
-    if row["work"].startswith("start"):
-        return f"{row['extra'] * 1e3:+.1f} ms"
-    return f"{row['ratio']:.2f}"
-
-
-def print_table(rows):
-    line = "{:42} {:>8}  {:>9}  {:34} {:>8} {:>11}  {:>7} {}"
-    print(line.format("work", "size", LIBRARY, "beside", "ratio", "spread", "goal", ""))
-    for row in rows:
-        print(line.format(row["title"], row["size"], row["ours"], row["first"], ratio_text(row),
-                          row["spread"], row["goal"], row["verdict"]))
-        if row["others"]:
-            print(f"{'':53}{row['others']}")
-
-
-def machine():
-    cpu = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo")
-                if line.startswith("model name")), "unknown processor")
-    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / (1 << 30)
-    system = next((line.split("=")[1].strip().strip('"') for line in open("/etc/os-release")
-                   if line.startswith("PRETTY_NAME")), "Linux")
-    return (f"{cpu}, {os.cpu_count()} processors, {memory:.0f} GiB of memory, {system}, "
-            f"Linux {os.uname().release.split('-')[0]}")
-
-
-def growth_text(results):
-    """How the time grows from the smallest to the largest size of each work."""
-    lines = []
-    for work, (title, _, _) in WORKS.items():
-        sizes = sorted({size for name, size in results.times if name == work and size != ""})
-        if len(sizes) < 2:
-            continue
-        medians = [statistics.median(results.times[work, size][LIBRARY]) for size in sizes]
-        steps = ", ".join(f"{size_text(size)}: {seconds_text(value)}"
-                          for size, value in zip(sizes, medians))
-        lines.append(f"| {title} | {steps} | {sizes[-1] / sizes[0]:,.0f} | "
-                     f"{medians[-1] / medians[0]:,.3g} |")
-    return lines
-
-
-def memory_text(results):
-    lines = []
-    for (work, size), found in results.memory.items():
-        title = WORKS[work][0] if work in WORKS else work.removeprefix("memory: ")
-        if work.startswith("start"):
-            continue
-        peaks = {name: statistics.median(values) / 1024 for name, values in found.items()}
-        others = ", ".join(f"{name} {value:.0f}" for name, value in peaks.items() if name != LIBRARY)
-        lines.append(f"| {title} | {size_text(size)} | {peaks[LIBRARY]:.0f} | {others} |")
-    return lines
-
-
-def chart(rows):
-    """Horizontal bars of the ratios on a logarithmic scale; a tick marks the goal."""
-    bars = [row for row in rows if not row["work"].startswith(("start", "log-dropped"))]
-    step, left, width = 20, 330, 420
-    low, high = 1 / 64, 8
-
-    def place(ratio):
-        share = math.log(min(max(ratio, low), high) / low) / math.log(high / low)
-        return left + share * width
-
-    height = step * len(bars) + 70
-    parts = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {left + width + 70} {height}" '
-             'font-family="sans-serif" font-size="12">',
-             '<rect width="100%" height="100%" fill="#ffffff"/>',
-             '<text x="10" y="20" font-size="14">Time of the library divided by that of the '
-             'alternative (left of 1: the library is faster)</text>']
-    for ratio in (1 / 64, 1 / 16, 1 / 4, 1, 4):
-        x = place(ratio)
-        label = f"{ratio:g}" if ratio >= 1 else f"1/{1 / ratio:.0f}"
-        colour = "#444444" if ratio == 1 else "#dddddd"
-        parts.append(f'<line x1="{x:.1f}" y1="46" x2="{x:.1f}" y2="{height - 12}" '
-                     f'stroke="{colour}"/><text x="{x:.1f}" y="42" text-anchor="middle" '
-                     f'fill="#444444">{label}</text>')
-    for number, row in enumerate(bars):
-        y = 52 + number * step
-        start, end = sorted((place(1), place(row["ratio"])))
-        colour = "#2a7f62" if row["ratio"] <= 1 else "#c77d28"
-        name = row["first"].rsplit(" ", 2)[0]
-        label = f"{row['work']} {row['size']}".strip() + f" : {name}"
-        parts.append(f'<text x="{left - 8}" y="{y + 12}" text-anchor="end">{label}</text>'
-                     f'<rect x="{start:.1f}" y="{y + 2}" width="{max(end - start, 1):.1f}" '
-                     f'height="{step - 7}" fill="{colour}"/>')
-        if WORKS[row["work"]][2]:
-            x = place(WORKS[row["work"]][2])
-            parts.append(f'<line x1="{x:.1f}" y1="{y}" x2="{x:.1f}" y2="{y + step - 3}" '
-                         'stroke="#b03060" stroke-width="2"/>')
-        parts.append(f'<text x="{left + width + 8}" y="{y + 12}">{row["ratio"]:.2f}</text>')
-    return "\n".join(parts + ["</svg>", ""])
-
-
-def report(path, rows, results, rounds, elapsed):
-    """Replaces what stands between the marks of the report; the rest of it is written by hand."""
-    lines = [f"Measured by `./qv bench` in {elapsed / 60:.1f} minutes, {rounds} rounds: {machine()}.",
-             "", "| Work | Size | Library | Beside | Ratio | Spread | Goal | "
-             "| Others (ratio) |", "|---|--:|--:|---|--:|--:|--:|---|---|"]
-    for row in rows:
-        lines.append(f"| {row['title']} | {row['size']} | {row['ours']} | {row['first']} | "
-                     f"{ratio_text(row)} | {row['spread']} | {row['goal']} | {row['verdict']} | "
-                     f"{row['others']} |")
-    lines += ["", "## Growth", "",
-              "| Work | Time by size | Size grows by | Time grows by |", "|---|---|--:|--:|",
-              *growth_text(results), "", "## Memory", "",
-              "Peak resident memory of the whole program, MiB.", "",
-              "| Work | Size | Library | Others |", "|---|--:|--:|---|", *memory_text(results)]
-    start, end = "<!-- measured -->", "<!-- /measured -->"
-    text = path.read_text()
-    head, rest = text.split(start, 1)
-    tail = rest.split(end, 1)[1]
-    path.write_text("\n".join([head + start, "", *lines, "", end]) + tail)
-    path.with_suffix(".svg").write_text(chart(rows))
+def check(build, report_file, parser):
+    """All that could go wrong after minutes of measuring."""
+    missing = [name for name in PROGRAMS if not (build / name).exists()]
+    missing += [name for name in COMMANDS if not find(name)]
+    if missing:
+        parser.error(f"these are missing (see ./qv setup --bench): {', '.join(missing)}")
+    if report_file and not report.has_marks(report_file):
+        parser.error(f"{report_file} is no document with the marks of a report")
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", 1)[0])
     parser.add_argument("--build", type=pathlib.Path, default=pathlib.Path("build/release"))
-    parser.add_argument("--only", choices=["log", "values", "identifiers", "web", "trees"],
-                        help="measure this alone")
-    parser.add_argument("--report", type=pathlib.Path, help="write the table into this document")
-    parser.add_argument("--rounds", type=int, default=9, help="how often each is measured (9)")
+    parser.add_argument("--only", choices=STEPS, help="measure this alone")
+    parser.add_argument("--report", type=pathlib.Path, help="write the tables into this document")
+    parser.add_argument("--minutes", type=float, default=4.5, help="about how long (4.5)")
+    parser.add_argument("--disk", default="/var/tmp", help="a directory on a disk (/var/tmp)")
     options = parser.parse_args()
     if options.only and options.report:
         parser.error("a report is made of all measurements")
-    build, rounds = options.build.resolve(), options.rounds
-    results = Results()
-    start = time.monotonic()
+    check(options.build, options.report, parser)
+    start, load = time.monotonic(), os.getloadavg()[0]
     shared = "/dev/shm" if os.path.isdir("/dev/shm") else None
     with tempfile.TemporaryDirectory(prefix="bench-", dir=shared) as folder:
-        folder = pathlib.Path(folder)
-        steps = {
-            "log": lambda: run_benchmark(results, build / "bench/bench_log", rounds),
-            "identifiers": lambda: run_benchmark(results, build / "bench/bench_identifiers", rounds),
-            "values": lambda: (run_benchmark(results, build / "bench/bench_values", rounds),
-                               measure_memory(results, build, folder)),
-            "web": lambda: measure_web(results, build, folder, rounds),
-            "trees": lambda: measure_trees(results, build, folder, rounds),
-        }
-        for name, step in steps.items():
+        bench = Bench(options.build.resolve(), pathlib.Path(folder), options.disk, options.minutes / 4.5)
+        for name, step in STEPS.items():
             if options.only in (None, name):
-                print(f"bench: {name} ...", file=sys.stderr, flush=True)
-                step()
-    rows = table(results)
-    print_table(rows)
+                print(f"bench: {name}, after {time.monotonic() - start:.0f} s", file=sys.stderr, flush=True)
+                step(bench)
+    tables = report.Tables(bench.times, bench.memory)
+    tables.print()
     if options.report:
-        report(options.report, rows, results, rounds, time.monotonic() - start)
+        tables.write(options.report, (time.monotonic() - start) / 60, load)
 
 
 if __name__ == "__main__":
