@@ -25,7 +25,8 @@
 
 namespace common::logger {
 
-/** The condition of a log statement. Compiled into clients. */
+/// @cond
+// The condition of a log statement. Compiled into clients, so it stays as it is.
 class Dropped
 {
 public:
@@ -35,7 +36,7 @@ public:
     }
     explicit operator bool() const { return dropped_; }
 
-    /** Makes both branches of a log statement void; binds weaker than <<, stronger than ?:. */
+    // Makes both branches of a log statement void; binds weaker than <<, stronger than ?:.
     struct Discard
     {
         template <typename T>
@@ -53,6 +54,7 @@ template <typename T>
 void operator&&(T&&, Dropped) = delete;
 template <typename T>
 void operator||(T&&, Dropped) = delete;
+/// @endcond
 
 } // namespace common::logger
 

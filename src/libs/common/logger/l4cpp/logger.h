@@ -155,7 +155,7 @@ private:
     std::atomic<quint32> outputs{0};
     std::atomic<quint32> format{0};
     std::vector<std::unique_ptr<log4cpp::Appender>> configured; // by property files
-    std::atomic<int> unused{0}; // keeps the layout
+    std::atomic<int> unused{0};                                 // keeps the layout
     std::atomic<bool> retired{false};
 
     Q_DISABLE_COPY_MOVE(Logger)
