@@ -13,8 +13,6 @@ using common::logger::l4cpp::Logger;
 
 namespace {
 
-constexpr unsigned int patternFormat = 0x100;
-
 // Milliseconds and ticks that have passed go on between two lines.
 bool TellsRunningTime(const std::string& pattern)
 {
@@ -35,7 +33,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     event.timeStamp = log4cpp::TimeStamp(unsigned(second), unsigned(microsecond));
     const QString pattern = Text(input.Rest());
     const std::unique_ptr<log4cpp::Layout> layout(
-        Logger::Instance()->getLayout(patternFormat, pattern));
+        Logger::Instance()->getLayout(common::logger::patternFormat, pattern));
     if (!layout)
         return 0;
     const std::string line = layout->format(event);

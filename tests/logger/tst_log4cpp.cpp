@@ -505,7 +505,7 @@ private Q_SLOTS:
 
     void qtMessages()
     {
-        Configure(fileOutput, 0x103);
+        Configure(fileOutput, patternFormat | positionFormat | functionFormat);
         logger_->EnablePosition(false);
         qDebug("d");
         qInfo("i");

@@ -204,15 +204,18 @@ private Q_SLOTS:
     void settingsMayChangeWhileThreadsLog()
     {
         Logger logger;
+        const QtMessageHandler previous =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
         std::thread other([&logger] {
             for (int i = 0; i < 1000; ++i)
-                Message(&logger, &logCategory, IMessage::INFO, logSource, "run", 1) << i;
+                Message(&logger, &logCategory, IMessage::EMERG, logSource, "run", 1) << i;
         });
         for (int i = 0; i < 1000; ++i) {
             logger.SetLevel(i % 2 ? IMessage::EMERG : IMessage::ALERT);
             logger.EnablePosition(i % 2);
         }
         other.join();
+        qInstallMessageHandler(previous);
         QCOMPARE(logger.GetLevel(), IMessage::EMERG);
         QVERIFY(logger.IsPositionEnabled());
     }

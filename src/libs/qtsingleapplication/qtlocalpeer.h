@@ -48,8 +48,8 @@ public:
      * @param message the text
      * @param timeout milliseconds, of which the answer takes some; below 0 without limit
      * @return whether the server has confirmed that it got the whole text, which it will handle in
-     *         its event loop; false also from the server itself, and after the whole timeout (never, if
-     *         there is none) where the server lives on the calling thread, which cannot answer
+     *         its event loop; false also from the server itself, and after the whole timeout (never,
+     *         if there is none) where the server lives on the calling thread, which cannot answer
      *         meanwhile. After false it may yet have got it.
      */
     bool sendMessage(const QString& message, int timeout);

@@ -9,18 +9,18 @@ namespace common::logger {
 
 /** @name Outputs of ILogger::Configure() */
 ///@{
-constexpr unsigned int consoleOutput = 0x1;     ///< the standard output
-constexpr unsigned int fileOutput = 0x4;        ///< a log file
-constexpr unsigned int rollingFileOutput = 0x8; ///< one of limited size; wins over fileOutput
+inline constexpr unsigned int consoleOutput = 0x1;     ///< the standard output
+inline constexpr unsigned int fileOutput = 0x4;        ///< a log file
+inline constexpr unsigned int rollingFileOutput = 0x8; ///< of limited size; wins over fileOutput
 ///@}
 
 /** @name Formats of ILogger::Configure() */
 ///@{
-constexpr unsigned int positionFormat = 0x1;  ///< the source position at each line's end
-constexpr unsigned int functionFormat = 0x2;  ///< the function's name with it
-constexpr unsigned int patternFormat = 0x100; ///< the layout that the pattern describes
-constexpr unsigned int simpleFormat = 0x200;  ///< the simple layout of log4cpp
-constexpr unsigned int basicFormat = 0x400;   ///< the basic layout of log4cpp, which wins over it
+inline constexpr unsigned int positionFormat = 0x1;  ///< the source position at each line's end
+inline constexpr unsigned int functionFormat = 0x2;  ///< the function's name with it
+inline constexpr unsigned int patternFormat = 0x100; ///< the layout of the pattern; wins over both
+inline constexpr unsigned int simpleFormat = 0x200;  ///< the simple layout of log4cpp
+inline constexpr unsigned int basicFormat = 0x400;   ///< its basic layout; wins over simpleFormat
 ///@}
 
 /**
@@ -33,12 +33,16 @@ constexpr unsigned int basicFormat = 0x400;   ///< the basic layout of log4cpp, 
  * common::logger::SetLogger(previous);
  * @endcode
  *
- * Append() may be called from any thread, from several at once. Once the thread that ends the process
- * destroys static objects, log statements of other threads are dropped; those that had begun are
- * waited for, a second at most. Messages that are built otherwise, and what other threads say
- * through Qt by then, are not protected: end or join such threads before main() returns. Everything else is set-up, meant
- * for program start before other threads log. The order of the virtual functions is part of the
- * binary interface.
+ * Append() may be called from any thread, from several at once. The built-in loggers also ask
+ * IsPositionEnabled() there, and take a changed level or position at any time. Everything else is
+ * set-up, meant for program start before other threads log.
+ *
+ * Once the thread that ends the process destroys static objects, log statements of other threads
+ * are dropped; those that had begun are waited for, a second at most. Messages that are built
+ * otherwise, and what other threads say through Qt by then, are not protected: end or join such
+ * threads before main() returns.
+ *
+ * The order of the virtual functions is part of the binary interface.
  */
 class QVCOMMON_EXPORT ILogger
 {
@@ -46,7 +50,7 @@ public:
     /**
      * Emits one message, or drops it. The message lives only for this call. Must not throw.
      *
-     * The text may hold what a server or a file name says, newlines and control characters included.
+     * The text may hold what a server or a file name says, newlines and control characters too.
      */
     virtual void Append(const IMessage& message) = 0;
 
@@ -68,8 +72,8 @@ public:
      * decides on level, outputs and layout.
      *
      * @param level          threshold, as for SetLevel()
-     * @param outputs        any of the outputs above: rollingFileOutput
-     * @param format         any of the formats above: patternFormat | positionFormat
+     * @param outputs        outputs as above, combined: consoleOutput | fileOutput
+     * @param format         formats as above, combined: patternFormat | positionFormat
      * @param pattern        layout pattern; empty for the built-in one
      * @param qtCategory     category under which Qt's own messages are logged
      * @param configFile     configuration file, tried first
@@ -112,8 +116,9 @@ QVCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
  * Begins a log statement, if the current logger may want it. The message that is built next on this
  * thread, by the constructor without a logger, ends it.
  *
- * @return false if nothing is to be built: there is no logger, or it is one of the two built-in ones
- *         (no subclass) and would drop that priority, or another thread has begun to end the process
+ * @return false if nothing is to be built: there is no logger, or it is one of the two built-in
+ *         ones (no subclass) and would drop that priority, or another thread has begun to end the
+ *         process
  */
 QVCOMMON_EXPORT bool BeginStatement(const ICategory* category, IMessage::Priority priority);
 

@@ -63,13 +63,14 @@ void operator||(T&&, Dropped) = delete;
  * into it goes into a QTextStream, and the statement's end hands the message to the current logger.
  * Uses @c logCategory and @c logSource of the enclosing scope.
  *
- * A statement that BeginStatement() refuses builds nothing and evaluates nothing of what is streamed
- * into it, so its operands must have no effects that the program needs. It is an expression of type
- * @c void: it may stand alone, without braces after an @c if, and in either branch of @c ?:.
+ * A statement that BeginStatement() refuses builds nothing and evaluates nothing of what is
+ * streamed into it, so its operands must have no effects that the program needs. It is an
+ * expression of type @c void: it may stand alone, without braces after an @c if, and in either
+ * branch of @c ?:.
  */
 #define QVLOG(priority) QVLOG_STATEMENT(logCategory, __func__, priority)
 
-/** The same under a category of its own, the name of an object, for files with several. */
+/** The same under a category of its own, the name of an ICategory, in place of @c logCategory. */
 #define QVLOG_TO(category, priority) QVLOG_STATEMENT(category, __func__, priority)
 
 /** The same for a helper that logs in the name of another function. */

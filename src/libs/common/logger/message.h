@@ -67,8 +67,8 @@ protected:
 };
 
 /**
- * One log statement: built on the stack, streamed into, handed to its logger when it is destroyed at
- * the end of the statement.
+ * One log statement: built on the stack, streamed into, handed to its logger when it is destroyed
+ * at the end of the statement.
  *
  * Normally written with the macro of common/logger/log.h, which supplies all arguments:
  * @code
@@ -114,7 +114,7 @@ public:
     /** The stream that takes the text. Literals are read as Latin-1, byte arrays as UTF-8. */
     QTextStream& Out() { return stream_; }
 
-    /** Streams into Out(): whatever a QTextStream takes. */
+    /** Streams into Out(): whatever a QTextStream takes by value or constant reference. */
     template <typename T>
     Message& operator<<(const T& value)
     {

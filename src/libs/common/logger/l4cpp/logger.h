@@ -71,8 +71,8 @@ public:
      * Logs a message of Qt's: warnings as WARN, critical ones as ERROR, fatal ones as CRIT, all
      * others as DEBUG. A message that comes while the thread is logging another one of Qt's, or is
      * within one of the two built-in loggers (an appender speaks, the default logger writes), goes
-     * to the handler that was installed before. What a logger of the client's own says through Qt is
-     * logged in turn, once: keep Append() from saying anything for each message.
+     * to the handler that was installed before. What a logger of the client's own says through Qt
+     * is logged in turn, once: do not speak through Qt for each message in Append().
      */
     static void MessageHandler(QtMsgType type, const QMessageLogContext& context,
                                const QString& text);

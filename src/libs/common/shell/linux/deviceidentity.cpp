@@ -160,7 +160,6 @@ void DeviceIdentity::Log()
     for (const Record& record : records)
         logger::Message(logger::GetLogger(), &logCategory, record.priority, logSource,
                         record.function, record.line)
-                .Out()
             << record.text;
 }
 
