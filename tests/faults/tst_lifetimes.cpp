@@ -1,4 +1,5 @@
 #include <common/http/filedownload.h>
+#include <common/http/httprequestdatamap.h>
 #include <common/logger/log.h>
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
@@ -355,6 +356,52 @@ protected:
     }
 };
 
+// Runs a function in a slot that any signal can be connected to by name.
+class Relay : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Relay(std::function<void()> run) : run_(std::move(run)) {}
+
+public Q_SLOTS:
+    void Run() { run_(); }
+
+private:
+    std::function<void()> run_;
+};
+
+// A request or a download, and what a slot may do to it.
+struct Transfer
+{
+    QPointer<QNetworkAccessManager> manager = new QNetworkAccessManager;
+    QPointer<http::HttpRequest> request;
+    QPointer<http::IFileDownload> download;
+
+    bool Send() const { return request ? request->Post() : download && download->Start(); }
+
+    void Abort() const
+    {
+        if (request)
+            request->Abort();
+        else if (download)
+            download->Abort();
+    }
+
+    QObject* Object() const { return request ? static_cast<QObject*>(request) : download; }
+};
+
+using Deed = void (*)(const Transfer&);
+
+const Deed deeds[] = {
+    [](const Transfer& t) { t.Abort(); },
+    [](const Transfer& t) { t.Send(); },
+    [](const Transfer& t) { t.Abort(), t.Send(); },
+    [](const Transfer& t) { t.Object()->deleteLater(); },
+    [](const Transfer& t) { delete t.Object(); },
+    [](const Transfer& t) { t.manager->deleteLater(); },
+};
+
 } // namespace
 
 class TestLifetimes : public QObject
@@ -380,6 +427,9 @@ private Q_SLOTS:
         server.Script("/silent", {Silent()});
         server.Script("/cut", {Cut("0123456789", 5)});
         server.Script("/busy", {Reply::Status(429, "Too Many Requests")});
+        server.Script("/amid", {Drip(QByteArray(100, 'x'), 50, 120)});
+        server.Script("/proxy", {Reply::Status(407, "Proxy")});
+        server.Script("/bad", {Reply::Status(400, "Bad")});
         MakeTree(surroundings_.directory.filePath("source"), {"f=1", "a/g=2", "a/b/h=3", "a/l->g"});
     }
 
@@ -415,6 +465,78 @@ private Q_SLOTS:
         }
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QTRY_VERIFY(ThreadCount() <= threads + 1); // that of the network access manager
+    }
+
+    void interference_data()
+    {
+        QTest::addColumn<QByteArray>("signal");
+        QTest::addColumn<QString>("path");
+        const auto row = [](const char* name, const char* signal, const char* path) {
+            QTest::newRow(name) << QByteArray(signal) << path;
+        };
+        row("upload", SIGNAL(uploadProgress(qint64, qint64)), "/ok");
+        row("amid the body", SIGNAL(downloadProgress(qint64, qint64)), "/amid");
+        row("last progress", SIGNAL(downloadProgress(qint64, qint64)), "/ok");
+        row("progress", SIGNAL(progress()), "/ok");
+        row("bytes", SIGNAL(requestFinishedWithBinaryData(QByteArray)), "/ok");
+        row("text", SIGNAL(requestFinished(QString)), "/ok");
+        row("error", SIGNAL(requestError(int, QString)), "/none");
+        row("proxy", SIGNAL(proxyError(int, QString)), "/proxy");
+        row("invalid", SIGNAL(invalidOperationError(int, QString)), "/bad");
+        row("timed out", SIGNAL(requestError(int, QString)), "/silent");
+        row("file progress", SIGNAL(progress(qint64, qint64)), "/ok");
+        row("complete", SIGNAL(complete()), "/ok");
+        row("failed", SIGNAL(failed(int, QString)), "/none");
+    }
+
+    // Whatever a slot does, also in an event loop of its own: a memory checker judges, and no reply
+    // may stay behind. Qt uses a reply after most of its signals.
+    void interference()
+    {
+        QFETCH(QByteArray, signal);
+        QFETCH(QString, path);
+        const QString moment = QTest::currentDataTag();
+        const RecordingLogger quiet;
+        const auto form = http::IHttpRequestDataMap::CreateUrlencodedDataMap();
+        form->SetParam("a", QString(20000, 'x'));
+        for (int i = 0; i < 2 * int(std::size(deeds)); ++i) {
+            const Deed deed = deeds[i / 2];
+            const bool nested = i % 2 == 1;
+            if (nested && i / 2 == 5)
+                continue; // the manager of a reply whose signal is on the stack must stay
+            Transfer transfer;
+            if (moment == "file progress" || moment == "complete" || moment == "failed") {
+                transfer.download = http::CreateFileDownload(transfer.manager, nullptr);
+                transfer.download->SetUrl(surroundings_.server.Url(path));
+                transfer.download->SetFileName(surroundings_.directory.filePath("target"));
+            } else {
+                transfer.request = new http::HttpRequest(transfer.manager, nullptr);
+                transfer.request->SetUrl(surroundings_.server.Url(path));
+                transfer.request->SetTimeout(60);
+                transfer.request->SetData(form);
+            }
+            bool done = false;
+            Relay relay([&] {
+                if (done || (moment == "last progress" && transfer.request->isRunning()))
+                    return;
+                done = true;
+                if (!nested)
+                    return deed(transfer);
+                QTimer::singleShot(0, this, [&] { deed(transfer); });
+                QTest::qWait(10);
+            });
+            QVERIFY(connect(transfer.Object(), signal.constData(), &relay, SLOT(Run())));
+            QVERIFY(transfer.Send());
+            if (moment == "timed out")
+                QTimer::singleShot(0, transfer.request, &http::HttpRequest::OnRequestTimeout);
+            QTRY_VERIFY(done);
+            QTest::qWait(10);
+            transfer.Abort();
+            delete transfer.Object();
+            QTRY_VERIFY(!transfer.manager ||
+                        transfer.manager->findChildren<QNetworkReply*>().isEmpty());
+            delete transfer.manager;
+        }
     }
 
     // A new job is started from the handler of the first one's end.

@@ -9,9 +9,7 @@
 
 #include <QtTest>
 
-#include <functional>
 #include <memory>
-#include <utility>
 
 using namespace common::http;
 using loopback::Reply;
@@ -27,21 +25,6 @@ const char* const nextAttemptLine = "7 http.request AskRetryIfPossible: The next
 
 // Long enough for a signal that must not come to show up on loopback.
 constexpr int quietPeriod = 300;
-
-// Runs a function in a slot that any signal can be connected to by name.
-class Relay : public QObject
-{
-    Q_OBJECT
-
-public:
-    explicit Relay(std::function<void()> run) : run_(std::move(run)) {}
-
-public Q_SLOTS:
-    void Run() { run_(); }
-
-private:
-    std::function<void()> run_;
-};
 
 } // namespace
 
@@ -364,73 +347,6 @@ private Q_SLOTS:
         QTRY_COMPARE(record.Signals(), QStringList({"binary body", "text body"}));
         request->Abort();
         QVERIFY(request->Reply()); // a finished reply stays
-    }
-
-    // Whatever a handler does to the request from inside the reply's own signals is safe.
-    void interferenceFromHandlers_data()
-    {
-        QTest::addColumn<QByteArray>("signal");
-        QTest::addColumn<int>("skip");
-        for (const char* signal :
-             {SIGNAL(uploadProgress(qint64, qint64)), SIGNAL(downloadProgress(qint64, qint64)),
-              SIGNAL(progress()), SIGNAL(requestFinishedWithBinaryData(QByteArray)),
-              SIGNAL(requestFinished(QString))}) {
-            for (const int skip : {0, 1})
-                QTest::addRow("%s %d", signal, skip) << QByteArray(signal) << skip;
-        }
-    }
-
-    void interferenceFromHandlers()
-    {
-        QFETCH(QByteArray, signal);
-        QFETCH(int, skip);
-        using Action = void (*)(HttpRequest*);
-        const Action actions[] = {[](HttpRequest* request) { request->Abort(); },
-                                  [](HttpRequest* request) { request->Get(); },
-                                  [](HttpRequest* request) { request->deleteLater(); },
-                                  [](HttpRequest* request) {
-                                      delete request;
-                                  }};
-        server_.Script(path_, {Drip(QByteArray(3000, 'x'), 1000, 120)});
-        const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
-        form->SetParam("a", QString(20000, 'x'));
-        for (const Action action : actions) {
-            const QPointer<HttpRequest> request(new HttpRequest(&manager_, nullptr));
-            request->SetUrl(server_.Url(path_));
-            request->SetTimeout(5);
-            request->SetData(form);
-            const RequestRecord record(request);
-            int seen = 0;
-            Relay relay([&] {
-                if (seen++ == skip)
-                    action(request);
-            });
-            QVERIFY(connect(request, signal.constData(), &relay, SLOT(Run())));
-            QVERIFY(request->Post());
-            QTRY_VERIFY(seen > skip || record.Finals() > 0);
-            QTest::qWait(150);
-            delete request.data();
-        }
-    }
-
-    // Qt uses the reply after the signal, so it must outlive a handler that runs an event loop.
-    void abortBehindNestedEventLoop()
-    {
-        server_.Script(path_, {Silent()});
-        const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
-        form->SetParam("a", QString(20000, 'x'));
-        const auto request = NewRequest();
-        request->SetData(form);
-        QVERIFY(request->Post());
-        const QPointer<QNetworkReply> reply(request->Reply());
-        bool outlivedHandler = false;
-        connect(request.get(), &IHttpRequest::uploadProgress, this, [&] {
-            request->Abort();
-            QTest::qWait(50);
-            outlivedHandler = !reply.isNull();
-        });
-        QTRY_VERIFY(outlivedHandler);
-        QTRY_VERIFY(reply.isNull());
     }
 
     void staleReplyIsRejected()

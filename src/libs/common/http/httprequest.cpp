@@ -3,7 +3,7 @@
 #include "common/http/httprequestdatamap.h"
 #include "common/http/httprequestmultipartformdata.h"
 #include "common/http/networkerror_p.h"
-#include "common/http/replyguard_p.h"
+#include "common/http/requeststate_p.h"
 #include "common/logger/log.h"
 #include "common/tools/qcompressor.h"
 
@@ -26,7 +26,6 @@ constexpr char finishedSlot[] = "OnRequestFinished";
 constexpr int tooManyRequests = 429; // RFC 6585, section 4
 
 const auto acceptEncoding = QStringLiteral("Accept-Encoding");
-const auto inactivityTimerName = QStringLiteral("qvcommon inactivity timer");
 
 // A timer with a negative interval would be active but never fire.
 int Milliseconds(int seconds)
@@ -59,6 +58,7 @@ IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent)
 HttpRequest::HttpRequest(QNetworkAccessManager* manager, QObject* parent)
     : IHttpRequest(parent), manager_(manager), resendTimer_(new QTimer(this))
 {
+    new RequestState(this);
     SetAttemptCountOnNetworkProblem(defaultAttemptCount);
     SetAttemptIntervalOnNetworkProblem(defaultAttemptInterval);
     resendTimer_->setSingleShot(true);
@@ -68,7 +68,62 @@ HttpRequest::HttpRequest(QNetworkAccessManager* manager, QObject* parent)
 HttpRequest::~HttpRequest()
 {
     Abort();
-    Release(std::exchange(reply_, nullptr));
+    ReleaseReply();
+}
+
+RequestState& HttpRequest::State() const
+{
+    return *findChild<RequestState*>(QString(), Qt::FindDirectChildrenOnly);
+}
+
+void HttpRequest::SetUrl(const QUrl& url)
+{
+    url_ = url;
+}
+
+QUrl HttpRequest::GetUrl() const
+{
+    return url_;
+}
+
+void HttpRequest::SetData(const QSharedPointer<IHttpRequestData>& data)
+{
+    data_ = data;
+}
+
+QSharedPointer<IHttpRequestData> HttpRequest::Data() const
+{
+    return data_;
+}
+
+void HttpRequest::SetRawHeader(const QString& name, const QString& value)
+{
+    rawHeaders_.insert(name, value);
+}
+
+QString HttpRequest::GetRawHeader(const QString& name) const
+{
+    return rawHeaders_.value(name);
+}
+
+void HttpRequest::SetAttribute(QNetworkRequest::Attribute attribute, const QVariant& value)
+{
+    attributes_.insert(attribute, value);
+}
+
+QVariant HttpRequest::GetAttribute(QNetworkRequest::Attribute attribute) const
+{
+    return attributes_.value(attribute);
+}
+
+void HttpRequest::SetAttemptCountOnNetworkProblem(int count)
+{
+    attemptCount_ = count;
+}
+
+int HttpRequest::GetAttemptCountOnNetworkProblem() const
+{
+    return attemptCount_;
 }
 
 void HttpRequest::SetAttemptIntervalOnNetworkProblem(int seconds)
@@ -76,6 +131,39 @@ void HttpRequest::SetAttemptIntervalOnNetworkProblem(int seconds)
     attemptInterval_ = seconds;
     if (resendTimer_)
         resendTimer_->setInterval(Milliseconds(seconds));
+}
+
+int HttpRequest::GetAttemptIntervalOnNetworkProblem() const
+{
+    return attemptInterval_;
+}
+
+void HttpRequest::SetTimeout(int seconds)
+{
+    timeout_ = seconds;
+}
+
+int HttpRequest::GetTimeout() const
+{
+    return timeout_;
+}
+
+bool HttpRequest::IgnoreSSLErrors() const
+{
+    return ignoreSslErrors_;
+}
+
+void HttpRequest::SetIgnoreSSLErrors(bool ignore)
+{
+    ignoreSslErrors_ = ignore;
+}
+
+void HttpRequest::SetSslCertificate(const QSslCertificate& certificate, const QSslKey& key,
+                                    const QList<QSslCertificate>& caCertificates)
+{
+    certificate_ = certificate;
+    key_ = key;
+    caCertificates_ = caCertificates;
 }
 
 QNetworkReply* HttpRequest::Reply() const
@@ -116,9 +204,9 @@ void HttpRequest::Abort()
         resendTimer_->stop();
 
     if (isRunning())
-        Release(std::exchange(reply_, nullptr)); // whoever hears of it may delete this object
-    else
-        Silence(reply_); // a reply may be done before its finished() is delivered
+        ReleaseReply(); // whoever hears of it may delete this object
+    else if (reply_)
+        State().held->Silence(); // a reply may be done before its finished() is delivered
 }
 
 bool HttpRequest::SendRequest(HTTPRequestMethod method)
@@ -129,7 +217,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
         Abort();
     if (!self)
         return false;
-    Release(std::exchange(reply_, nullptr));
+    ReleaseReply();
     if (resendTimer_)
         resendTimer_->stop(); // a pending re-send would cut off the new transfer later
 
@@ -155,9 +243,12 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
 
 void HttpRequest::HoldReply(QNetworkReply* reply)
 {
-    ReplyGuard::Enter(reply);
-    if (GetTimeout() > 0)
-        StartInactivityTimer(reply);
+    auto held = std::make_unique<HeldReply>(reply, this);
+    if (GetTimeout() > 0) {
+        const QTimer& timer = held->MakeTimer(Milliseconds(GetTimeout()));
+        connect(&timer, &QTimer::timeout, this, &HttpRequest::OnRequestTimeout);
+        connect(this, &HttpRequest::progress, &timer, QOverload<>::of(&QTimer::start));
+    }
 
     connect(reply, &QNetworkReply::finished, this, &HttpRequest::OnRequestFinished);
     connect(reply, &QNetworkReply::sslErrors, this, &HttpRequest::OnSslErrors);
@@ -165,42 +256,15 @@ void HttpRequest::HoldReply(QNetworkReply* reply)
     connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::uploadProgress);
     connect(reply, &QNetworkReply::downloadProgress, this, &HttpRequest::progress);
     connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::progress);
-    ReplyGuard::Leave(reply);
-    Release(std::exchange(reply_, reply));
+    reply_ = reply;
+    State().held = std::move(held);
 }
 
-void HttpRequest::StartInactivityTimer(QNetworkReply* reply)
+// The reply is not held any more when it is aborted: who hears of that may send anew.
+void HttpRequest::ReleaseReply()
 {
-    auto* timer = new QTimer(reply);
-    timer->setObjectName(inactivityTimerName);
-    connect(timer, &QTimer::timeout, this, &HttpRequest::OnRequestTimeout);
-    connect(this, &HttpRequest::progress, timer, QOverload<>::of(&QTimer::start));
-    connect(reply, &QNetworkReply::finished, timer, &QTimer::stop);
-    timer->setSingleShot(true);
-    timer->setInterval(Milliseconds(GetTimeout()));
-    timer->start();
-}
-
-void HttpRequest::Silence(QNetworkReply* reply)
-{
-    if (!reply)
-        return;
-    disconnect(reply, nullptr, this, nullptr);
-    if (auto* timer = reply->findChild<QTimer*>(inactivityTimerName)) {
-        disconnect(this, nullptr, timer, nullptr);
-        timer->stop();
-    }
-}
-
-// The reply must not be held any more: other receivers may answer the finished() of its abort()
-// with a new send.
-void HttpRequest::Release(const QPointer<QNetworkReply>& reply)
-{
-    Silence(reply);
-    if (reply && reply->isRunning())
-        reply->abort();
-    if (reply)
-        ReplyGuard::Free(reply); // not at once: one of its own signals may be on the stack
+    reply_.clear();
+    const std::unique_ptr<HeldReply> released = std::move(State().held);
 }
 
 QNetworkRequest HttpRequest::BuildRequest()

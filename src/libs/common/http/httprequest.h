@@ -23,6 +23,7 @@
 namespace common::http {
 
 class IHttpRequestMultiPartData;
+class RequestState;
 
 /**
  * One logical HTTP request: set up once, sent, re-sent after network problems, timed out, aborted.
@@ -259,10 +260,9 @@ protected:
 private:
     QVCOMMON_NO_EXPORT QString LogPrefix() const;
     QVCOMMON_NO_EXPORT QNetworkRequest BuildRequest();
+    QVCOMMON_NO_EXPORT RequestState& State() const;
     QVCOMMON_NO_EXPORT void HoldReply(QNetworkReply* reply);
-    QVCOMMON_NO_EXPORT void Silence(QNetworkReply* reply);
-    QVCOMMON_NO_EXPORT void Release(const QPointer<QNetworkReply>& reply);
-    QVCOMMON_NO_EXPORT void StartInactivityTimer(QNetworkReply* reply);
+    QVCOMMON_NO_EXPORT void ReleaseReply();
     QVCOMMON_NO_EXPORT QNetworkReply* PostMultiPart(const QNetworkRequest& request,
                                                     const IHttpRequestMultiPartData& data);
     QVCOMMON_NO_EXPORT QByteArray ReadBody();
@@ -276,7 +276,7 @@ private:
     QSharedPointer<IHttpRequestData> data_;
     QMap<QString, QString> rawHeaders_;
     QMap<QNetworkRequest::Attribute, QVariant> attributes_;
-    QPointer<QNetworkReply> reply_; // owned, but dies with the manager if that goes first
+    QPointer<QNetworkReply> reply_; // what the state holds
     bool ignoreSslErrors_ = false;
     HTTPRequestMethod method_ = POST;
     int attemptCount_ = 0;
