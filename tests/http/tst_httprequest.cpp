@@ -148,6 +148,40 @@ private Q_SLOTS:
         QVERIFY(!request->isRunning());
     }
 
+    void replySize_data()
+    {
+        QTest::addColumn<Reply>("reply");
+        QTest::addColumn<QStringList>("signalsSeen");
+        const QByteArray most(1000, 'x');
+        const QByteArray more(5000, 'x');
+        QByteArray packed;
+        tools::QCompressor::gzipCompress(most + 'x', packed, 9);
+        Reply packedError = Gzip(packed);
+        packedError.status = 500;
+        QTest::newRow("most") << Reply::Ok(most) << QStringList{"binary " + most, "text " + most};
+        QTest::newRow("drip") << Drip(more.repeated(20), 600, 20) << QStringList("error 299 ");
+        QTest::newRow("unpacked") << Gzip(packed) << QStringList("error 299 ");
+        QTest::newRow("404") << Reply::Status(404, "No", more) << QStringList("error 203 " + most);
+        QTest::newRow("401") << Reply::Status(401, "Who", more) << QStringList("error 204 " + most);
+        QTest::newRow("unpacked 500") << packedError << QStringList("error 401 " + most);
+    }
+
+    void replySize()
+    {
+        QFETCH(Reply, reply);
+        server_.Script(path_, {reply});
+        const RecordingLogger log;
+        const auto request = NewRequest();
+        request->SetAttemptCountOnNetworkProblem(3);
+        QVERIFY(request->SetMaxReplySize(1000));
+        const RequestRecord record(request.get());
+        QVERIFY(request->Get());
+        QTRY_COMPARE(record.Finals(), 1);
+        QTEST(record.Signals(), "signalsSeen");
+        QCOMPARE(log.Lines().size(), 1);
+        QVERIFY(!request->isRunning());
+    }
+
     void networkProblemIsRetried()
     {
         server_.Script(path_, {Reply::Dropped()});

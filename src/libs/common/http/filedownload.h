@@ -33,7 +33,8 @@ namespace common::http {
  * A Start() that returned true ends with exactly one of complete() and failed(), unless Abort() is
  * called or the manager goes: then it ends in silence. A try that failed on the network, by an HTTP
  * error or in the verification is followed by the next 5 seconds later, from the beginning. Memory
- * stays bounded whatever the size of the file.
+ * stays bounded whatever the size of the file, but for the body of status 401 and 407, which Qt
+ * holds until it is complete.
  *
  * The download lives on the thread of its QNetworkAccessManager, which must outlive it. For the
  * digest the whole file is read on that thread, at about the pace of md5sum: expect a pause of some

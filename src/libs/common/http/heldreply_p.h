@@ -4,6 +4,8 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <optional>
+
 namespace common::http {
 
 /**
@@ -26,6 +28,9 @@ public:
     QTimer& MakeTimer(int milliseconds);
     /** Nothing of the reply reaches the owner any more. */
     void Silence();
+
+    /** What was read of a body that is too large. */
+    std::optional<QByteArray> beginning;
 
     Q_DISABLE_COPY_MOVE(HeldReply)
 

@@ -5,8 +5,9 @@
 #include "common/http/networkerror_p.h"
 #include "common/http/requeststate_p.h"
 #include "common/logger/log.h"
-#include "common/tools/qcompressor.h"
+#include "common/tools/gunzip_p.h"
 
+#include <QCoreApplication>
 #include <QSslConfiguration>
 
 #include <limits>
@@ -23,6 +24,7 @@ constexpr char logSource[] = "src/libs/common/http/httprequest";
 constexpr int defaultAttemptCount = 1;
 constexpr int defaultAttemptInterval = 20;
 constexpr char finishedSlot[] = "OnRequestFinished";
+constexpr int badRequest = 400;      // RFC 9110, section 15: the first error status
 constexpr int tooManyRequests = 429; // RFC 6585, section 4
 
 const auto acceptEncoding = QStringLiteral("Accept-Encoding");
@@ -45,10 +47,26 @@ QString HttpReason(const QNetworkReply& reply)
 
 } // namespace
 
+// What a reply amounts to.
+struct HttpRequest::Outcome
+{
+    int code;
+    QString text;
+    QByteArray body;
+};
+
 #define REQUEST_LOG(priority) QVLOG(priority) << LogPrefix()
 #define REQUEST_LOG_FROM(function, priority) QVLOG_FROM(function, priority) << LogPrefix()
 
 IHttpRequest::~IHttpRequest() = default;
+
+bool IHttpRequest::SetMaxReplySize(qint64 bytes)
+{
+    RequestState* state = RequestState::Of(*this);
+    if (state)
+        state->maxReplySize = bytes > 0 ? qMin(bytes, state->maxSize) : state->maxSize;
+    return state != nullptr;
+}
 
 IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent)
 {
@@ -73,7 +91,7 @@ HttpRequest::~HttpRequest()
 
 RequestState& HttpRequest::State() const
 {
-    return *findChild<RequestState*>(QString(), Qt::FindDirectChildrenOnly);
+    return *RequestState::Of(*this);
 }
 
 void HttpRequest::SetUrl(const QUrl& url)
@@ -244,6 +262,7 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
 void HttpRequest::HoldReply(QNetworkReply* reply)
 {
     auto held = std::make_unique<HeldReply>(reply, this);
+    reply->setReadBufferSize(State().maxReplySize + 1); // also while the event loop stands still
     if (GetTimeout() > 0) {
         const QTimer& timer = held->MakeTimer(Milliseconds(GetTimeout()));
         connect(&timer, &QTimer::timeout, this, &HttpRequest::OnRequestTimeout);
@@ -251,6 +270,7 @@ void HttpRequest::HoldReply(QNetworkReply* reply)
     }
 
     connect(reply, &QNetworkReply::finished, this, &HttpRequest::OnRequestFinished);
+    connect(reply, &QNetworkReply::readyRead, this, &HttpRequest::CheckSize);
     connect(reply, &QNetworkReply::sslErrors, this, &HttpRequest::OnSslErrors);
     connect(reply, &QNetworkReply::downloadProgress, this, &HttpRequest::downloadProgress);
     connect(reply, &QNetworkReply::uploadProgress, this, &HttpRequest::uploadProgress);
@@ -409,24 +429,62 @@ void HttpRequest::OnRequestFinished()
             return;
     }
 
-    const QByteArray body = ReadBody();
-    if (reply_->error() == QNetworkReply::NoError)
-        ReportSuccess(body);
+    const Outcome outcome = TakeOutcome();
+    if (outcome.code == QNetworkReply::NoError)
+        ReportSuccess(outcome.body);
     else
-        ReportFailure(body);
+        ReportFailure(outcome);
 }
 
-QByteArray HttpRequest::ReadBody()
+void HttpRequest::CheckSize()
 {
-    const QByteArray body = reply_->readAll();
-    if (reply_->rawHeader("Content-Encoding") != "gzip")
-        return body;
+    if (reply_->bytesAvailable() <= State().maxReplySize)
+        return;
+    const QPointer<QNetworkReply> reply(reply_);
+    State().held->beginning = reply->read(State().maxReplySize); // cannot be read later
+    reply->abort();                                              // which finishes it
+    if (reply) // Qt would complain about what is still on its way
+        QCoreApplication::removePostedEvents(reply, QEvent::MetaCall);
+}
+
+HttpRequest::Outcome HttpRequest::TakeOutcome()
+{
+    Outcome outcome = {reply_->error(), reply_->errorString(), QByteArray()};
+    if (TakeBody(outcome.body))
+        return outcome;
+
+    State().held->Silence(); // more progress may follow an abort
+    const int status = HttpStatus(*reply_);
+    if (status < badRequest)
+        return {QNetworkReply::UnknownContentError,
+                QStringLiteral("The reply is larger than %1 bytes").arg(State().maxReplySize),
+                QByteArray()};
+    if (outcome.code == QNetworkReply::OperationCanceledError) {
+        outcome.code = ErrorOfStatus(status);
+        outcome.text = QStringLiteral("Error transferring %1 - server replied: %2")
+                           .arg(reply_->url().toString(), HttpReason(*reply_));
+    }
+    return outcome;
+}
+
+// Whether it is all of the body.
+bool HttpRequest::TakeBody(QByteArray& body)
+{
+    const auto maxSize = static_cast<int>(State().maxReplySize);
+    const auto& beginning = State().held->beginning;
+    const bool complete = !beginning && reply_->bytesAvailable() <= maxSize;
+    body = complete ? reply_->readAll() : beginning ? *beginning : reply_->read(maxSize);
+    if (!complete || reply_->rawHeader("Content-Encoding") != "gzip")
+        return complete;
 
     QByteArray decoded;
-    if (tools::QCompressor::gzipDecompress(body, decoded))
-        return decoded;
-    REQUEST_LOG_FROM(finishedSlot, WARN) << "Failed to decompress gzip, using uncompressed data!";
-    return body;
+    const tools::GunzipResult result = tools::Gunzip(body, decoded, maxSize);
+    if (result == tools::GunzipResult::Damaged)
+        REQUEST_LOG_FROM(finishedSlot, WARN)
+            << "Failed to decompress gzip, using uncompressed data!";
+    else
+        body = decoded;
+    return result != tools::GunzipResult::TooLarge;
 }
 
 void HttpRequest::LogAcceptedReply() const
@@ -447,10 +505,9 @@ void HttpRequest::ReportSuccess(const QByteArray& body)
         Q_EMIT requestFinished(QString::fromUtf8(body)); // up to the first zero byte
 }
 
-void HttpRequest::ReportFailure(const QByteArray& body)
+void HttpRequest::ReportFailure(const Outcome& outcome)
 {
-    const int code = reply_->error();
-    const QString text = reply_->errorString();
+    const auto& [code, text, body] = outcome;
     REQUEST_LOG_FROM(finishedSlot, ERROR)
         << "Accepted reply from server: "
         << QStringLiteral("%1/%2;    %3 (%4), URL='%5', attempt='%6'.")

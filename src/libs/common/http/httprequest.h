@@ -162,6 +162,20 @@ public:
     /** The reply of the latest send, or null. Stays owned by the request; gone at the next send. */
     virtual QNetworkReply* Reply() const = 0;
 
+    /**
+     * Most bytes of a reply to hold in memory, as they come and once they are unpacked; default,
+     * and most, are a bit less than 1 GiB (what fits into a QString), for 0 and less, too. A reply
+     * that exceeds it is given up at once: requestError() with code 299 and no body, not repeated.
+     * One with an error status ends with the code of that, and its body is cut. Bytes that were
+     * read from Reply() meanwhile do not count.
+     *
+     * @warning Qt holds the body of status 401 and 407 without limit until it is complete, and
+     * says nothing meanwhile: only the time-out ends such a reply.
+     *
+     * @return false if this is not the library's own implementation: there is no limit then
+     */
+    bool SetMaxReplySize(qint64 bytes);
+
 public Q_SLOTS:
     /** Ends a transfer or a pending retry in silence: none of its signals is emitted. */
     virtual void Abort() = 0;
@@ -258,6 +272,8 @@ protected:
     bool AskRetryIfPossible();
 
 private:
+    struct Outcome;
+
     QVCOMMON_NO_EXPORT QString LogPrefix() const;
     QVCOMMON_NO_EXPORT QNetworkRequest BuildRequest();
     QVCOMMON_NO_EXPORT RequestState& State() const;
@@ -265,9 +281,11 @@ private:
     QVCOMMON_NO_EXPORT void ReleaseReply();
     QVCOMMON_NO_EXPORT QNetworkReply* PostMultiPart(const QNetworkRequest& request,
                                                     const IHttpRequestMultiPartData& data);
-    QVCOMMON_NO_EXPORT QByteArray ReadBody();
+    QVCOMMON_NO_EXPORT void CheckSize();
+    QVCOMMON_NO_EXPORT Outcome TakeOutcome();
+    QVCOMMON_NO_EXPORT bool TakeBody(QByteArray& body);
     QVCOMMON_NO_EXPORT void ReportSuccess(const QByteArray& body);
-    QVCOMMON_NO_EXPORT void ReportFailure(const QByteArray& body);
+    QVCOMMON_NO_EXPORT void ReportFailure(const Outcome& outcome);
     QVCOMMON_NO_EXPORT void LogAcceptedReply() const;
 
     QPointer<QNetworkAccessManager> manager_;

@@ -1,5 +1,6 @@
 #include "common/http/networkerror_p.h"
 
+#include <QHash>
 #include <QNetworkReply>
 
 #include <algorithm>
@@ -66,6 +67,15 @@ bool IsNetworkProblem(int code)
     return (code >= QNetworkReply::ConnectionRefusedError &&
             code <= QNetworkReply::BackgroundRequestNotAllowedError) ||
            code == QNetworkReply::UnknownNetworkError;
+}
+
+int ErrorOfStatus(int status)
+{
+    static const QHash<int, int> codes = {{400, 302}, {401, 204}, {403, 201}, {404, 203},
+                                          {405, 202}, {407, 105}, {409, 206}, {410, 207},
+                                          {418, 302}, {500, 401}, {501, 402}, {503, 403}};
+    return codes.value(status, status < 500 ? QNetworkReply::UnknownContentError
+                                            : QNetworkReply::UnknownServerError);
 }
 
 bool IsProxyProblem(int code)

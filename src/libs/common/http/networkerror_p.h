@@ -8,6 +8,9 @@ const char* NetworkErrorName(int code);
 /** Whether a request that ended with this code may succeed when it is sent again. */
 bool IsNetworkProblem(int code);
 
+/** The code that Qt gives an HTTP error status. */
+int ErrorOfStatus(int status);
+
 /** Whether the proxy is to blame. */
 bool IsProxyProblem(int code);
 

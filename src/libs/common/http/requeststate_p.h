@@ -12,9 +12,19 @@ class RequestState : public QObject
     Q_OBJECT
 
 public:
+    /** What is delivered as text takes twice the bytes, and no QString is larger than 2 GiB. */
+    static constexpr qint64 maxSize = (Q_INT64_C(1) << 30) - 1024;
+
     using QObject::QObject;
 
+    /** That of the request, or null if it is not of the library's own class. */
+    static RequestState* Of(const QObject& request)
+    {
+        return request.findChild<RequestState*>(QString(), Qt::FindDirectChildrenOnly);
+    }
+
     std::unique_ptr<HeldReply> held;
+    qint64 maxReplySize = maxSize;
 };
 
 } // namespace common::http

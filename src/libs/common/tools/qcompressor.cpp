@@ -1,5 +1,8 @@
 #include "common/tools/qcompressor.h"
 
+#include "common/tools/gunzip_p.h"
+
+#include <algorithm>
 #include <limits>
 #include <new>
 
@@ -28,28 +31,28 @@ struct Stream
 
 // How large the whole output will be, as far as the ratio up to here can tell. An attacker makes that,
 // so it grows in bounded steps.
-int NextSize(qint64 produced, qint64 consumed, qint64 inputSize)
+int NextSize(qint64 produced, qint64 consumed, qint64 inputSize, int maxSize)
 {
     constexpr int firstSize = 1 << 16;
     if (produced == 0)
-        return static_cast<int>(qMin<qint64>(4 * inputSize + 64, firstSize));
+        return static_cast<int>(std::min<qint64>({4 * inputSize + 64, firstSize, maxSize}));
     const qint64 expected = produced * inputSize / qMax<qint64>(consumed, 1);
     const qint64 size = qBound(produced + produced / 4, expected + expected / 8, 4 * produced);
-    return static_cast<int>(qMin<qint64>(size, maxOutputSize));
+    return static_cast<int>(qMin<qint64>(size, maxSize));
 }
 
 // Straight from the input into the output: zlib copies its window at the end of each call. Ends with
 // what was made in the output, be it in a call that failed.
-bool Run(Stream& stream, const QByteArray& input, QByteArray& output)
+bool Run(Stream& stream, const QByteArray& input, QByteArray& output, int maxSize)
 {
     z_stream& z = stream.z;
     z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(input.constData())); // only read
     z.avail_in = static_cast<uInt>(input.size());
     int result = Z_OK;
     while ((result == Z_OK || result == Z_BUF_ERROR) && z.avail_out == 0 &&
-           output.size() < maxOutputSize) {
+           output.size() < maxSize) {
         const int produced = output.size();
-        const int size = NextSize(produced, input.size() - z.avail_in, input.size());
+        const int size = NextSize(produced, input.size() - z.avail_in, input.size(), maxSize);
         output.reserve(size);
         output.resize(size);
         z.next_out = reinterpret_cast<Bytef*>(output.data() + produced);
@@ -66,13 +69,13 @@ bool Deflate(const QByteArray& input, QByteArray& output, int level)
     Stream stream{deflate, deflateEnd};
     return deflateInit2(&stream.z, qBound(-1, level, 9), Z_DEFLATED, gzipWindowBits, memoryLevel,
                         Z_DEFAULT_STRATEGY) == Z_OK &&
-           Run(stream, input, output);
+           Run(stream, input, output, maxOutputSize);
 }
 
-bool Inflate(const QByteArray& input, QByteArray& output)
+bool Inflate(const QByteArray& input, QByteArray& output, int maxSize)
 {
     Stream stream{inflate, inflateEnd};
-    return inflateInit2(&stream.z, gzipWindowBits) == Z_OK && Run(stream, input, output);
+    return inflateInit2(&stream.z, gzipWindowBits) == Z_OK && Run(stream, input, output, maxSize);
 }
 
 // QByteArray reports exhausted memory by an exception.
@@ -97,9 +100,20 @@ bool QCompressor::gzipCompress(const QByteArray& input, QByteArray& output, int 
 
 bool QCompressor::gzipDecompress(const QByteArray& input, QByteArray& output)
 {
+    return Gunzip(input, output, maxOutputSize - 1) == GunzipResult::Done;
+}
+
+GunzipResult Gunzip(const QByteArray& input, QByteArray& output, int maxSize)
+{
     const QByteArray source = input; // the output may be the same array
     output.clear();
-    return source.isEmpty() || WithoutException([&] { return Inflate(source, output); });
+    const bool done =
+        source.isEmpty() || WithoutException([&] { return Inflate(source, output, maxSize + 1); });
+    if (output.size() > maxSize) {
+        output.truncate(maxSize);
+        return GunzipResult::TooLarge;
+    }
+    return done ? GunzipResult::Done : GunzipResult::Damaged;
 }
 
 } // namespace tools
