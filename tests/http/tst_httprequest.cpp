@@ -100,6 +100,9 @@ private Q_SLOTS:
             "7 http.request OnRequestFinished: Accepted reply from server: 200/OK; "
             "URL='%1', attempt='0'.");
         row("204", {Reply::Status(204, "No Content")}, 3, {"binary ", "text "});
+        row("103 and no more", {status(103, "Early Hints")}, 3, {"error 399 "},
+            "3 http.request OnRequestFinished: Accepted reply from server: 103/Early Hints;    "
+            "ProtocolFailure (Status 103 is no final reply), URL='%1', attempt='0'.");
         row("redirect is not followed", {status(302, "Found")}, 3, {"binary why", "text why"});
         row("zero byte", {Reply::Ok(zero)}, 1, {"binary " + QString::fromLatin1(zero), "text ab"});
         row("chunked", {Chunked("body")}, 1, body);

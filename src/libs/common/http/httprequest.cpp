@@ -24,6 +24,7 @@ constexpr char logSource[] = "src/libs/common/http/httprequest";
 constexpr int defaultAttemptCount = 1;
 constexpr int defaultAttemptInterval = 20;
 constexpr char finishedSlot[] = "OnRequestFinished";
+constexpr int success = 200;
 constexpr int badRequest = 400;      // RFC 9110, section 15: the first error status
 constexpr int tooManyRequests = 429; // RFC 6585, section 4
 
@@ -450,19 +451,22 @@ void HttpRequest::CheckSize()
 HttpRequest::Outcome HttpRequest::TakeOutcome()
 {
     Outcome outcome = {reply_->error(), reply_->errorString(), QByteArray()};
-    if (TakeBody(outcome.body))
-        return outcome;
-
-    State().held->Silence(); // more progress may follow an abort
     const int status = HttpStatus(*reply_);
-    if (status < badRequest)
+    const bool complete = TakeBody(outcome.body);
+    if (!complete)
+        State().held->Silence(); // more progress may follow an abort
+    if (!complete && status < badRequest)
         return {QNetworkReply::UnknownContentError,
                 QStringLiteral("The reply is larger than %1 bytes").arg(State().maxReplySize),
                 QByteArray()};
-    if (outcome.code == QNetworkReply::OperationCanceledError) {
+    if (!complete && outcome.code == QNetworkReply::OperationCanceledError) {
         outcome.code = ErrorOfStatus(status);
         outcome.text = QStringLiteral("Error transferring %1 - server replied: %2")
                            .arg(reply_->url().toString(), HttpReason(*reply_));
+    }
+    if (outcome.code == QNetworkReply::NoError && status > 0 && status < success) {
+        outcome.code = QNetworkReply::ProtocolFailure;
+        outcome.text = QStringLiteral("Status %1 is no final reply").arg(status);
     }
     return outcome;
 }
