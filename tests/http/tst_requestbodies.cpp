@@ -4,12 +4,16 @@
 #include "support/recordinglogger.h"
 #include "support/requestrecord.h"
 #include "support/scriptedserver.h"
+#include "support/tree.h"
 
 #include <QDir>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QtTest>
 
 #include <memory>
+
+#include <sys/stat.h>
 
 using namespace common::http;
 
@@ -33,8 +37,11 @@ private:
         QTRY_COMPARE(record.Finals(), 1);
     }
 
+    static constexpr qint64 largeSize = 64 << 20;
+
     ScriptedServer server_;
     QNetworkAccessManager manager_;
+    QTemporaryDir directory_;
 
 private Q_SLOTS:
     void init() { server_.Script("/x", {loopback::Reply::Ok("body")}); }
@@ -153,6 +160,48 @@ private Q_SLOTS:
                          "3 http.form.multipart MultiPart: Failed to append part to multipart"}));
         QCOMPARE(log.Files(), QStringList({"src/libs/common/http/httprequestpartformdata",
                                            "src/libs/common/http/httprequestmultipartformdata"}));
+    }
+
+    void changingFile_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<qint64>("sizeLater");
+        QTest::addColumn<QString>("outcome");
+        const QString large = directory_.filePath("large");
+        const QString fifo = directory_.filePath("fifo");
+        QCOMPARE(mkfifo(qPrintable(fifo), 0600), 0);
+        WriteFile(large, "");
+        QDir::addSearchPath("parts", directory_.path());
+        QTest::newRow("emptied") << large << Q_INT64_C(0) << "error 99 ";
+        QTest::newRow("cut") << large << largeSize - 1 << "error 99 ";
+        QTest::newRow("grown") << large << largeSize + 1 << "text body";
+        QTest::newRow("search path") << "parts:large" << largeSize << "text body";
+        QTest::newRow("size without bytes") << "/sys/kernel/fscaps" << Q_INT64_C(-1) << "error 99 ";
+        QTest::newRow("FIFO") << fifo << Q_INT64_C(-1) << "";
+    }
+
+    // The file of a part becomes another while it is sent.
+    void changingFile()
+    {
+        QFETCH(QString, path);
+        QFETCH(qint64, sizeLater);
+        QFETCH(QString, outcome);
+        if (sizeLater >= 0)
+            QVERIFY(QFile::resize(path, largeSize));
+        const auto body = IHttpRequestMultiPartData::CreateMultiPartFormData();
+        body->AddPart(IHttpRequestPartData::CreateFilePartFormData("f", path));
+        const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&manager_, nullptr));
+        request->SetUrl(server_.Url("/x"));
+        request->SetData(body);
+        connect(request.get(), &IHttpRequest::uploadProgress, this, [&] {
+            if (sizeLater >= 0)
+                QFile::resize(path, sizeLater);
+        });
+        const RequestRecord record(request.get());
+        const RecordingLogger quiet;
+        QCOMPARE(request->Post(), !outcome.isEmpty());
+        QTRY_COMPARE(record.Finals(), outcome.isEmpty() ? 0 : 1);
+        QCOMPARE(record.Finals() ? record.Signals().last() : QString(), outcome);
     }
 };
 

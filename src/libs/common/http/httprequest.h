@@ -59,7 +59,8 @@ class RequestState;
  *
  * Error codes are QNetworkReply::NetworkError values. A reply's HTTP error status arrives as such
  * a code (404 as 203), and a status below 200 with nothing behind it as 399; redirects are not
- * followed unless the caller sets the attribute for it. Replies with "Content-Encoding: gzip" are decoded.
+ * followed unless the caller sets the attribute for it. Replies with "Content-Encoding: gzip" are
+ * decoded.
  *
  * @warning The peer's TLS certificate is never verified, whatever IgnoreSSLErrors() says: the
  * connection is encrypted, but the server is not authenticated.

@@ -15,6 +15,36 @@ namespace {
 constexpr logger::ICategory logCategory{"http.form.part"};
 constexpr char logSource[] = "src/libs/common/http/httprequestpartformdata";
 
+// A regular file as it was when it was opened. Qt asks for the size again and again while it sends;
+// the file may change meanwhile, and in /sys it has a size and no bytes.
+class PartFile : public QFile
+{
+public:
+    using QFile::QFile;
+
+    bool Open()
+    {
+        if (!QFileInfo(*this).isFile() || !open(ReadOnly | Unbuffered))
+            return false;
+        size_ = QFile::size();
+        return true;
+    }
+
+    qint64 size() const override { return size_; }
+    bool atEnd() const override { return pos() >= size_; }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override
+    {
+        const qint64 wanted = qMin(maxSize, size_ - pos());
+        const qint64 count = QFile::readData(data, wanted);
+        return count == 0 && wanted > 0 ? -1 : count; // which ends the request
+    }
+
+private:
+    qint64 size_ = 0;
+};
+
 } // namespace
 
 IHttpRequestPartData::~IHttpRequestPartData() = default;
@@ -48,8 +78,8 @@ HttpRequestFilePartFormData::~HttpRequestFilePartFormData() = default;
 
 bool HttpRequestFilePartFormData::AppendTo(QHttpMultiPart& multiPart) const
 {
-    auto file = std::make_unique<QFile>(Value());
-    if (!file->open(QIODevice::ReadOnly)) {
+    auto file = std::make_unique<PartFile>(Value());
+    if (!file->Open()) {
         QVLOG(ERROR) << QStringLiteral("Failed to open file '%1'").arg(Value());
         return false;
     }

@@ -26,8 +26,10 @@ public:
      * A part with the content of the file at @p filePath, under the file's own name and without a
      * content type.
      *
-     * @warning The file is opened when the request is sent (again at each re-send) and streamed
-     * from disk during the upload: it must stay as it is until the request has finished.
+     * The file is opened when the request is sent (again at each re-send) and streamed from disk
+     * during the upload, as many bytes as it had at first. If it becomes shorter meanwhile, the
+     * attempt fails as a network problem with code 99. Only regular files and Qt's own (":/...")
+     * can be opened.
      */
     static QSharedPointer<IHttpRequestPartData> CreateFilePartFormData(const QString& name,
                                                                        const QString& filePath);
