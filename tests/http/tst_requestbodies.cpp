@@ -37,7 +37,7 @@ private:
         QTRY_COMPARE(record.Finals(), 1);
     }
 
-    static constexpr qint64 largeSize = 64 << 20;
+    static constexpr qint64 largeSize = 16 << 20;
 
     ScriptedServer server_;
     QNetworkAccessManager manager_;

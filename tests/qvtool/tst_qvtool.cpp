@@ -196,6 +196,10 @@ private Q_SLOTS:
             QCOMPARE(result.code, 0);
             QCOMPARE(ContentOf("old"), QByteArray("body"));
         }
+        server_.Script("/chunks", {Chunked("body")});
+        const Result unsized = Run({"download", "URL/chunks", "DIR/old"});
+        QCOMPARE(unsized.code, 0);
+        QVERIFY(unsized.err.contains("the server announced no size"));
         QVERIFY(QFile::link(Path("old"), Path("link")));
         QVERIFY(QFile::setPermissions(Path("old"), QFile::ReadOwner | QFile::WriteOwner));
         server_.Script("/ok", {Reply::Ok("other")});
@@ -236,6 +240,11 @@ private Q_SLOTS:
         server_.Script("/slow", {Reply::Status(429, "Slow Down")});
         QCOMPARE(Run({"get", "URL/slow", "--tries", "2", "--interval", "0"}).code, 1);
         QCOMPARE(server_.RequestsFor("/slow").size(), 2);
+
+        server_.Script("/gzip", {Gzip("no gzip")});
+        result = Run({"get", "URL/gzip"});
+        QCOMPARE(result.out, QString("no gzip"));
+        QVERIFY(result.err.contains("Failed to decompress gzip"));
 
         result = Run({"get", "URL/ok"}, {}, "/dev/full");
         QCOMPARE(result.code, 1);

@@ -151,14 +151,15 @@ void DownloadCommand::OnReplyFinished(QNetworkReply* reply)
 {
     status_ = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     coding_ = reply->rawHeader("Content-Encoding");
+    // A broken connection can look like success to the network layer; the announced size tells.
+    const QVariant announced = reply->header(QNetworkRequest::ContentLengthHeader);
+    if (expectedSize_ < 0)
+        download_->SetExpectedSize(announced.isValid() ? announced.toLongLong() : -1);
 }
 
 void DownloadCommand::OnProgress(qint64 received, qint64 total)
 {
     received_ = received;
-    // A broken connection can look like success to the network layer; the announced size tells.
-    if (expectedSize_ < 0)
-        download_->SetExpectedSize(total);
     progress_.Update(received, total);
 }
 

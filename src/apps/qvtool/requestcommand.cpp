@@ -114,9 +114,11 @@ void RequestCommand::OnFinished(const QByteArray& body)
                                .toUrl()
                                .toString();
     if (!target.isEmpty())
-        Fail(QStringLiteral("%1: redirected to %2").arg(Address(), target));
-    else
-        FinishWritten(PrintBytes(stdout, body));
+        return Fail(QStringLiteral("%1: redirected to %2").arg(Address(), target));
+    const QString warning = Log().LastFailure("OnRequestFinished");
+    if (warning.contains(QLatin1String("gzip")))
+        PrintError(Address() + QStringLiteral(": ") + warning);
+    FinishWritten(PrintBytes(stdout, body));
 }
 
 void RequestCommand::OnError(int code, const QString& message, const QByteArray& body)

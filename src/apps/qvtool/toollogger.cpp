@@ -36,12 +36,14 @@ void ToolLogger::Append(const IMessage& message)
     Logger::Append(message);
     if (backend_)
         backend_->Append(message);
-    if (message.Level() > IMessage::ERROR)
+    if (message.Level() > IMessage::WARN)
         return;
     const QString text = WithoutPrefix(message.Text());
     {
         const QMutexLocker lock(&mutex_);
         failures_.insert(message.Function(), text);
+        if (message.Level() > IMessage::ERROR)
+            return;
         if (first_.isNull())
             first_ = text;
     }

@@ -34,7 +34,7 @@ public:
     /** Whether one of these was called. */
     bool WritesToFile() const { return backend_ != nullptr; }
 
-    /** The text of the latest failure that a function of that name logged, without its prefix. */
+    /** The text of the latest failure or warning of a function of that name, without its prefix. */
     QString LastFailure(const char* function) const;
 
     /** The text of the first failure of all, without its prefix: a job's most specific one. */
