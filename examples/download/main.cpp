@@ -1,4 +1,4 @@
-// Downloads a file with three tries: example_download URL FILE MD5
+// Downloads a file with three tries: example_download URL FILE SHA256
 
 #include <common/http/filedownload.h>
 #include <common/logger/ilogger.h>
@@ -10,7 +10,7 @@ int main(int argc, char* argv[])
     const QCoreApplication app(argc, argv);
     const QStringList args = QCoreApplication::arguments();
     if (args.size() != 4) {
-        qCritical("usage: example_download URL FILE MD5");
+        qCritical("usage: example_download URL FILE SHA256");
         return 2;
     }
 
@@ -20,7 +20,7 @@ int main(int argc, char* argv[])
     IFileDownload* download = common::http::CreateFileDownload(&manager, &manager);
     download->SetUrl(QUrl(args[1]));
     download->SetFileName(args[2]);
-    download->SetExpectedMD5(args[3]);
+    download->SetExpectedDigest(QCryptographicHash::Sha256, args[3]);
     download->SetRetryCount(3);
     QObject::connect(download, &IFileDownload::complete, [] { QCoreApplication::exit(0); });
     QObject::connect(download, &IFileDownload::failed, [] { QCoreApplication::exit(1); });

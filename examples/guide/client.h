@@ -37,7 +37,8 @@ public:
     void SendForm();
     void SendJson(const QJsonObject& object);
     void SendFile(const QString& path);
-    void Download(const QString& cache);
+    void Trust(const QString& ca);
+    void Download(const QString& cache, const QString& digest);
     void CopyProfile(const QString& profile, const QString& home);
     void ClearCache(const QString& cache);
     void RemoveSmallTree(const QString& cache);

@@ -5,6 +5,8 @@
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
 
+#include <QNetworkProxy>
+
 using common::http::CreateHttpRequest;
 
 void Client::AskStatus()
@@ -54,7 +56,19 @@ void Client::SendFile(const QString& path)
     //! [multipart]
 }
 
-void Client::Download(const QString& cache)
+void Client::Trust(const QString& ca)
+{
+    common::http::IHttpRequest* request = CreateHttpRequest(&manager, this);
+    //! [verification]
+    request->SetPeerVerification(true);                                // the system's
+    request->SetPeerVerification(true, QSslCertificate::fromPath(ca)); // those of a PEM file
+    //! [verification]
+    //! [proxy]
+    manager.setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "proxy.test", 3128));
+    //! [proxy]
+}
+
+void Client::Download(const QString& cache, const QString& digest)
 {
     //! [download]
     using common::http::IFileDownload;
@@ -62,7 +76,7 @@ void Client::Download(const QString& cache)
     download->SetUrl(QUrl("https://service.test/sounds.zip"));
     download->SetFileName(cache + "/sounds.zip.part"); // renamed once it is complete
     download->SetExpectedSize(48213004);
-    download->SetExpectedMD5("9e107d9d372bb6826bd81d3542a419d6");
+    download->SetExpectedDigest(QCryptographicHash::Sha256, digest);
     download->SetRetryCount(3);
     connect(download, &IFileDownload::complete, this, &Client::UseDownload);
     connect(download, &IFileDownload::failed, this, &Client::ShowError);

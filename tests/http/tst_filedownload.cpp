@@ -19,6 +19,8 @@ namespace {
 
 const QByteArray content = "0123456789";
 const char* const contentMd5 = "781E5E245D69B566979B86E28D23F2C7";
+const char* const contentSha256 =
+    "84d89877f0d4041efb6bf91a16f0248f2fd573e6af05c19f96bedb9f882f7882";
 
 } // namespace
 
@@ -99,7 +101,7 @@ private Q_SLOTS:
     void verification_data()
     {
         QTest::addColumn<qint64>("size");
-        QTest::addColumn<QString>("md5");
+        QTest::addColumn<QString>("digest");
         QTest::addColumn<QString>("failure");
         QTest::newRow("nothing expected") << -1ll << ""
                                           << "";
@@ -107,6 +109,11 @@ private Q_SLOTS:
                               << "";
         QTest::newRow("digest, upper case") << 10ll << contentMd5 << "";
         QTest::newRow("digest, lower case") << -1ll << QString(contentMd5).toLower() << "";
+        QTest::newRow("SHA-256") << -1ll << QString(contentSha256).toUpper() << "";
+        QTest::newRow("wrong SHA-256")
+            << -1ll << QString(64, '0')
+            << "Checking download failed by checksum! Expected '" + QString(64, '0') +
+                   "', downloaded '" + contentSha256 + "'";
         QTest::newRow("wrong size")
             << 0ll << contentMd5
             << "Checking download failed by size! Expected 0 bytes, downloaded 10 bytes.";
@@ -119,12 +126,15 @@ private Q_SLOTS:
     void verification()
     {
         QFETCH(qint64, size);
-        QFETCH(QString, md5);
+        QFETCH(QString, digest);
         QFETCH(QString, failure);
         const RecordingLogger log;
         const auto download = NewDownload();
         download->SetExpectedSize(size);
-        download->SetExpectedMD5(md5);
+        if (digest.size() == 64)
+            QVERIFY(download->SetExpectedDigest(QCryptographicHash::Sha256, digest));
+        else
+            download->SetExpectedMD5(digest);
         const Outcome outcome = Await(*download);
         QCOMPARE(outcome.completed, failure.isEmpty());
         QCOMPARE(ContentOf(download->GetFileName()), content);

@@ -56,8 +56,38 @@ private:
     {
         return QUrl(QString("%1://127.0.0.1:%2%3")
                         .arg(listener == 0 ? "http" : "https")
-                        .arg(listener == 0 ? port_ : tlsPorts_[listener - 1])
+                        .arg(listener == 0 ? port_ : tlsPorts_[listener - 1].operator quint16())
                         .arg(path));
+    }
+
+    // A certificate "name" for those alternative names, signed by the CA of the test.
+    void Certify(const QString& name, const QString& names, const QString& days = "1")
+    {
+        WriteFile(directory_.filePath("names"), "subjectAltName=" + names.toUtf8());
+        OutputOf("openssl", {"x509", "-req", "-in", directory_.filePath("csr"), "-days", days,
+                             "-CA", directory_.filePath("ca"), "-CAkey",
+                             directory_.filePath("cakey"), "-CAcreateserial", "-extfile",
+                             directory_.filePath("names"), "-out", directory_.filePath(name)});
+    }
+
+    QList<QSslCertificate> Authority(const QString& name) const
+    {
+        return QSslCertificate::fromPath(directory_.filePath(name));
+    }
+
+    // How a request ends that is verified by that authority, or not verified.
+    QString Outcome(const QUrl& url, const QString& authority)
+    {
+        const auto request = NewRequest(url);
+        request->SetIgnoreSSLErrors(true);
+        if (!authority.isNull())
+            request->SetPeerVerification(true, Authority(authority));
+        const RequestRecord record(request.get());
+        request->Get();
+        [&] {
+            QTRY_COMPARE(record.Finals(), 1);
+        }();
+        return record.Signals().value(1) == "text " + text ? "success" : record.ErrorText();
     }
 
     std::unique_ptr<IHttpRequest> NewRequest(const QUrl& url)
@@ -72,19 +102,27 @@ private:
     QProcess server_;
     QNetworkAccessManager manager_;
     HeldPort port_;
-    HeldPort tlsPorts_[2];
+    HeldPort tlsPorts_[6];
 
 private Q_SLOTS:
     void initTestCase()
     {
         qputenv("PATH", qgetenv("PATH") + ":/usr/sbin");
-        OutputOf("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
-                             "/CN=nobody", "-keyout", directory_.filePath("key"), "-out",
-                             directory_.filePath("cert")});
+        for (const QString name : {"", "ca"})
+            OutputOf("openssl",
+                     {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
+                      "/CN=nobody" + name, "-keyout", directory_.filePath(name + "key"), "-out",
+                      directory_.filePath(name.isEmpty() ? "cert" : name)});
+        OutputOf("openssl", {"req", "-new", "-subj", "/CN=server", "-key",
+                             directory_.filePath("key"), "-out", directory_.filePath("csr")});
+        Certify("right", "DNS:localhost,IP:127.0.0.1");
+        Certify("elsewhere", "DNS:elsewhere.test,IP:127.0.0.2");
+        Certify("expired", "DNS:localhost,IP:127.0.0.1", "-1");
         WriteFile(directory_.filePath("text.txt"), text);
-        const QString tls = "listen 127.0.0.1:%1 ssl; ssl_certificate cert; "
-                            "ssl_certificate_key key; root " +
-                            directory_.path() + "; ";
+        const QString tls = "server { listen 127.0.0.1:%1 ssl; ssl_certificate %2; "
+                            "ssl_certificate_key key; ssl_protocols %3; root " +
+                            directory_.path() + "; %4 } ";
+        const QString all = "TLSv1.2 TLSv1.3";
         const QString config =
             "daemon off; master_process off; pid pid; events {} http { access_log off; "
             "client_body_temp_path t1; proxy_temp_path t2; fastcgi_temp_path t3; "
@@ -99,9 +137,14 @@ private Q_SLOTS:
             directory_.path() +
             "/; limit_req zone=one; } "
             "location /slow/ { alias " +
-            directory_.path() + "/; limit_rate 300k; } } server { " + tls.arg(tlsPorts_[0]) +
-            "} server { " + tls.arg(tlsPorts_[1]) +
-            "ssl_client_certificate cert; ssl_verify_client on; } }";
+            directory_.path() + "/; limit_rate 300k; } } " +
+            tls.arg(tlsPorts_[0]).arg("cert", all, "") +
+            tls.arg(tlsPorts_[1])
+                .arg("cert", all, "ssl_client_certificate cert; ssl_verify_client on;") +
+            tls.arg(tlsPorts_[2]).arg("right", "TLSv1.2", "") +
+            tls.arg(tlsPorts_[3]).arg("right", "TLSv1.3", "") +
+            tls.arg(tlsPorts_[4]).arg("elsewhere", all, "") +
+            tls.arg(tlsPorts_[5]).arg("expired", all, "") + "}";
         WriteFile(directory_.filePath("config"), config.toUtf8());
         Start();
     }
@@ -145,6 +188,72 @@ private Q_SLOTS:
         QCOMPARE(record.Signals().contains("text " + text), success);
         QCOMPARE(!log.Lines("4 http.request OnSslErrors: Ignoring SSL errors!").isEmpty(),
                  ignoreErrors);
+    }
+
+    void verification_data()
+    {
+        QTest::addColumn<int>("listener");
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<QString>("authority");
+        QTest::addColumn<QString>("problem");
+        const QString ip = "127.0.0.1";
+        QTest::newRow("TLS 1.2") << 3 << ip << "ca"
+                                 << "";
+        QTest::newRow("TLS 1.3") << 4 << ip << "ca"
+                                 << "";
+        QTest::newRow("by name") << 4 << "localhost"
+                                 << "ca"
+                                 << "";
+        QTest::newRow("another host") << 5 << "localhost"
+                                      << "ca"
+                                      << "The host name did not match";
+        QTest::newRow("another address") << 5 << ip << "ca"
+                                         << "The host name did not match";
+        QTest::newRow("expired") << 6 << ip << "ca"
+                                 << "The certificate has expired";
+        QTest::newRow("self-signed") << 1 << ip << "ca"
+                                     << "The certificate is self-signed";
+        QTest::newRow("unknown CA") << 3 << ip << "cert"
+                                    << "The issuer certificate of a locally";
+        QTest::newRow("not the system's") << 3 << ip << ""
+                                          << "The issuer certificate of a locally";
+    }
+
+    // Qt has connections to each host that were not verified, or by others, but they are not used.
+    void verification()
+    {
+        QFETCH(int, listener);
+        QFETCH(QString, host);
+        QFETCH(QString, authority);
+        QFETCH(QString, problem);
+        QUrl url = Url("/text.txt", listener);
+        url.setHost(host);
+        QCOMPARE(Outcome(url, QString()), QString("success"));
+        for (int i = 0; i < 2; ++i) {
+            const QString outcome = Outcome(url, authority);
+            QCOMPARE(outcome == "success", problem.isEmpty());
+            QVERIFY2(outcome.contains(problem), qPrintable(outcome));
+            QVERIFY(Outcome(url, authority == "ca" ? "cert" : "ca") != "success" ||
+                    problem.contains("issuer"));
+        }
+        QCOMPARE(Outcome(url, QString()), QString("success"));
+
+        const std::unique_ptr<IFileDownload> download(CreateFileDownload(&manager_, nullptr));
+        download->SetUrl(url);
+        download->SetFileName(directory_.filePath("target"));
+        QVERIFY(download->SetPeerVerification(true, Authority(authority)));
+        QSignalSpy complete(download.get(), &IFileDownload::complete);
+        QSignalSpy failed(download.get(), &IFileDownload::failed);
+        QVERIFY(download->Start());
+        QTRY_COMPARE(complete.size() + failed.size(), 1);
+        QCOMPARE(!complete.isEmpty(), problem.isEmpty());
+    }
+
+    void toolVerifies()
+    {
+        const QString url = Url("/text.txt", 1).toString();
+        QCOMPARE(OutputOf(QVTOOL_PATH, {"get", "--insecure", url}), text);
+        QCOMPARE(QProcess::execute(QVTOOL_PATH, {"get", url}), 1);
     }
 
     void tooManyRequests()

@@ -147,6 +147,7 @@ private Q_SLOTS:
         row("post URL/moved", 1, "redirected to /ok");
         row("download URL/ok DIR/old --size 5", 1, "Expected 5 bytes, downloaded 4 bytes.");
         row("download URL/ok DIR/old --md5 00000000000000000000000000000000", 1, "by checksum!");
+        row("download --sha256 00 URL/ok DIR/old", 2, "--sha256 takes 64 hexadecimal digits");
         row("download URL/cut DIR/old", 1, "/cut -> '");
         row("download URL/drop DIR/old", 1, "Connection closed");
     }
@@ -188,8 +189,10 @@ private Q_SLOTS:
     void download()
     {
         const QString line = Path("old") + "  4 bytes  MD5 841a2d689ad86bd1611447453c22c6fc\n";
-        for (const char* md5 : {"", "--md5=841A2D689AD86BD1611447453C22C6FC"}) {
-            QStringList arguments = {"download", "URL/ok", "DIR/old", md5};
+        for (const char* digest :
+             {"", "--md5=841A2D689AD86BD1611447453C22C6FC",
+              "--sha256=230D8358DC8E8890B4C58DEEB62912EE2F20357AE92A5CC861B98E68FE31ACB5"}) {
+            QStringList arguments = {"download", "URL/ok", "DIR/old", digest};
             arguments.removeAll(QString());
             const Result result = Run(arguments);
             QCOMPARE(result.out, line);
@@ -240,6 +243,14 @@ private Q_SLOTS:
         server_.Script("/slow", {Reply::Status(429, "Slow Down")});
         QCOMPARE(Run({"get", "URL/slow", "--tries", "2", "--interval", "0"}).code, 1);
         QCOMPARE(server_.RequestsFor("/slow").size(), 2);
+
+        qputenv("http_proxy", server_.Url({}).toEncoded());
+        qputenv("no_proxy", "127.0.0.1");
+        server_.Script("http://service.test/ok", {Reply::Ok("by proxy")});
+        QCOMPARE(Run({"get", "http://service.test/ok"}).out, QString("by proxy"));
+        QCOMPARE(Run({"get", "URL/ok"}).out, QString("body"));
+        qunsetenv("http_proxy");
+        qunsetenv("no_proxy");
 
         server_.Script("/gzip", {Gzip("no gzip")});
         result = Run({"get", "URL/gzip"});

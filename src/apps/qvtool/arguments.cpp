@@ -61,12 +61,13 @@ qint64 Arguments::Size(const QString& option)
     return Has(option) ? Integer(option, 0, std::numeric_limits<qint64>::max()) : -1;
 }
 
-QString Arguments::Md5(const QString& option)
+QString Arguments::Digest(const QString& option, int digits)
 {
-    static const QRegularExpression digits(QStringLiteral("\\A[0-9A-Fa-f]{32}\\z"));
+    static const QRegularExpression hexadecimal(QStringLiteral("\\A[0-9A-Fa-f]+\\z"));
     const QString value = Text(option);
-    if (Has(option) && !digits.match(value).hasMatch())
-        Fail(QStringLiteral("--%1 takes 32 hexadecimal digits, not '%2'").arg(option, value));
+    if (Has(option) && (value.size() != digits || !hexadecimal.match(value).hasMatch()))
+        Fail(QStringLiteral("--%1 takes %2 hexadecimal digits, not '%3'")
+                 .arg(option, QString::number(digits), value));
     return value;
 }
 

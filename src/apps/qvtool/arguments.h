@@ -29,8 +29,8 @@ public:
     int Number(const QString& option, int minimum);
     /** A count of bytes; -1 if the option was not given. */
     qint64 Size(const QString& option);
-    /** 32 hexadecimal digits, or empty if the option was not given. */
-    QString Md5(const QString& option);
+    /** So many hexadecimal digits, or empty if the option was not given. */
+    QString Digest(const QString& option, int digits);
     /** Every use of the option, split at the first "=". */
     QList<QPair<QString, QString>> Pairs(const QString& option);
     /** The positional argument with that index as an absolute http or https address. */

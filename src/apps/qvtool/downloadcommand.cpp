@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QNetworkProxyFactory>
 #include <QNetworkReply>
 
 #include <cerrno>
@@ -25,8 +26,10 @@ constexpr int httpOk = 200;
 
 const auto sizeOption = QStringLiteral("size");
 const auto md5Option = QStringLiteral("md5");
+const auto sha256Option = QStringLiteral("sha256");
 const auto triesOption = QStringLiteral("tries");
 const auto timeoutOption = QStringLiteral("timeout");
+const auto insecureOption = QStringLiteral("insecure");
 
 // Renaming would replace a link instead of the file it leads to.
 QString ThroughLinks(const QString& path)
@@ -87,13 +90,16 @@ DownloadCommand::DownloadCommand(ToolLogger& log)
 void DownloadCommand::Declare(QCommandLineParser& parser)
 {
     parser.addPositionalArgument(QStringLiteral("URL"),
-                                 QStringLiteral("Address, http:// or https:// (the server's "
-                                                "certificate is not verified)."));
+                                 QStringLiteral("Address, http:// or https://. The proxies of "
+                                                "http_proxy, https_proxy and no_proxy are used."));
+    parser.addOption({insecureOption, QStringLiteral("Do not verify the server's certificate.")});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("Target; it is replaced once the download is "
                                                 "complete and verified, not before."));
     parser.addOption({sizeOption, QStringLiteral("Expected size in bytes."), QStringLiteral("N")});
     parser.addOption({md5Option, QStringLiteral("Expected MD5 digest."), QStringLiteral("HEX")});
+    parser.addOption(
+        {sha256Option, QStringLiteral("Expected SHA-256 digest."), QStringLiteral("HEX")});
     parser.addOption({triesOption, QStringLiteral("Tries in all, 5 seconds apart (1)."),
                       QStringLiteral("N"), QStringLiteral("1")});
     parser.addOption({timeoutOption,
@@ -110,7 +116,11 @@ void DownloadCommand::Configure(Arguments& arguments)
     expectedSize_ = arguments.Size(sizeOption);
 
     download_->SetUrl(arguments.HttpUrl(0));
-    download_->SetExpectedMD5(arguments.Md5(md5Option));
+    download_->SetPeerVerification(!arguments.Has(insecureOption));
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
+    download_->SetExpectedMD5(arguments.Digest(md5Option, 32));
+    sha256_ = arguments.Digest(sha256Option, 64);
+    download_->SetExpectedDigest(QCryptographicHash::Sha256, sha256_);
     download_->SetRetryCount(static_cast<unsigned int>(arguments.Number(triesOption, 1)));
     download_->SetTimeout(arguments.Number(timeoutOption, 0));
 }
@@ -182,9 +192,10 @@ void DownloadCommand::OnComplete()
     if (!problem.isEmpty())
         return FailWith(problem);
 
-    if (download_->GetExpectedSize() < 0 && download_->GetExpectedMD5().isEmpty())
-        PrintError(QStringLiteral("the server announced no size: give --size or --md5 to be sure "
-                                  "that '%1' is complete")
+    if (download_->GetExpectedSize() < 0 && download_->GetExpectedMD5().isEmpty() &&
+        sha256_.isEmpty())
+        PrintError(QStringLiteral("the server announced no size: give --size or --sha256 to be "
+                                  "sure that '%1' is complete")
                        .arg(target_));
     if (!coding_.isEmpty() && coding_ != "identity")
         PrintError(QStringLiteral("'%1' is stored as it was sent, encoded with %2")

@@ -44,6 +44,7 @@ private:
     Progress progress_;
     std::unique_ptr<QTemporaryFile> part_; // removes itself unless it was moved into place
     QString target_;
+    QString sha256_;
     qint64 expectedSize_ = -1;
     qint64 received_ = 0;
     int status_ = 0;

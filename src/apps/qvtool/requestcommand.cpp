@@ -8,6 +8,7 @@
 
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QNetworkProxyFactory>
 #include <QRegularExpression>
 
 namespace qvtool {
@@ -21,6 +22,7 @@ const auto formOption = QStringLiteral("form");
 const auto triesOption = QStringLiteral("tries");
 const auto intervalOption = QStringLiteral("interval");
 const auto timeoutOption = QStringLiteral("timeout");
+const auto insecureOption = QStringLiteral("insecure");
 const auto jsonOption = QStringLiteral("json");
 const auto partOption = QStringLiteral("part");
 const auto fileOption = QStringLiteral("file");
@@ -42,8 +44,9 @@ RequestCommand::RequestCommand(const QString& name, const QString& summary, Tool
 void RequestCommand::Declare(QCommandLineParser& parser)
 {
     parser.addPositionalArgument(QStringLiteral("URL"),
-                                 QStringLiteral("Address, http:// or https:// (the server's "
-                                                "certificate is not verified)."));
+                                 QStringLiteral("Address, http:// or https://. The proxies of "
+                                                "http_proxy, https_proxy and no_proxy are used."));
+    parser.addOption({insecureOption, QStringLiteral("Do not verify the server's certificate.")});
     parser.addOption({headerOption, QStringLiteral("Send a header."), pairSyntax});
     parser.addOption({triesOption, QStringLiteral("Attempts in all after network problems (1)."),
                       QStringLiteral("N"), QStringLiteral("1")});
@@ -61,6 +64,8 @@ void RequestCommand::Configure(Arguments& arguments)
     request_->SetAttemptCountOnNetworkProblem(arguments.Number(triesOption, 1));
     request_->SetAttemptIntervalOnNetworkProblem(arguments.Number(intervalOption, 0));
     request_->SetTimeout(arguments.Number(timeoutOption, 0));
+    request_->SetPeerVerification(!arguments.Has(insecureOption));
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
     SetHeaders(arguments);
 }
 

@@ -1,7 +1,7 @@
 #include "common/http/filedownload.h"
 
 #include "common/logger/log.h"
-#include "common/tools/string/converter.h"
+#include "common/tools/string/digest_p.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -26,11 +26,40 @@ quint64 nextId = 100000;
 
 } // namespace
 
+// What a download knows beyond the members of its class, which no longer change. A child of it.
+class DownloadState : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    QCryptographicHash::Algorithm algorithm = QCryptographicHash::Sha256;
+    QString digest;
+};
+
 #define DOWNLOAD_LOG(priority) QVLOG(priority) << '[' << id_ << ", " << attempt_ << "]: "
 #define DOWNLOAD_LOG_FROM(function, priority)                                                      \
     QVLOG_FROM(function, priority) << '[' << id_ << ", " << attempt_ << "]: "
 
 IFileDownload::~IFileDownload() = default;
+
+bool IFileDownload::SetPeerVerification(bool verify, const QList<QSslCertificate>& authorities)
+{
+    auto* own = qobject_cast<FileDownload*>(this);
+    return own && own->request_ && own->request_->SetPeerVerification(verify, authorities);
+}
+
+bool IFileDownload::SetExpectedDigest(QCryptographicHash::Algorithm algorithm,
+                                      const QString& digest)
+{
+    auto* state = findChild<DownloadState*>(QString(), Qt::FindDirectChildrenOnly);
+    if (!state)
+        return false;
+    state->algorithm = algorithm;
+    state->digest = digest;
+    return true;
+}
 
 IFileDownload* CreateFileDownload(QNetworkAccessManager* manager, QObject* parent)
 {
@@ -45,6 +74,7 @@ quint64 FileDownload::CreateID()
 FileDownload::FileDownload(QNetworkAccessManager* manager, QObject* parent)
     : id_(CreateID()), retryTimer_(new QTimer(this))
 {
+    new DownloadState(this);
     request_ = CreateRequest(manager);
     setParent(parent);
     retryTimer_->setSingleShot(true);
@@ -146,8 +176,6 @@ int FileDownload::GetTimeout() const
 bool FileDownload::isRunning() const
 {
     // The constant answer is deliberate and documented.
-    if (request_)
-        request_->isRunning();
     return false;
 }
 
@@ -328,16 +356,24 @@ bool FileDownload::CheckDownload()
                             << " bytes, downloaded " << file.size() << " bytes.";
         return false;
     }
-    if (expectedMd5_.isEmpty())
-        return true;
+    const auto* state = findChild<DownloadState*>(QString(), Qt::FindDirectChildrenOnly);
+    return HasDigest(file, QCryptographicHash::Md5, expectedMd5_) &&
+           HasDigest(file, state->algorithm, state->digest);
+}
 
-    const QString md5 = tools::string::converter::ToMD5(file);
-    if (md5.compare(expectedMd5_, Qt::CaseInsensitive) != 0) {
-        DOWNLOAD_LOG(ERROR) << "Checking download failed by checksum! Expected '" << expectedMd5_
-                            << "', downloaded '" << md5 << '\'';
-        return false;
-    }
-    return true;
+bool FileDownload::HasDigest(QFile& file, QCryptographicHash::Algorithm algorithm,
+                             const QString& expected) const
+{
+    if (expected.isEmpty())
+        return true;
+    file.seek(0);
+    const QString digest = tools::string::DigestOf(file, algorithm);
+    if (digest.compare(expected, Qt::CaseInsensitive) == 0)
+        return true;
+    DOWNLOAD_LOG_FROM("CheckDownload", ERROR) << "Checking download failed by checksum! Expected '"
+                                              << expected << "', downloaded '" << digest << '\'';
+    return false;
 }
 
 } // namespace common::http
+#include "filedownload.moc"

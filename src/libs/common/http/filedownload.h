@@ -3,6 +3,7 @@
 #include "common/http/httprequest.h"
 #include "common/qvcommon_export.h"
 
+#include <QCryptographicHash>
 #include <QFile>
 #include <QNetworkAccessManager>
 #include <QObject>
@@ -15,7 +16,7 @@
 namespace common::http {
 
 /**
- * Downloads one URL into a file, verifies its size and MD5 digest, and tries again on failure.
+ * Downloads one URL into a file, verifies its size and digest, and tries again on failure.
  *
  * @code
  * using common::http::IFileDownload;
@@ -23,7 +24,7 @@ namespace common::http {
  * download->SetUrl(QUrl("https://service.test/sounds.zip"));
  * download->SetFileName(cache + "/sounds.zip.part"); // renamed once it is complete
  * download->SetExpectedSize(48213004);
- * download->SetExpectedMD5("9e107d9d372bb6826bd81d3542a419d6");
+ * download->SetExpectedDigest(QCryptographicHash::Sha256, digest);
  * download->SetRetryCount(3);
  * connect(download, &IFileDownload::complete, this, &Client::UseDownload);
  * connect(download, &IFileDownload::failed, this, &Client::ShowError);
@@ -50,8 +51,8 @@ namespace common::http {
  * disk was full, completes with the part that was written; so does one that was redirected, with
  * the body of the redirect.
  *
- * @warning TLS peers are not verified (see IHttpRequest), and MD5 does not resist an attacker: take
- * the expected digest from a trusted source, and do not rely on it for authenticity.
+ * @warning TLS peers are not verified unless SetPeerVerification() asks for it, and MD5 does not
+ * resist an attacker: take the expected digest, SHA-256 best, from a trusted source.
  */
 class QVCOMMON_EXPORT IFileDownload : public QObject
 {
@@ -123,6 +124,22 @@ public:
 
     /** Stops a transfer or a pending try in silence. */
     virtual void Abort() = 0;
+
+    /**
+     * Whether to verify TLS peers; see IHttpRequest::SetPeerVerification().
+     *
+     * @return false if this is not the library's own implementation: nothing is verified then
+     */
+    bool SetPeerVerification(bool verify, const QList<QSslCertificate>& authorities = {});
+
+    /**
+     * Expected digest in hexadecimal, letter case ignored, beside the MD5 one; empty (the default)
+     * for any. Use QCryptographicHash::Sha256: other than MD5, nobody can make another file with
+     * the same digest.
+     *
+     * @return false if this is not the library's own implementation: nothing is checked then
+     */
+    bool SetExpectedDigest(QCryptographicHash::Algorithm algorithm, const QString& digest);
 
 Q_SIGNALS:
     /** The file is complete and verified. */
@@ -200,8 +217,12 @@ protected:
     bool CheckDownload();
 
 private:
+    friend class IFileDownload;
+
     QVCOMMON_NO_EXPORT void DrainAsDataArrives();
     QVCOMMON_NO_EXPORT void Drain(QNetworkReply& reply);
+    QVCOMMON_NO_EXPORT bool HasDigest(QFile& file, QCryptographicHash::Algorithm algorithm,
+                                      const QString& expected) const;
 
     quint64 id_;
     QPointer<IHttpRequest> request_; // owned as a child

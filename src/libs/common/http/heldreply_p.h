@@ -2,6 +2,7 @@
 
 #include <QNetworkReply>
 #include <QPointer>
+#include <QStringList>
 #include <QTimer>
 
 #include <optional>
@@ -31,6 +32,8 @@ public:
 
     /** What was read of a body that is too large. */
     std::optional<QByteArray> beginning;
+    /** What is wrong with the certificates of a peer that is verified. */
+    QStringList problems;
 
     Q_DISABLE_COPY_MOVE(HeldReply)
 

@@ -3,6 +3,7 @@
 #include "common/http/httprequestdatamap.h"
 #include "common/http/httprequestmultipartformdata.h"
 #include "common/http/networkerror_p.h"
+#include "common/http/peertrust_p.h"
 #include "common/http/requeststate_p.h"
 #include "common/logger/log.h"
 #include "common/tools/gunzip_p.h"
@@ -67,6 +68,16 @@ bool IHttpRequest::SetMaxReplySize(qint64 bytes)
     if (state)
         state->maxReplySize = bytes > 0 ? qMin(bytes, state->maxSize) : state->maxSize;
     return state != nullptr;
+}
+
+bool IHttpRequest::SetPeerVerification(bool verify, const QList<QSslCertificate>& authorities)
+{
+    RequestState* state = RequestState::Of(*this);
+    if (!state)
+        return false;
+    state->verifiesPeer = verify;
+    state->authorities = authorities;
+    return true;
 }
 
 IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent)
@@ -301,15 +312,21 @@ QNetworkRequest HttpRequest::BuildRequest()
     return request;
 }
 
-// Peers are not verified, deliberately; IHttpRequest warns of it.
+// Peers are not verified by default, deliberately; IHttpRequest warns of it.
 void HttpRequest::SetSslConfiguration(QNetworkRequest& request)
 {
     QSslConfiguration configuration = request.sslConfiguration();
-    configuration.setCaCertificates(caCertificates_);
     configuration.setLocalCertificate(certificate_);
     configuration.setPrivateKey(key_);
-    configuration.setProtocol(QSsl::AnyProtocol);
-    configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+    const RequestState& state = State();
+    if (state.verifiesPeer) {
+        VerifyPeer(request, configuration,
+                   state.authorities.isEmpty() ? caCertificates_ : state.authorities);
+    } else {
+        configuration.setCaCertificates(caCertificates_);
+        configuration.setProtocol(QSsl::AnyProtocol);
+        configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+    }
     request.setSslConfiguration(configuration);
 }
 
@@ -404,8 +421,13 @@ void HttpRequest::OnRequestTimeout()
                             QByteArray());
 }
 
-void HttpRequest::OnSslErrors(const QList<QSslError>&)
+void HttpRequest::OnSslErrors(const QList<QSslError>& errors)
 {
+    if (State().verifiesPeer) {
+        for (const QSslError& error : errors)
+            State().held->problems << error.errorString();
+        return;
+    }
     if (!ignoreSslErrors_)
         return;
     REQUEST_LOG(WARN) << "Ignoring SSL errors!";
@@ -468,6 +490,8 @@ HttpRequest::Outcome HttpRequest::TakeOutcome()
         outcome.code = QNetworkReply::ProtocolFailure;
         outcome.text = QStringLiteral("Status %1 is no final reply").arg(status);
     }
+    if (outcome.code == QNetworkReply::SslHandshakeFailedError && !State().held->problems.isEmpty())
+        outcome.text += QStringLiteral(": ") + State().held->problems.join(QStringLiteral("; "));
     return outcome;
 }
 

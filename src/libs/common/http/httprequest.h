@@ -62,8 +62,9 @@ class RequestState;
  * followed unless the caller sets the attribute for it. Replies with "Content-Encoding: gzip" are
  * decoded.
  *
- * @warning The peer's TLS certificate is never verified, whatever IgnoreSSLErrors() says: the
- * connection is encrypted, but the server is not authenticated.
+ * @warning The peer's TLS certificate is not verified, whatever IgnoreSSLErrors() says, unless
+ * SetPeerVerification() asks for it: the connection is encrypted, but the server is not
+ * authenticated.
  *
  * @warning Where redirects are followed, every header that was set (Authorization, too) goes to
  * whatever host the server names, and with status 307 and 308 the body as well.
@@ -176,6 +177,21 @@ public:
      * @return false if this is not the library's own implementation: there is no limit then
      */
     bool SetMaxReplySize(qint64 bytes);
+
+    /**
+     * Whether to verify TLS peers, for later sends; default false. The certificates must lead to
+     * one of @p authorities (if there are none, to one of the CA certificates of
+     * SetSslCertificate(), or else of the system) and name the host; TLS 1.2 or later. Otherwise
+     * the request ends with code 6, and its text tells the problems, whatever IgnoreSSLErrors()
+     * says. A connection that was not verified, or by others, is never used.
+     *
+     * A redirect to another host fails: the certificates are to name the first one. A handler of
+     * QNetworkAccessManager::sslErrors() that ignores errors has them ignored here as well. A
+     * subclass that overrides SetSslConfiguration() decides for itself.
+     *
+     * @return false if this is not the library's own implementation: nothing is verified then
+     */
+    bool SetPeerVerification(bool verify, const QList<QSslCertificate>& authorities = {});
 
 public Q_SLOTS:
     /** Ends a transfer or a pending retry in silence: none of its signals is emitted. */

@@ -25,6 +25,8 @@ public:
 
     std::unique_ptr<HeldReply> held;
     qint64 maxReplySize = maxSize;
+    bool verifiesPeer = false;
+    QList<QSslCertificate> authorities;
 };
 
 } // namespace common::http

@@ -1,5 +1,7 @@
 #include "common/tools/string/converter.h"
 
+#include "common/tools/string/digest_p.h"
+
 #include <QCryptographicHash>
 #include <QIODevice>
 
@@ -28,7 +30,12 @@ QString converter::ToMD5(const QString& text)
 
 QString converter::ToMD5(QIODevice& device)
 {
-    QCryptographicHash hash(QCryptographicHash::Md5);
+    return DigestOf(device, QCryptographicHash::Md5);
+}
+
+QString DigestOf(QIODevice& device, QCryptographicHash::Algorithm algorithm)
+{
+    QCryptographicHash hash(algorithm);
     QByteArray chunk(hashChunkSize, Qt::Uninitialized);
     qint64 size = 0;
     while ((size = device.read(chunk.data(), chunk.size())) > 0)
