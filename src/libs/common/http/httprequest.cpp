@@ -423,12 +423,12 @@ void HttpRequest::OnRequestTimeout()
 
 void HttpRequest::OnSslErrors(const QList<QSslError>& errors)
 {
-    if (State().verifiesPeer) {
-        for (const QSslError& error : errors)
-            State().held->problems << error.errorString();
-        return;
+    const RequestState& state = State();
+    for (const QSslError& error : errors) {
+        if (state.verifiesPeer && state.held)
+            state.held->problems << error.errorString();
     }
-    if (!ignoreSslErrors_)
+    if (state.verifiesPeer || !ignoreSslErrors_)
         return;
     REQUEST_LOG(WARN) << "Ignoring SSL errors!";
     if (auto* reply = qobject_cast<QNetworkReply*>(sender()))

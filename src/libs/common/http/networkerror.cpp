@@ -3,70 +3,47 @@
 #include <QHash>
 #include <QNetworkReply>
 
-#include <algorithm>
-#include <iterator>
-
 namespace common::http {
-
-namespace {
-
-struct Entry
-{
-    int code;
-    const char* name;
-};
-
-// Not Qt's meta-enumeration: the names are part of the log format, and Qt adds its own over time.
-constexpr Entry entries[] = {
-    {1, "ConnectionRefusedError"},
-    {2, "RemoteHostClosedError"},
-    {3, "HostNotFoundError"},
-    {4, "TimeoutError"},
-    {5, "OperationCanceledError"},
-    {6, "SslHandshakeFailedError"},
-    {7, "TemporaryNetworkFailureError"},
-    {8, "NetworkSessionFailedError"},
-    {9, "BackgroundRequestNotAllowedError"},
-    {10, "TooManyRedirectsError"},
-    {11, "InsecureRedirectError"},
-    {99, "UnknownNetworkError"},
-    {101, "ProxyConnectionRefusedError"},
-    {102, "ProxyConnectionClosedError"},
-    {103, "ProxyNotFoundError"},
-    {104, "ProxyTimeoutError"},
-    {105, "ProxyAuthenticationRequiredError"},
-    {199, "UnknownProxyError"},
-    {201, "ContentAccessDenied"},
-    {202, "ContentOperationNotPermittedError"},
-    {203, "ContentNotFoundError"},
-    {204, "AuthenticationRequiredError"},
-    {205, "ContentReSendError"},
-    {206, "ContentConflictError"},
-    {207, "ContentGoneError"},
-    {299, "UnknownContentError"},
-    {301, "ProtocolUnknownError"},
-    {302, "ProtocolInvalidOperationError"},
-    {399, "ProtocolFailure"},
-    {401, "InternalServerError"},
-    {402, "OperationNotImplementedError"},
-    {403, "ServiceUnavailableError"},
-    {499, "UnknownServerError"},
-};
-
-} // namespace
 
 const char* NetworkErrorName(int code)
 {
-    const auto* found = std::find_if(std::begin(entries), std::end(entries),
-                                     [code](const Entry& entry) { return entry.code == code; });
-    return found != std::end(entries) ? found->name : "UnknownError";
-}
-
-bool IsNetworkProblem(int code)
-{
-    return (code >= QNetworkReply::ConnectionRefusedError &&
-            code <= QNetworkReply::BackgroundRequestNotAllowedError) ||
-           code == QNetworkReply::UnknownNetworkError;
+    // Not Qt's meta-enumeration: the names are part of the log format, and Qt adds its own.
+    static const QHash<int, const char*> names = {
+        {1, "ConnectionRefusedError"},
+        {2, "RemoteHostClosedError"},
+        {3, "HostNotFoundError"},
+        {4, "TimeoutError"},
+        {5, "OperationCanceledError"},
+        {6, "SslHandshakeFailedError"},
+        {7, "TemporaryNetworkFailureError"},
+        {8, "NetworkSessionFailedError"},
+        {9, "BackgroundRequestNotAllowedError"},
+        {10, "TooManyRedirectsError"},
+        {11, "InsecureRedirectError"},
+        {99, "UnknownNetworkError"},
+        {101, "ProxyConnectionRefusedError"},
+        {102, "ProxyConnectionClosedError"},
+        {103, "ProxyNotFoundError"},
+        {104, "ProxyTimeoutError"},
+        {105, "ProxyAuthenticationRequiredError"},
+        {199, "UnknownProxyError"},
+        {201, "ContentAccessDenied"},
+        {202, "ContentOperationNotPermittedError"},
+        {203, "ContentNotFoundError"},
+        {204, "AuthenticationRequiredError"},
+        {205, "ContentReSendError"},
+        {206, "ContentConflictError"},
+        {207, "ContentGoneError"},
+        {299, "UnknownContentError"},
+        {301, "ProtocolUnknownError"},
+        {302, "ProtocolInvalidOperationError"},
+        {399, "ProtocolFailure"},
+        {401, "InternalServerError"},
+        {402, "OperationNotImplementedError"},
+        {403, "ServiceUnavailableError"},
+        {499, "UnknownServerError"},
+    };
+    return names.value(code, "UnknownError");
 }
 
 int ErrorOfStatus(int status)
@@ -76,6 +53,13 @@ int ErrorOfStatus(int status)
                                           {418, 302}, {500, 401}, {501, 402}, {503, 403}};
     return codes.value(status, status < 500 ? QNetworkReply::UnknownContentError
                                             : QNetworkReply::UnknownServerError);
+}
+
+bool IsNetworkProblem(int code)
+{
+    return (code > QNetworkReply::NoError &&
+            code <= QNetworkReply::BackgroundRequestNotAllowedError) ||
+           code == QNetworkReply::UnknownNetworkError;
 }
 
 bool IsProxyProblem(int code)
