@@ -464,7 +464,7 @@ private Q_SLOTS:
 
     void gzipBomb()
     {
-        constexpr int maxSize = 64 << 20;
+        constexpr long maxSize = 64 << 20;
         ScriptedServer server;
         server.Script("/bomb", {Gzip(GzipBomb())});
         QNetworkAccessManager manager;
