@@ -42,7 +42,7 @@ HeldReply::~HeldReply()
     Silence();
     if (reply_ && reply_->isRunning())
         reply_->abort();
-    if (reply_)
+    if (guard_)
         guard_->Free();
 }
 

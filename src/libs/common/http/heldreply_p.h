@@ -41,7 +41,7 @@ private:
     class Guard;
 
     QPointer<QNetworkReply> reply_;
-    Guard* guard_; // a child of the reply
+    QPointer<Guard> guard_; // a child of the reply
     QObject* owner_;
     QPointer<QTimer> timer_;
 };

@@ -463,10 +463,11 @@ void HttpRequest::CheckSize()
 {
     if (reply_->bytesAvailable() <= State().maxReplySize)
         return;
-    const QPointer<QNetworkReply> reply(reply_);
+    QNetworkReply* reply = reply_;
+    const QPointer<QNetworkReply> alive(reply);
     State().held->beginning = reply->read(State().maxReplySize); // cannot be read later
     reply->abort();                                              // which finishes it
-    if (reply) // Qt would complain about what is still on its way
+    if (alive) // Qt would complain about what is still on its way
         QCoreApplication::removePostedEvents(reply, QEvent::MetaCall);
 }
 
