@@ -30,14 +30,15 @@ struct Stream
 };
 
 // How large the whole output will be, as far as the ratio up to here can tell. An attacker makes that,
-// so it grows in bounded steps.
+// so the steps are bounded; few are better, since an array that grows may be copied. What is not used
+// is never touched, and much of it given back.
 int NextSize(qint64 produced, qint64 consumed, qint64 inputSize, int maxSize)
 {
     constexpr int firstSize = 1 << 16;
     if (produced == 0)
         return static_cast<int>(std::min<qint64>({4 * inputSize + 64, firstSize, maxSize}));
     const qint64 expected = produced * inputSize / qMax<qint64>(consumed, 1);
-    const qint64 size = qBound(produced + produced / 4, expected + expected / 8, 4 * produced);
+    const qint64 size = qBound(produced + produced / 4, expected + expected / 8, 32 * produced);
     return static_cast<int>(qMin<qint64>(size, maxSize));
 }
 
@@ -60,7 +61,8 @@ bool Run(Stream& stream, const QByteArray& input, QByteArray& output, int maxSiz
         result = stream.step(&z, Z_FINISH);
         output.resize(size - static_cast<int>(z.avail_out));
     }
-    output.squeeze();
+    if (output.capacity() - output.size() > output.size() / 4)
+        output.squeeze();
     return result == Z_STREAM_END;
 }
 
