@@ -187,6 +187,9 @@ class Tables:
         memory = table(["Work", "Size:", "Library:", "Others"], self.memory_rows())
         measured = (f"Measured by `./qv bench --report` in {minutes:.1f} minutes: {machine()}; "
                     f"load when it began {load:.1f}.")
+        if load > 1:
+            measured += (" The machine was busy: figures of whole commands (downloads, MD5, trees, "
+                         "starts) are too high, and their ratios uncertain.")
         text = path.read_text()
         for name, lines in (("costs", [measured, "", *self.costs()]), ("details", self.details()),
                             ("growth", self.growth()), ("memory", memory)):
@@ -234,7 +237,7 @@ def chart(rows):
         y = 66 + number * step
         start, end = sorted((place(1), place(row.ratio)))
         colour = "#2a7f62" if row.ratio <= (row.work.goal or 1) else "#c77d28"
-        title = row.work.title.split(",")[0].split(";")[0]
+        title = row.name.replace("-", " ")
         parts.append(f'<text x="{left}" y="{y + 13}">{title} {size_text(row.size)} : '
                      f'{row.work.first}</text>'
                      f'<rect x="{start:.1f}" y="{y + 17}" width="{max(end - start, 1):.1f}" '

@@ -20,7 +20,8 @@ import sys
 import tempfile
 import time
 
-import report
+sys.dont_write_bytecode = True
+import report  # noqa: E402
 
 LIBRARY = "qvcommon"
 PROGRAMS = [f"bench/bench_{name}" for name in (
