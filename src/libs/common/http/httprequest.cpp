@@ -500,9 +500,11 @@ HttpRequest::Outcome HttpRequest::TakeOutcome()
 bool HttpRequest::TakeBody(QByteArray& body)
 {
     const auto maxSize = static_cast<int>(State().maxReplySize);
-    const auto& beginning = State().held->beginning;
+    auto& beginning = State().held->beginning;
     const bool complete = !beginning && reply_->bytesAvailable() <= maxSize;
-    body = complete ? reply_->readAll() : beginning ? *beginning : reply_->read(maxSize);
+    body = complete    ? reply_->readAll()
+           : beginning ? std::exchange(*beginning, QByteArray())
+                       : reply_->read(maxSize);
     if (!complete || reply_->rawHeader("Content-Encoding") != "gzip")
         return complete;
 
