@@ -1,8 +1,7 @@
 #include "common/shell/filecommands.h"
 
 #include "common/logger/log.h"
-
-#include <QThread>
+#include "common/shell/filecommands_p.h"
 
 namespace common {
 
@@ -11,24 +10,37 @@ namespace {
 constexpr logger::ICategory logCategory{"shell.filecmd"};
 constexpr char logSource[] = "src/libs/common/shell/filecommands";
 
-constexpr int maxAttempts = 5;
-constexpr unsigned long pause = 50; // milliseconds
+} // namespace
 
-// Describe gives the failure's text; it is asked for only after a failure.
-template <typename Operation, typename Describe>
-bool Retry(const char* function, Operation operation, Describe describe)
+void LogAttempt(const char* function, const QString& failure, int attempt)
 {
-    for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
-        if (attempt > 1)
-            QThread::msleep(pause);
-        if (operation())
-            return true;
-        QVLOG_FROM(function, WARN) << describe() << ", attempt '" << attempt << '\'';
-    }
-    return false;
+    QVLOG_FROM(function, WARN) << failure << ", attempt '" << attempt << '\'';
 }
 
-} // namespace
+QString FailedToCreateDirectory(const QString& path)
+{
+    return QStringLiteral("Failed to create directory '%1'").arg(path);
+}
+
+QString FailedToRemoveDirectory(const QString& path)
+{
+    return QStringLiteral("Failed to remove directory '%1'").arg(path);
+}
+
+QString FailedToRemoveFile(const QString& path)
+{
+    return QStringLiteral("Failed to remove file '%1'").arg(path);
+}
+
+QString FailedToCopyFile(const QString& source, const QString& destination)
+{
+    return QStringLiteral("Failed to copy file '%1' to '%2'").arg(source, destination);
+}
+
+QString FailedToCreateLink(const QString& link, const QString& target)
+{
+    return QStringLiteral("Failed to create link '%1' --> '%2'").arg(link, target);
+}
 
 bool FileCommands::RenameDirectory(QDir& dir, const QString& oldName, const QString& newName)
 {
@@ -43,39 +55,35 @@ bool FileCommands::RemoveDirectory(QDir& dir, const QString& dirName)
 {
     return Retry(
         __func__, [&] { return dir.rmdir(dirName); },
-        [&] { return QStringLiteral("Failed to remove directory '%1'").arg(dirName); });
+        [&] { return FailedToRemoveDirectory(dirName); });
 }
 
 bool FileCommands::CreateDirectory(QDir& dir, const QString& dirPath)
 {
     return Retry(
         __func__, [&] { return dir.mkpath(dirPath); },
-        [&] { return QStringLiteral("Failed to create directory '%1'").arg(dirPath); });
+        [&] { return FailedToCreateDirectory(dirPath); });
 }
 
 bool FileCommands::RemoveFile(QFile& file)
 {
     return Retry(
         __func__, [&] { return file.remove(); },
-        [&] { return QStringLiteral("Failed to remove file '%1'").arg(file.fileName()); });
+        [&] { return FailedToRemoveFile(file.fileName()); });
 }
 
 bool FileCommands::CopyFile(QFile& file, const QString& newName)
 {
     return Retry(
         __func__, [&] { return file.copy(newName); },
-        [&] {
-            return QStringLiteral("Failed to copy file '%1' to '%2'").arg(file.fileName(), newName);
-        });
+        [&] { return FailedToCopyFile(file.fileName(), newName); });
 }
 
 bool FileCommands::CreateSymlink(const QString& target, const QString& linkName)
 {
     return Retry(
         __func__, [&] { return QFile::link(target, linkName); },
-        [&] {
-            return QStringLiteral("Failed to create link '%1' --> '%2'").arg(linkName, target);
-        });
+        [&] { return FailedToCreateLink(linkName, target); });
 }
 
 } // namespace common

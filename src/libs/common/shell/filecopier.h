@@ -110,6 +110,12 @@ Q_SIGNALS:
     void succesed();
     /** The job has ended early; see the codes above. @p errorText is for logs, in English. */
     void failed(int errorCode, const QString& errorText);
+    /**
+     * So many bytes of all files are copied, for a progress bar that moves during a large file, too.
+     * Emitted every 10 ms at most, and at the end of a job that copied all of them; not during the
+     * scan, which finds out @p total. Bytes are counted only if this was connected before Copy().
+     */
+    void bytesProgress(qint64 done, qint64 total);
 
 private:
     QList<QPair<QString, QString>> symlinks_;
@@ -151,6 +157,8 @@ Q_SIGNALS:
     void succesed();
     /** The end of any other job. */
     void failed(int errorCode, const QString& errorText);
+    /** So many bytes are copied. */
+    void bytesProgress(qint64 done, qint64 total);
 
 protected:
     // The steps of the job; each returns an error code, 0 for success.
@@ -169,9 +177,6 @@ protected:
     int BeforeCopy(const QString& source, const QString& destination);
 
 private:
-    /** Whether an abort was asked for; logged in the name of the function that asks. */
-    QVCOMMON_NO_EXPORT bool IsAborted(const char* function) const;
-
     QList<QPair<QString, QString>> files_;
     QList<QPair<QString, QString>> symlinks_;
     QList<QPair<QString, QString>> directories_;

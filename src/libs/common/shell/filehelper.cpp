@@ -1,16 +1,78 @@
 #include "common/shell/filehelper.h"
 
-#include "common/shell/fileidentity_p.h"
+#include "common/shell/paths_p.h"
+#include "common/shell/removal_p.h"
+#include "common/shell/treewalk_p.h"
 
 #include <QDir>
+#include <QFile>
 #include <QPointer>
+
+#include <memory>
+#include <optional>
+#include <vector>
 
 namespace common {
 
-FileHelper::FileHelper() = default;
+namespace {
 
-FileHelper::FileHelper(const QString& path) : dirs_(path)
+struct FoundTree
 {
+    explicit FoundTree(const QString& path)
+        : directories(tree, QFile::encodeName(RealPlace(path)), OpenDirectories::FollowNothing)
+    {
+    }
+
+    Tree tree;
+    OpenDirectories directories;
+};
+
+// Where a found entry is: a directory of a tree, or an entry in one; without a tree by its path.
+struct Place
+{
+    std::shared_ptr<FoundTree> tree;
+    Tree::Entry entry;
+    std::optional<Tree::Directory> directory;
+};
+
+// The places of the found entries.
+class Places : public QObject
+{
+public:
+    using QObject::QObject;
+
+    std::vector<Place> list;
+};
+
+std::vector<Place>& PlacesOf(const QObject* helper)
+{
+    return static_cast<Places*>(helper->children().constFirst())->list;
+}
+
+bool RemoveFrom(const Place& place, const QFileInfo& found)
+{
+    if (place.tree) {
+        OpenDirectories& directories = place.tree->directories;
+        const Removal removal = place.directory ? RemoveDirectoryFrom(directories, *place.directory)
+                                                : RemoveFileFrom(directories, place.entry);
+        if (place.directory == Tree::root) // the last one of the tree
+            directories.Close();
+        return removal == Removal::Done;
+    }
+    const QString path = found.absoluteFilePath();
+    return found.isDir() && !found.isSymLink() ? QDir().rmdir(path) : QDir().remove(path);
+}
+
+} // namespace
+
+FileHelper::FileHelper()
+{
+    new Places(this);
+}
+
+FileHelper::FileHelper(const QString& path) : FileHelper()
+{
+    dirs_ << path;
 }
 
 FileHelper::~FileHelper() = default;
@@ -32,17 +94,21 @@ void FileHelper::Scan()
     const QStringList directories = dirs_;
     const QStringList files = files_;
     for (const QString& path : directories) {
-        const QString link = WithoutTrailingSeparators(path);
-        if (IsLink(path))
-            AddFound(QFileInfo(link), QFileInfo(link).absoluteFilePath());
-        else
+        const QFileInfo link(WithoutTrailingSeparators(path));
+        if (!link.isSymLink()) {
             ScanPath(path);
+        } else {
+            PlacesOf(this).push_back({});
+            AddFound(link, link.absoluteFilePath());
+        }
         if (!self)
             return;
     }
     for (const QString& path : files) {
-        if (QFileInfo::exists(path))
-            AddFound(QFileInfo(path), path);
+        if (!QFileInfo::exists(path))
+            continue;
+        PlacesOf(this).push_back({});
+        AddFound(QFileInfo(path), path);
         if (!self)
             return;
     }
@@ -50,22 +116,26 @@ void FileHelper::Scan()
 
 void FileHelper::ScanPath(const QString& path)
 {
-    const QPointer<FileHelper> self(this);
-    const QDir directory(path);
-    if (path.isEmpty() || !directory.exists()) // an empty QDir is the current directory
+    if (path.isEmpty() || !IsTree(path))
         return;
-    const QFileInfoList entries = directory.entryInfoList(
-        nameFilters_, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot, QDir::NoSort);
-    for (const QFileInfo& entry : entries) {
-        if (entry.isDir() && !entry.isSymLink())
-            ScanPath(entry.absoluteFilePath());
-        else
-            AddFound(entry, entry.absoluteFilePath());
-        if (!self)
-            return;
+    const QPointer<FileHelper> self(this);
+    const QFileInfo root(path);
+    const QString below = QDir::cleanPath(root.absoluteFilePath()) + QLatin1Char('/');
+    const auto found = std::make_shared<FoundTree>(path);
+    TreeWalk walk(found->tree, found->directories, path, TreeWalk::UsualFiles, nameFilters_);
+    for (auto step = walk.Next(); self && step != TreeWalk::End; step = walk.Next()) {
+        if (step == TreeWalk::Found && walk.Kind() == Tree::DirectoryKind)
+            continue; // it comes after its contents
+        const bool isDirectory = step == TreeWalk::Left;
+        const Tree::Entry entry =
+            isDirectory ? found->tree.AsEntry(walk.Directory()) : walk.Entry();
+        const bool isRoot = isDirectory && walk.Directory() == Tree::root;
+        const QFileInfo info = isRoot ? root : QFileInfo(below + found->tree.Path(entry));
+        PlacesOf(this).push_back(
+            {found, entry, isDirectory ? std::make_optional(walk.Directory()) : std::nullopt});
+        AddFound(info, info.absoluteFilePath());
     }
-    const QFileInfo top(path);
-    AddFound(top, top.absoluteFilePath());
+    found->directories.Close();
 }
 
 void FileHelper::AddFound(const QFileInfo& entry, const QString& path)
@@ -81,15 +151,15 @@ bool FileHelper::Remove()
     if (!self)
         return false;
     const QList<QFileInfo> entries = found_;
+    const std::vector<Place> places = PlacesOf(this);
     bool removedAll = true;
-    qulonglong current = 0;
-    for (const QFileInfo& entry : entries) {
-        const QString path = entry.absoluteFilePath();
-        Q_EMIT progress(path, ++current, static_cast<qulonglong>(entries.size()));
+    for (int i = 0; i < entries.size(); ++i) {
+        const QString path = entries[i].absoluteFilePath();
+        Q_EMIT progress(path, static_cast<qulonglong>(i) + 1,
+                        static_cast<qulonglong>(entries.size()));
         if (!self)
             return false;
-        const bool isDirectory = entry.isDir() && !entry.isSymLink();
-        if (isDirectory ? QDir().rmdir(path) : QDir().remove(path))
+        if (RemoveFrom(places[size_t(i)], entries[i]))
             continue;
         removedAll = false;
         Q_EMIT failed(path);

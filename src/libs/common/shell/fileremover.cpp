@@ -1,37 +1,150 @@
 #include "common/shell/fileremover.h"
 
-#include "common/logger/log.h"
-#include "common/shell/filecommands.h"
-#include "common/shell/fileidentity_p.h"
-#include "common/shell/jobrelay_p.h"
+#include "common/shell/filecommands_p.h"
+#include "common/shell/filejob_p.h"
+#include "common/shell/paths_p.h"
+#include "common/shell/removal_p.h"
+#include "common/shell/treewalk_p.h"
 
 #include <QDir>
-#include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
+#include <deque>
 
 namespace common {
 
 namespace {
-
-constexpr logger::ICategory logCategory{"shell.fileremove"};
-constexpr char logSource[] = "src/libs/common/shell/fileremover";
 
 constexpr int abortedError = 700202;
 constexpr int directoryError = 700203;
 constexpr int fileError = 700204;
 constexpr int noThreadError = 700205;
 
-// Hidden entries are left alone on purpose.
-constexpr QDir::Filters listed = QDir::Dirs | QDir::Files | QDir::System | QDir::NoDotAndDotDot;
+constexpr FileJob job = {
+    {"shell.fileremove"}, "src/libs/common/shell/fileremover", "Remove", "Removing", "remover",
+    noThreadError};
+constexpr const logger::ICategory& logCategory = job.logCategory;
+constexpr const char* logSource = job.logSource;
 
-QStringList Below(const QString& root, const QStringList& found)
+// A tree to be removed.
+struct FoundTree
 {
-    QStringList paths;
-    for (const QString& path : found)
-        paths << root + QDir::separator() + QDir::toNativeSeparators(path);
-    return paths;
+    FoundTree(const QString& given, OpenDirectories::Rule rule)
+        : path(given), directories(tree, QFile::encodeName(RealPlace(given)), rule)
+    {
+    }
+
+    QString PathOf(const Tree::Entry& entry) const
+    {
+        return path + QDir::separator() + tree.Path(entry);
+    }
+
+    QString path;
+    Tree tree;
+    OpenDirectories directories;
+    std::vector<Tree::Entry> files;
+};
+
+using Work = std::deque<FoundTree>;
+
+template <typename Path>
+int ReportFile(Removal removal, const Path& path)
+{
+    switch (removal) {
+    case Removal::Missing:
+        QVLOG_FROM("RemoveFile", WARN) << "File '" << path() << "' doesn't exist!";
+        return 0;
+    case Removal::Done:
+        QVLOG_FROM("RemoveFile", DEBUG) << "Successfully removed file '" << path() << '\'';
+        return 0;
+    default:
+        QVLOG_FROM("RemoveFile", ERROR) << "Cannot remove file '" << path() << "'!";
+        return fileError;
+    }
+}
+
+template <typename Path>
+int ReportDirectory(Removal removal, const Path& path)
+{
+    switch (removal) {
+    case Removal::Missing:
+        QVLOG_FROM("RemoveDirectory", WARN) << "Directory '" << path() << "' doesn't exist!";
+        return 0;
+    case Removal::Done:
+        QVLOG_FROM("RemoveDirectory", DEBUG)
+            << "Successfully removed directory '" << path() << '\'';
+        return 0;
+    default:
+        QVLOG_FROM("RemoveDirectory", ERROR) << "Cannot remove directory '" << path() << "'!";
+        return directoryError;
+    }
+}
+
+// Attempts to remove, the failure of each of which is logged.
+template <typename Attempt, typename Describe>
+Removal TryToRemove(const char* function, Attempt attempt, Describe describe)
+{
+    Removal removal = Removal::Failed;
+    Retry(
+        function,
+        [&] {
+            removal = attempt();
+            return removal != Removal::Failed;
+        },
+        describe);
+    return removal;
+}
+
+int RemoveFound(FoundTree& found, const Tree::Entry& file)
+{
+    const auto path = [&] {
+        return found.PathOf(file);
+    };
+    return ReportFile(TryToRemove(
+                          "RemoveFile", [&] { return RemoveFileFrom(found.directories, file); },
+                          [&] { return FailedToRemoveFile(path()); }),
+                      path);
+}
+
+int RemoveFound(FoundTree& found, Tree::Directory directory)
+{
+    const auto path = [&] {
+        return directory == Tree::root ? found.path : found.PathOf(found.tree.AsEntry(directory));
+    };
+    return ReportDirectory(
+        TryToRemove(
+            "RemoveDirectory", [&] { return RemoveDirectoryFrom(found.directories, directory); },
+            [&] { return FailedToRemoveDirectory(WithoutTrailingSeparators(path())); }),
+        path);
+}
+
+// Finds what is in the tree.
+int List(FoundTree& found, const QAtomicInt& abort)
+{
+    if (!IsTree(found.path)) {
+        QVLOG_FROM("ScanPath", WARN) << "Path '" << found.path << "' doesn't exists!";
+        return 0;
+    }
+    if (!QFileInfo(found.path).isNativePath())
+        return 0;
+    TreeWalk walk(found.tree, found.directories, found.path, TreeWalk::Everything);
+    for (;;) {
+        const TreeWalk::Step step = walk.Next();
+        if (step == TreeWalk::End)
+            break;
+        if (step == TreeWalk::Left)
+            continue;
+        if (job.IsAborted(abort, "ScanPath"))
+            return abortedError;
+        const bool isDirectory = walk.Kind() == Tree::DirectoryKind;
+        QVLOG_FROM("ScanPath", DEBUG) << (isDirectory ? "Found directory: '" : "Found file: '")
+                                      << found.tree.Path(walk.Entry()) << "'.";
+        if (!isDirectory)
+            found.files.push_back(walk.Entry());
+    }
+    found.directories.Close();
+    return 0;
 }
 
 } // namespace
@@ -55,33 +168,20 @@ void FileRemover::AddDirectory(const QString& dirPath)
 
 bool FileRemover::Remove()
 {
-    QVLOG(DEBUG) << "Remove";
-    if (relay_)
-        relay_->Drop();
-    Abort(true);
-
-    auto* task = new FileRemoveTask(files_, directories_);
-    relay_ = new JobRelay(task, this);
-    task_ = task;
-    task->Remove();
+    job.Prepare(this, task_, relay_, files_, directories_);
+    task_->Remove();
     return true;
 }
 
 void FileRemover::Abort(bool force)
 {
-    if (!task_)
-        return;
-    task_->Abort(force);
-    task_->deleteLater();
-    task_.clear();
+    FileJob::End(task_, force);
 }
 
 FileRemoveTask::FileRemoveTask(const QStringList& files, const QStringList& directories)
-    : files_(files), directories_(directories), thread_(new QThread)
+    : files_(files), directories_(directories), thread_(new JobThread<Work>)
 {
-    connect(thread_.data(), &QThread::started, this, &FileRemoveTask::run, Qt::DirectConnection);
-    connect(thread_.data(), &QThread::finished, this, &FileRemoveTask::deleteLater,
-            Qt::QueuedConnection);
+    FileJob::Connect(this, thread_.data());
 }
 
 FileRemoveTask::~FileRemoveTask()
@@ -92,83 +192,42 @@ FileRemoveTask::~FileRemoveTask()
 void FileRemoveTask::Remove()
 {
     abort_.storeRelaxed(0);
-    if (thread_) {
-        thread_->start(QThread::InheritPriority);
-        if (thread_->isRunning() || thread_->isFinished())
-            return;
-    }
-    const auto text = QStringLiteral("Thread variable is NULL!");
-    QVLOG(ERROR) << text;
-    Q_EMIT failed(noThreadError, text);
+    job.StartThread(this, thread_.data());
 }
 
 void FileRemoveTask::Abort(bool force)
 {
     if (force)
         abort_.storeRelaxed(1);
-    if (!thread_)
-        return;
-
-    const bool running = thread_->isRunning();
-    if (running)
-        QVLOG(DEBUG) << "Waiting for the completion of the remover thread...";
-    thread_->wait(); // a thread that is just finishing does not count as running
-    if (running)
-        QVLOG(DEBUG) << "Wait finished!";
+    job.Await(thread_.data());
 }
 
 void FileRemoveTask::run()
 {
-    QElapsedTimer timer;
-    timer.start();
-    int code = Scan();
-    if (code == 0)
-        code = RemoveAll();
-
-    if (code == 0) {
-        QVLOG(INFO) << "Removing finished in " << timer.elapsed() << " msec.";
-        Q_EMIT succesed();
-    } else {
-        const QString text = QStringLiteral("Removing failed with error '%1'!").arg(code);
-        QVLOG(ERROR) << text;
-        Q_EMIT failed(code, text);
-    }
-    QThread::currentThread()->quit();
-}
-
-bool FileRemoveTask::IsAborted(const char* function) const
-{
-    if (abort_.loadRelaxed() == 0)
-        return false;
-    QVLOG_FROM(function, DEBUG) << "user abort detected!";
-    return true;
+    job.Run(this, [this] {
+        const int code = Scan();
+        return code == 0 ? RemoveAll() : code;
+    });
 }
 
 int FileRemoveTask::Scan()
 {
     QVLOG(DEBUG) << "Start scanning directories...";
-    const QStringList trees = directories_;
-    QStringList found;
-    for (const QString& tree : trees) {
-        if (IsAborted(__func__))
+    Work& work = JobThread<Work>::Of(thread_);
+    work.clear();
+    for (const QString& path : qAsConst(directories_)) {
+        if (job.IsAborted(abort_, __func__))
             return abortedError;
-        if (IsLink(tree))
-            continue; // removed as a link: what it points to is not ours
-        QStringList files;
-        QStringList directories;
-        const QString root = RealPath(tree);
-        const int code = ScanPath(root, root, files, directories);
+        FoundTree& found = work.emplace_back(path, OpenDirectories::FollowNothing);
+        if (IsLink(path))
+            continue; // removed as a link: what it leads to is not ours
+        const int code = List(found, abort_);
         if (code != 0) {
-            QVLOG(ERROR) << "Scanning directory '" << tree << "' failed with error '" << code
+            QVLOG(ERROR) << "Scanning directory '" << path << "' failed with error '" << code
                          << "'!";
             return code;
         }
-        files_ << Below(tree, files);
-        found << Below(tree, directories);
     }
-    // Found parents first: turned around, every directory comes after what it holds.
-    std::reverse(found.begin(), found.end());
-    directories_ = found + trees;
     QVLOG(DEBUG) << "Directories scanning finished.";
     return 0;
 }
@@ -176,91 +235,96 @@ int FileRemoveTask::Scan()
 int FileRemoveTask::ScanPath(const QString& root, const QString& path, QStringList& files,
                              QStringList& directories)
 {
-    const QDir directory(path);
-    if (path.isEmpty() || !directory.exists()) { // an empty QDir is the current directory
-        QVLOG(WARN) << "Path '" << path << "' doesn't exists!";
-        return 0;
-    }
-
-    const QFileInfoList entries = directory.entryInfoList(listed, QDir::NoSort);
-    for (const QFileInfo& entry : entries) {
-        if (IsAborted(__func__))
-            return abortedError;
-        const QString entryPath = entry.absoluteFilePath();
-        const QString relative = RelativePath(root, entryPath);
-        if (entry.isSymLink() || !entry.isDir()) {
-            QVLOG(DEBUG) << "Found file: '" << relative << "'.";
-            files << relative;
-            continue;
-        }
-        QVLOG(DEBUG) << "Found directory: '" << relative << "'.";
-        directories << relative;
-        const int code = ScanPath(root, entryPath, files, directories);
-        if (code != 0)
-            return code;
-    }
-    return 0;
+    FoundTree found(path, OpenDirectories::FollowRoot);
+    const int code = List(found, abort_);
+    const auto relative = [&](const Tree::Entry& entry) {
+        return QDir(root).relativeFilePath(QFileInfo(found.PathOf(entry)).absoluteFilePath());
+    };
+    for (const Tree::Entry& file : found.files)
+        files << relative(file);
+    for (Tree::Directory directory = 1; directory < found.tree.DirectoryCount(); ++directory)
+        directories << relative(found.tree.AsEntry(directory));
+    return code;
 }
 
 int FileRemoveTask::RemoveAll()
 {
-    const int total = files_.size() + directories_.size();
+    Work& work = JobThread<Work>::Of(thread_);
+    int total = files_.size() + directories_.size();
+    for (const FoundTree& found : work)
+        total += int(found.files.size() + found.tree.DirectoryCount()) - 1;
     int current = 0;
-    for (const QString& path : qAsConst(files_)) {
-        if (IsAborted(__func__))
+
+    // Whether the job goes on after the removal of an entry.
+    const auto next = [&](const char* kind, const auto& remove, const auto& path) {
+        if (job.IsAborted(abort_, "RemoveAll"))
             return abortedError;
-        const int code = RemoveFile(path);
-        if (code != 0) {
-            QVLOG(ERROR) << "Removing file '" << path << "' failed with error '" << code << "'!";
-            return code;
+        const int code = remove();
+        if (code != 0)
+            QVLOG_FROM("RemoveAll", ERROR)
+                << "Removing " << kind << " '" << path() << "' failed with error '" << code << "'!";
+        else
+            Q_EMIT progress(++current, total);
+        return code;
+    };
+    int code = 0;
+    for (int i = 0; i < files_.size() && code == 0; ++i)
+        code = next(
+            "file", [&] { return RemoveFile(files_[i]); }, [&] { return files_[i]; });
+    for (auto found = work.begin(); found != work.end() && code == 0; ++found) {
+        for (size_t i = 0; i < found->files.size() && code == 0; ++i) {
+            const Tree::Entry& file = found->files[i];
+            code = next(
+                "file", [&] { return RemoveFound(*found, file); },
+                [&] { return found->PathOf(file); });
         }
-        Q_EMIT progress(++current, total);
+        found->directories.Close();
     }
-    for (const QString& path : qAsConst(directories_)) {
-        if (IsAborted(__func__))
-            return abortedError;
-        const int code = RemoveDirectory(path);
-        if (code != 0) {
-            QVLOG(ERROR) << "Removing directory '" << path << "' failed with error '" << code
-                         << "'!";
-            return code;
-        }
-        Q_EMIT progress(++current, total);
+    // Found parents first: from the last to the first, every directory comes after what it holds.
+    for (auto found = work.rbegin(); found != work.rend() && code == 0; ++found) {
+        for (Tree::Directory left = found->tree.DirectoryCount() - 1; left > 0 && code == 0; --left)
+            code = next(
+                "directory", [&] { return RemoveFound(*found, left); },
+                [&] { return found->PathOf(found->tree.AsEntry(left)); });
+        found->directories.Close();
     }
-    return 0;
+    for (int i = 0; i < directories_.size() && code == 0; ++i) {
+        const auto remove = [&] {
+            const bool wasFound =
+                size_t(i) < work.size() && work[size_t(i)].directories.Seen(Tree::root).IsKnown();
+            return wasFound ? RemoveFound(work[size_t(i)], Tree::root)
+                            : RemoveDirectory(directories_[i]);
+        };
+        code = next("directory", remove, [&] { return directories_[i]; });
+    }
+    return code;
 }
 
 int FileRemoveTask::RemoveFile(const QString& path)
 {
-    const QFileInfo info(path);
-    if (!info.isSymLink() && !info.exists()) {
-        QVLOG(WARN) << "File '" << path << "' doesn't exist!";
-        return 0;
-    }
-    QFile file(path);
-    if (FileCommands::RemoveFile(file)) {
-        QVLOG(DEBUG) << "Successfully removed file '" << path << '\'';
-        return 0;
-    }
-    QVLOG(ERROR) << "Cannot remove file '" << path << "'!";
-    return fileError;
+    const auto attempt = [&] {
+        const QFileInfo info(path);
+        if (!info.isSymLink() && !info.exists())
+            return Removal::Missing;
+        return QFile::remove(path) ? Removal::Done : Removal::Failed;
+    };
+    return ReportFile(TryToRemove("RemoveFile", attempt, [&] { return FailedToRemoveFile(path); }),
+                      [&] { return path; });
 }
 
 int FileRemoveTask::RemoveDirectory(const QString& path)
 {
+    const QString place = WithoutTrailingSeparators(path);
     if (IsLink(path))
-        return RemoveFile(WithoutTrailingSeparators(path));
-    if (path.isEmpty() || !QDir(path).exists()) {
-        QVLOG(WARN) << "Directory '" << path << "' doesn't exist!";
-        return 0;
-    }
-    QDir directory = QDir::current(); // a relative path is relative to this one, not to itself
-    if (FileCommands::RemoveDirectory(directory, WithoutTrailingSeparators(path))) {
-        QVLOG(DEBUG) << "Successfully removed directory '" << path << '\'';
-        return 0;
-    }
-    QVLOG(ERROR) << "Cannot remove directory '" << path << "'!";
-    return directoryError;
+        return RemoveFile(place);
+    const auto attempt = [&] {
+        if (path.isEmpty() || !QDir(path).exists()) // an empty QDir is the current directory
+            return Removal::Missing;
+        return QDir().rmdir(place) ? Removal::Done : Removal::Failed;
+    };
+    return ReportDirectory(
+        TryToRemove("RemoveDirectory", attempt, [&] { return FailedToRemoveDirectory(place); }),
+        [&] { return path; });
 }
 
 } // namespace common

@@ -140,9 +140,6 @@ protected:
     int RemoveDirectory(const QString& path);
 
 private:
-    /** Whether an abort was asked for; logged in the name of the function that asks. */
-    QVCOMMON_NO_EXPORT bool IsAborted(const char* function) const;
-
     QStringList files_;
     QStringList directories_;
     QAtomicInt abort_;

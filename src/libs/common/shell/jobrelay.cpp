@@ -3,6 +3,8 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <utility>
+
 namespace common {
 
 namespace {
@@ -21,6 +23,18 @@ void JobRelay::Keep(int current, int total)
 {
     const std::lock_guard lock(mutex_);
     reports_.enqueue({current, total});
+    Schedule();
+}
+
+void JobRelay::KeepBytes(qint64 done, qint64 total)
+{
+    const std::lock_guard lock(mutex_);
+    bytes_ = {done, total};
+    Schedule();
+}
+
+void JobRelay::Schedule()
+{
     if (deliveryIsDue_)
         return;
     deliveryIsDue_ = true;
@@ -31,7 +45,7 @@ void JobRelay::Deliver()
 {
     {
         const std::lock_guard lock(mutex_);
-        deliveryIsDue_ = !reports_.isEmpty();
+        deliveryIsDue_ = !reports_.isEmpty() || bytes_;
         if (!deliveryIsDue_)
             return;
     }
@@ -44,6 +58,8 @@ void JobRelay::Deliver()
 bool JobRelay::DeliverKept(QDeadlineTimer end)
 {
     const QPointer<JobRelay> self(this);
+    if (const auto bytes = TakeBytes())
+        Q_EMIT bytesProgress(bytes->first, bytes->second);
     while (self && !end.hasExpired()) {
         const auto report = NextReport();
         if (!report)
@@ -59,6 +75,12 @@ std::optional<JobRelay::Report> JobRelay::NextReport()
     if (reports_.isEmpty())
         return std::nullopt;
     return reports_.dequeue();
+}
+
+std::optional<JobRelay::Bytes> JobRelay::TakeBytes()
+{
+    const std::lock_guard lock(mutex_);
+    return std::exchange(bytes_, std::nullopt);
 }
 
 void JobRelay::OnSuccesed()

@@ -18,7 +18,8 @@ namespace common {
  *
  * Each report of progress is passed on, in order, but the front object's thread is woken for them
  * no more often than every 10 ms: waking it for each small file took as long as half a copy. It is
- * kept for 10 ms at a time, so that slow slots do not keep it from everything else.
+ * kept for 10 ms at a time, so that slow slots do not keep it from everything else. Of the bytes
+ * only the last report is passed on.
  */
 class JobRelay : public QObject
 {
@@ -43,6 +44,9 @@ public:
         connect(front, &QObject::destroyed, task, [task] { delete task; });
     }
 
+    /** Takes a report of bytes, on the worker's thread. */
+    void KeepBytes(qint64 done, qint64 total);
+
     /** Nothing that is queued gets through any more. */
     void Drop();
 
@@ -50,19 +54,24 @@ Q_SIGNALS:
     void progress(int current, int total);
     void succesed();
     void failed(int errorCode, const QString& errorText);
+    void bytesProgress(qint64 done, qint64 total);
 
 private:
     using Report = QPair<int, int>;
+    using Bytes = QPair<qint64, qint64>;
 
     void Keep(int current, int total); // on the worker's thread
+    void Schedule();
     void Deliver();
     bool DeliverKept(QDeadlineTimer end);
     std::optional<Report> NextReport();
+    std::optional<Bytes> TakeBytes();
     void OnSuccesed();
     void OnFailed(int errorCode, const QString& errorText);
 
     std::mutex mutex_; // the thread sanitizer sees this one
     QQueue<Report> reports_;
+    std::optional<Bytes> bytes_;
     bool deliveryIsDue_ = false;
 };
 

@@ -1,7 +1,8 @@
 #include "common/shell/shell.h"
 
 #include "common/logger/log.h"
-#include "common/shell/fileidentity_p.h"
+#include "common/shell/paths_p.h"
+#include "common/shell/treewalk_p.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -36,26 +37,7 @@ bool IsCopyable(const QString& source, const QString& destination)
         return info.isFile();
     const QString from = info.filePath(); // "prefix:" of a search path is replaced
     const QString to = QFileInfo(destination).filePath();
-    return IsReadableFile(from) && !IsSameFile(from, to) && !IsLinkInPath(from, to);
-}
-
-// Links may lead back up: "above" are the directories on the way down, in canonical form.
-void ScanInto(QStringList& files, const QString& path, const QStringList& nameFilters,
-              QStringList above)
-{
-    const QDir directory(path);
-    const QString canonical = directory.canonicalPath();
-    if (above.contains(canonical))
-        return;
-    above << canonical;
-    const auto entries = directory.entryInfoList(
-        nameFilters, QDir::Dirs | QDir::Files | QDir::System | QDir::NoDotAndDotDot, QDir::NoSort);
-    for (const QFileInfo& entry : entries) {
-        if (entry.isDir())
-            ScanInto(files, entry.absoluteFilePath(), nameFilters, above);
-        else
-            files << entry.absoluteFilePath();
-    }
+    return IsReadableFile(from) && !IsSameFile(from, to) && !GoesThroughLink(from, to);
 }
 
 } // namespace
@@ -90,8 +72,17 @@ bool Shell::Copy(const QStringList& files, const QString& sourceDir, const QStri
 
 QStringList Shell::ScanFiles(const QString& dir, const QStringList& nameFilters)
 {
+    const QFileInfo root(dir.isEmpty() ? QStringLiteral(".") : dir);
+    const QString below = QDir::cleanPath(root.absoluteFilePath()) + QLatin1Char('/');
+    Tree tree;
+    OpenDirectories directories(tree, QFile::encodeName(root.filePath()),
+                                OpenDirectories::FollowAll);
+    TreeWalk walk(tree, directories, root.filePath(), TreeWalk::LinksAsWhatTheyLeadTo, nameFilters);
     QStringList files;
-    ScanInto(files, dir, nameFilters, {});
+    for (auto step = walk.Next(); step != TreeWalk::End; step = walk.Next()) {
+        if (step == TreeWalk::Found && walk.Kind() != Tree::DirectoryKind)
+            files << below + tree.Path(walk.Entry());
+    }
     return files;
 }
 

@@ -1,7 +1,7 @@
 #include "common/shell/shell.h"
 
 #include "common/logger/log.h"
-#include "common/shell/fileidentity_p.h"
+#include "common/shell/paths_p.h"
 
 #include <QDir>
 #include <QProcess>

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <functional>
+#include <limits>
+#include <memory>
+
+#include <sys/stat.h>
+
+namespace common {
+
+/** Copies the content of files, large ones piece by piece. */
+class Content
+{
+public:
+    /** Is told how many bytes were copied; with its result false the copying ends. */
+    using Report = std::function<bool(qint64)>;
+    using Reader = std::function<qint64(char* data, qint64 size)>; ///< negative for a failure
+
+    explicit Content(Report report) : report_(std::move(report)) {}
+
+    /** From a file with that status to an empty one. What are holes there are holes in the copy. */
+    bool Copy(int source, const struct stat& status, int destination);
+    /** From anything that can be read, up to its end or for so many bytes. */
+    bool Copy(const Reader& read, int destination, qint64 size);
+
+    static constexpr qint64 toTheEnd = std::numeric_limits<qint64>::max();
+
+private:
+    bool CopyAround(int source, int destination, qint64 size);
+
+    Report report_;
+    std::unique_ptr<char[]> buffer_;
+};
+
+} // namespace common

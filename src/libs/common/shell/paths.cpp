@@ -1,0 +1,136 @@
+#include "common/shell/paths_p.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <optional>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace common {
+
+namespace {
+
+using Status = struct stat;
+
+constexpr int maxHops = 40; // what Linux follows
+const auto up = QLatin1String("..");
+
+std::optional<Status> Read(int (*call)(const char*, Status*), const QString& path)
+{
+    Status status = {};
+    if (call(QFile::encodeName(path).constData(), &status) != 0)
+        return std::nullopt;
+    return status;
+}
+
+bool Same(const std::optional<Status>& first, const std::optional<Status>& second)
+{
+    return first && second && first->st_dev == second->st_dev && first->st_ino == second->st_ino;
+}
+
+} // namespace
+
+bool Exists(const QString& path)
+{
+    return Read(lstat, path).has_value();
+}
+
+bool IsDirectory(const QString& path)
+{
+    const auto status = Read(stat, path);
+    return status && S_ISDIR(status->st_mode);
+}
+
+bool IsSameFile(const QString& first, const QString& second)
+{
+    return Same(Read(stat, first), Read(stat, second));
+}
+
+bool LinkLeadsThrough(const QString& link, const QString& path)
+{
+    const auto place = Read(lstat, path);
+    QFileInfo hop(QFileInfo(link).absoluteFilePath());
+    for (int hops = 0; hops < maxHops && place; ++hops) {
+        if (Same(Read(lstat, hop.filePath()), place))
+            return true;
+        if (!hop.isSymLink())
+            return false;
+        hop.setFile(hop.symLinkTarget());
+    }
+    return false;
+}
+
+bool GoesThroughLink(const QString& path, const QString& link)
+{
+    if (!IsLink(link))
+        return false;
+    const QString inside = QDir::cleanPath(QFileInfo(link).absoluteFilePath()) + QLatin1Char('/');
+    return QDir::cleanPath(QFileInfo(path).absoluteFilePath()).startsWith(inside);
+}
+
+bool IsReadableFile(const QString& path)
+{
+    const auto status = Read(stat, path);
+    return status && S_ISREG(status->st_mode) &&
+           access(QFile::encodeName(path).constData(), R_OK) == 0;
+}
+
+bool IsLink(const QString& path)
+{
+    return QFileInfo(WithoutTrailingSeparators(path)).isSymLink();
+}
+
+QString RealPlace(const QString& path)
+{
+    const QFileInfo info(WithoutTrailingSeparators(path));
+    const QString name = info.fileName();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
+        return info.canonicalFilePath();
+    const QString directory = QFileInfo(info.path()).canonicalFilePath();
+    if (directory.isEmpty())
+        return info.absoluteFilePath();
+    return (directory == QDir::rootPath() ? directory : directory + QLatin1Char('/')) + name;
+}
+
+QString RelativeTarget(const std::function<QString()>& link, const QString& text)
+{
+    if (!text.startsWith(QLatin1Char('/')) && !text.contains(up))
+        return QDir::cleanPath(text);
+    const QString directory = QFileInfo(QFileInfo(link()).absoluteFilePath()).absolutePath();
+    QString target = text.startsWith(QLatin1Char('/')) ? QString() : directory;
+    QString from = directory;
+    int below = 0; // so many names of the text are at the target's end
+    for (const QString& name : text.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        const bool goesUp = name == up;
+        const QString real = goesUp && below > 0 && IsLink(target)
+                                 ? QFileInfo(target).canonicalFilePath()
+                                 : QString();
+        if (!real.isEmpty()) { // the kernel goes up from what the link leads to
+            target = real;
+            from = QFileInfo(directory).canonicalFilePath();
+        }
+        target = QDir::cleanPath(target + QLatin1Char('/') + name);
+        below += goesUp ? -1 : 1;
+    }
+    return QDir(from).relativeFilePath(target.isEmpty() ? QDir::rootPath() : target);
+}
+
+QString WithoutTrailingSeparators(const QString& path)
+{
+    const QString separator = QDir::separator();
+    QString trimmed = path;
+    while (trimmed.size() > 1) {
+        if (trimmed.endsWith(separator))
+            trimmed.chop(1);
+        else if (trimmed.size() > 2 && trimmed.endsWith(separator + QLatin1Char('.')))
+            trimmed.chop(2);
+        else
+            break;
+    }
+    return trimmed;
+}
+
+} // namespace common
