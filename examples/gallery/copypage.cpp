@@ -11,6 +11,7 @@ namespace {
 
 constexpr int folderCount = 40;
 constexpr int filesPerFolder = 250;
+constexpr int barSteps = 1000;
 
 } // namespace
 
@@ -22,9 +23,8 @@ CopyPage::CopyPage()
       bar_(new QProgressBar),
       state_(new QLabel("Ready."))
 {
-    bar_->setRange(0, folderCount * filesPerFolder);
+    bar_->setRange(0, barSteps);
     bar_->setValue(0);
-    bar_->setFormat("%v of %m items");
     bar_->setMinimumHeight(28);
     cancel_->setEnabled(false);
     connect(start_, &QPushButton::clicked, this, &CopyPage::Start);
@@ -76,9 +76,10 @@ void CopyPage::Start()
     destination_->setText(directory_.filePath(QString("copy %1").arg(++copies_)));
     copier_ = std::make_unique<common::FileCopier>();
     copier_->AddDirectory(source_->text(), destination_->text());
+    connect(copier_.get(), &common::FileCopier::bytesProgress, this,
+            [this](qint64 done, qint64 total) { bar_->setValue(int(done * barSteps / total)); });
     connect(copier_.get(), &common::FileCopier::progress, this, [this](int done, int total) {
-        bar_->setMaximum(total);
-        bar_->setValue(done);
+        state_->setText(QString("Copying: %1 of %2 items").arg(done).arg(total));
     });
     connect(copier_.get(), &common::FileCopier::succesed, this,
             [this] { ShowEnd("Everything was copied."); });

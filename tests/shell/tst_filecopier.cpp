@@ -14,6 +14,7 @@
 
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using common::FileCopier;
@@ -36,16 +37,19 @@ private Q_SLOTS:
     {
         MakeTree(Path("s"), {"f=1", "a/b/g:755=2", "a/new\nline%1=3", ".hidden=4", ".h/x=5",
                              "a/.y=6", "empty/", "a/up->../f", "a/absolute->" + Path("s/a/b/g"),
-                             "dir->a/b", "dangling->nowhere/at/all", "a/out->" + Path("other")});
+                             "dir->a/b", "dangling->nowhere/at/all", "a/out->" + Path("other"),
+                             "a/around->../dir/../up", "read:444=6", "other:4755=7"});
         MakeTree(Path("d"), {"f=old", "a/up=old", "kept=k"});
         RecordingLogger log;
         FileCopier copier;
         QSignalSpy progress(&copier, &FileCopier::progress);
+        QSignalSpy bytes(&copier, &FileCopier::bytesProgress);
         copier.AddDirectory(Path("s"), Path("d"));
         QVERIFY(copier.Copy());
         QCOMPARE(Outcome(copier), QString("succesed"));
         QStringList expected = {"a/",
                                 "a/absolute->b/g",
+                                "a/around->up",
                                 "a/b/",
                                 "a/b/g:755=2",
                                 "a/new\nline%1=3",
@@ -54,12 +58,15 @@ private Q_SLOTS:
                                 "dangling->nowhere/at/all",
                                 "dir->a/b",
                                 "f=1",
-                                "kept=k"};
+                                "kept=k",
+                                "other:755=7",
+                                "read:444=6"};
         expected.sort();
         QCOMPARE(DescribeTree(Path("d")), expected);
-        QCOMPARE(progress.size(), 8);
+        QCOMPARE(progress.size(), 11);
         for (int i = 0; i < progress.size(); ++i)
-            QCOMPARE(progress[i], QList<QVariant>({i + 1, 8}));
+            QCOMPARE(progress[i], QList<QVariant>({i + 1, 11}));
+        QCOMPARE(bytes.last(), QList<QVariant>({5ll, 5ll}));
         QCOMPARE(log.Lines("4 shell.filecopy BeforeCopy: '" + Path("d/f") +
                            "' already exists. Trying to remove before coping...")
                      .size(),
@@ -159,6 +166,8 @@ private Q_SLOTS:
         row("tree to nowhere", "tree", "dir", "", 700104, "Cannot create path to ''");
         row("link onto itself", "link", "tof", "tof", 700107,
             "3 shell.filecopy CopySymlink: Cannot copy link from 'ROOT/tof' to 'ROOT/tof' -> 'f'.");
+        row("link below the destination", "tree", "deep", "e", 700104,
+            "Cannot create path to 'ROOT/e/sub/x'");
         row("link onto its target", "link", "tof", "f", 700107, "Cannot copy link from");
         row("file too large for the disk", "file", "large", "g", 700107,
             "4 shell.filecmd CopyFile: Failed to copy file 'ROOT/large' to 'ROOT/g', attempt '5'");
@@ -177,7 +186,7 @@ private Q_SLOTS:
             QSKIP("root writes into any directory");
         MakeTree(Path(""), {"f=content", "g=old", "dir/x=1", "fifo|", "pipes/p|", "tofifo->fifo",
                             "tof->f", "totof->tof", "todir->dir", "gone->none", "readonly/",
-                            "large=" + QString(200000, 'x')});
+                            "deep/sub/x=2", "e/sub->../dir", "large=" + QString(200000, 'x')});
         QVERIFY(link(qPrintable(Path("f")), qPrintable(Path("hard"))) == 0);
         QVERIFY(symlink("caf\xE9", qPrintable(Path("bytes"))) == 0);
         QFile::setPermissions(Path("readonly"), QFile::ReadOwner | QFile::ExeOwner);
@@ -209,6 +218,96 @@ private Q_SLOTS:
         QCOMPARE(DescribeTree(root_->path()), before);
         QFile::setPermissions(Path("readonly"),
                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    void whatOnlyQtKnows()
+    {
+        const QString name = "qpdfa_metadata.xml";
+        FileCopier copier;
+        copier.AddFile(":/qpdf/" + name, Path("f"));
+        copier.AddDirectory(":/qpdf", Path("d"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        QVERIFY(ContentOf(Path("f")).size() > 100);
+        QCOMPARE(ContentOf(Path("d/" + name)), ContentOf(":/qpdf/" + name));
+        QCOMPARE(ContentOf(Path("f")), ContentOf(":/qpdf/" + name));
+    }
+
+    void holesStayHoles()
+    {
+        QFile file(Path("f"));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.seek(32 << 20) && file.write("end") == 3 &&
+                file.resize(64 << 20));
+        FileCopier copier;
+        copier.AddFile(Path("f"), Path("g"));
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("succesed"));
+        struct stat status = {};
+        QCOMPARE(stat(qPrintable(Path("g")), &status), 0);
+        QVERIFY(status.st_blocks < 1000);
+        QVERIFY(ContentOf(Path("g")) == ContentOf(Path("f")));
+    }
+
+    void exchangedDirectory_data()
+    {
+        QTest::addColumn<QString>("moment"); // the log line at which it is exchanged
+        QTest::addColumn<QString>("directory");
+        QTest::addColumn<QString>("outcome");
+        QTest::newRow("source") << "scanning finished"
+                                << "s/a"
+                                << "failed 700107";
+        QTest::newRow("destination") << "scanning finished"
+                                     << "d/a"
+                                     << "failed 700104";
+        QTest::newRow("destination, in use") << "Successfully copied"
+                                             << "d/a"
+                                             << "failed 700104";
+        QTest::newRow("source, at the end") << "Successfully copied link"
+                                            << "s/a"
+                                            << "failed 700107";
+    }
+
+    // Whoever may change the tree has nothing outside read or written.
+    void exchangedDirectory()
+    {
+        QFETCH(QString, moment);
+        QFETCH(QString, directory);
+        MakeTree(Path(""), {"s/a/f=1", "s/a/g=2", "s/a/l->f", "d/a/f=old", "victim/f=secret"});
+        RecordingLogger log;
+        log.SetListener([&](const QString& line) {
+            if (line.contains(moment) && !QFile::exists(Path("parked"))) {
+                QFile::rename(Path(directory), Path("parked"));
+                QFile::link(Path("victim"), Path(directory));
+            }
+        });
+        FileCopier copier;
+        copier.AddDirectory(Path("s"), Path("d"));
+        copier.Copy();
+        QTEST(Outcome(copier), "outcome");
+        QCOMPARE(DescribeTree(Path("victim")), QStringList("f=secret"));
+        QVERIFY(!DescribeTree(root_->path()).contains("d/a/f=secret"));
+    }
+
+    void abortInALargeFile()
+    {
+        MakeTree(Path(""), {"f=" + QString(8 << 20, 'x'), "g=old"});
+        common::FileCopyTask task({{Path("f"), Path("g")}}, {}, {});
+        QSignalSpy failed(&task, &common::FileCopyTask::failed);
+        QSemaphore reached;
+        connect(
+            &task, &common::FileCopyTask::bytesProgress, &task,
+            [&] {
+                reached.release();
+                QThread::msleep(50);
+            },
+            Qt::DirectConnection);
+        task.Copy();
+        reached.acquire();
+        task.Abort(true);
+        QVERIFY(reached.available() < 5);
+        QCOMPARE(failed[0][0].toInt(), 700105);
+        QCOMPARE(ContentOf(Path("g")), "old");
+        QCOMPARE(DescribeTree(root_->path()).size(), 2);
     }
 
     void sourceVanishes()

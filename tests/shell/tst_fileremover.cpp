@@ -1,3 +1,5 @@
+#include <common/logger/l4cpp/logger.h>
+#include <common/shell/filecopier.h>
 #include <common/shell/filehelper.h>
 #include <common/shell/fileremover.h>
 
@@ -11,6 +13,10 @@
 #include <QtTest>
 
 #include <memory>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using common::FileRemover;
 
@@ -112,15 +118,75 @@ private Q_SLOTS:
 
     void treeThatIsALink()
     {
-        MakeTree(root_->path(), {"kept/x=1", "l->kept", "m->kept", "n->kept", "dir/f="});
+        MakeTree(root_->path(),
+                 {"kept/x=1", "l->kept", "m->kept", "n->kept", "dir/f=", "up/y/f=1"});
         FileRemover remover;
         QSignalSpy progress(&remover, &FileRemover::progress);
         remover.AddDirectory(Path("l"));
         remover.AddDirectory(Path("n/."));
         remover.AddDirectory(Path("dir/."));
+        remover.AddDirectory(Path("up/y/.."));
         QCOMPARE(Remove(remover, {Path("m/")}), QString("succesed"));
         QCOMPARE(DescribeTree(root_->path()), QStringList({"kept/", "kept/x=1"}));
-        QCOMPARE(progress.size(), 5);
+        QCOMPARE(progress.size(), 8);
+    }
+
+    // Whoever may change the tree has nothing outside removed.
+    void exchangedDirectory()
+    {
+        MakeTree(root_->path(), {"t/a/f=1", "t/g=2", "victim/f=kept"});
+        const auto exchange = [this] {
+            QFile::rename(Path("t/a"), Path("parked"));
+            QFile::link(Path("victim"), Path("t/a"));
+        };
+        RecordingLogger log;
+        log.SetListener([&](const QString& line) {
+            if (line.contains("scanning finished"))
+                exchange();
+        });
+        FileRemover remover;
+        QCOMPARE(Remove(remover, {Path("t/")}), QString("failed 700204"));
+        QFile::remove(Path("t/a"));
+        QFile::rename(Path("parked"), Path("t/a"));
+        common::FileHelper helper(Path("t"));
+        connect(&helper, &common::FileHelper::scan, this, [&](const QString& path) {
+            if (path == Path("t"))
+                exchange();
+        });
+        QVERIFY(!helper.Remove());
+        QCOMPARE(DescribeTree(Path("victim")), QStringList("f=kept"));
+    }
+
+    // Deeper than a path can tell, and than directories are kept open.
+    void deepTree()
+    {
+        constexpr int levels = 300;
+        const QByteArray name(20, 'n');
+        common::logger::SetLogger(common::logger::GetLog4cpp());
+        common::logger::GetLog4cpp()->SetLevel(common::logger::IMessage::ERROR);
+        QDir().mkpath(Path("s"));
+        int directory = open(qPrintable(Path("s")), O_PATH);
+        for (int level = 0; level < levels; ++level) {
+            mkdirat(directory, name.constData(), 0755);
+            const int next = openat(directory, name.constData(), O_PATH);
+            close(directory);
+            directory = next;
+        }
+        QVERIFY(directory >= 0);
+        close(openat(directory, "f", O_CREAT | O_WRONLY, 0644));
+        close(directory);
+        common::FileCopier copier;
+        copier.AddDirectory(Path("s"), Path("d"));
+        copier.Copy();
+        QCOMPARE(JobOutcome(copier, "Copying"), QString("succesed"));
+        for (const QString& tree : {Path("s"), Path("d")}) {
+            FileRemover remover;
+            QSignalSpy progress(&remover, &FileRemover::progress);
+            QCOMPARE(Remove(remover, {tree + '/'}), QString("succesed"));
+            QCOMPARE(progress.last(), QList<QVariant>({levels + 2, levels + 2}));
+        }
+        common::logger::SetLogger(nullptr);
+        QCOMPARE(DescribeTree(root_->path()), QStringList());
     }
 
     // An unset path must not stand for the current directory, or for the root.

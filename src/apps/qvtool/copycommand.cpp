@@ -7,9 +7,10 @@ namespace qvtool {
 
 CopyCommand::CopyCommand(ToolLogger& log)
     : JobCommand(QStringLiteral("copy"), QStringLiteral("Copy files, links and directory trees."),
-                 QStringLiteral("copied"), log)
+                 QStringLiteral("copied"), Progress::Bytes, log)
 {
     Watch(&copier_);
+    connect(&copier_, &common::FileCopier::bytesProgress, this, &CopyCommand::Show);
 }
 
 void CopyCommand::Declare(QCommandLineParser& parser)

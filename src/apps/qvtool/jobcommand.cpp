@@ -7,8 +7,8 @@
 namespace qvtool {
 
 JobCommand::JobCommand(const QString& name, const QString& summary, const QString& done,
-                       ToolLogger& log)
-    : Command(name, summary, log), done_(done), progress_(stderr, Progress::Items)
+                       Progress::Unit unit, ToolLogger& log)
+    : Command(name, summary, log), done_(done), unit_(unit), progress_(stderr, unit)
 {
 }
 
@@ -22,8 +22,14 @@ void JobCommand::OnProgress(int current, int total)
 {
     current_ = current;
     total_ = total;
+    if (unit_ == Progress::Items)
+        Show(current, total);
+}
+
+void JobCommand::Show(qint64 done, qint64 total)
+{
     if (!stopped_)
-        progress_.Update(current, total);
+        progress_.Update(done, total);
 }
 
 void JobCommand::OnSucceeded()

@@ -11,8 +11,12 @@ class JobCommand : public Command
     Q_OBJECT
 
 protected:
-    /** @param done what is said of a finished item: "copied", "removed" */
-    JobCommand(const QString& name, const QString& summary, const QString& done, ToolLogger& log);
+    /**
+     * @param done what is said of a finished item: "copied", "removed"
+     * @param unit that of the progress that is shown; bytes are handed to Show()
+     */
+    JobCommand(const QString& name, const QString& summary, const QString& done,
+               Progress::Unit unit, ToolLogger& log);
 
     QString Stop() override;
 
@@ -28,6 +32,7 @@ protected:
     virtual void AbortJob() = 0;
     /** Starts the job with its progress. */
     void Run();
+    void Show(qint64 done, qint64 total);
 
 private:
     void OnProgress(int current, int total);
@@ -36,6 +41,7 @@ private:
     QString HowFar() const;
 
     QString done_;
+    Progress::Unit unit_;
     Progress progress_;
     int current_ = 0;
     int total_ = 0;

@@ -12,6 +12,13 @@ namespace {
 
 const auto yesOption = QStringLiteral("yes");
 
+// What stands before separators at the end.
+QString LastName(const QString& path)
+{
+    const QStringList names = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    return names.isEmpty() ? QString() : names.last();
+}
+
 bool HoldsCurrentDirectory(const QString& path)
 {
     const QString tree = QFileInfo(path).canonicalFilePath();
@@ -25,7 +32,7 @@ bool HoldsCurrentDirectory(const QString& path)
 RemoveCommand::RemoveCommand(ToolLogger& log)
     : JobCommand(QStringLiteral("remove"),
                  QStringLiteral("Remove files, links and directory trees."),
-                 QStringLiteral("removed"), log)
+                 QStringLiteral("removed"), Progress::Items, log)
 {
     Watch(&remover_);
 }
@@ -70,7 +77,7 @@ QString RemoveCommand::Add(const QString& path)
         remover_.AddFile(path);
         return QString();
     }
-    const QString name = QFileInfo(path).fileName();
+    const QString name = LastName(path);
     if (name == QLatin1String(".") || name == QLatin1String(".."))
         return QStringLiteral("its name is '%1'").arg(name);
     if (HoldsCurrentDirectory(path))

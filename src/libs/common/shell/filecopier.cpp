@@ -391,7 +391,8 @@ int CopyWork::CopyFile(const Item& item)
             << "Cannot copy from '" << item.Source() << "' to '" << item.Destination() << '\'';
         return copyError;
     };
-    CopySource source(item.kind, item.from, item.tree ? QString() : item.given.first);
+    CopySource source(item.kind, item.from,
+                      item.kind == CopySource::OfQt ? item.Source() : QString());
     CopySource::State state = source.Open();
     if (state == CopySource::Missing)
         return ReportMissing(item.Source());
@@ -463,8 +464,10 @@ bool CopyWork::Report(qint64 bytes)
 // The text of the link; empty, and errno, if it is none.
 QByteArray ReadLink(const Place& link)
 {
-    QByteArray text(256, '\0');
     const int directory = link.OpenDirectory();
+    if (directory < 0)
+        return {};
+    QByteArray text(256, '\0');
     ssize_t length = 0;
     while ((length = readlinkat(directory, link.name, text.data(), size_t(text.size()))) ==
            text.size())
@@ -476,7 +479,7 @@ QByteArray ReadLink(const Place& link)
 int CopyWork::CopySymlink(const Item& item)
 {
     const QByteArray bytes = ReadLink(item.from);
-    if (bytes.isEmpty() && (errno == ENOENT || item.from.OpenDirectory() < 0))
+    if (bytes.isEmpty() && (item.tree ? errno == ENOENT : !Exists(item.given.first)))
         return ReportMissing(item.Source());
     const QString text = QFile::decodeName(bytes);
     const QString target =

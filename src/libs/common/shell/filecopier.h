@@ -44,7 +44,9 @@ class JobRelay;
  *   that leads out of the tree is copied with its way there, which from the new place may lead
  *   elsewhere or nowhere.
  * - Hidden entries, empty directories, names that are not valid UTF-8, and what lies in a directory
- *   that cannot be read or whose path is too long are left out, without an error.
+ *   that cannot be read are left out, without an error. Paths may be of any length.
+ * - A copy has the permissions of its source, but never set-user-ID and the like; its holes, too.
+ * - What only Qt knows (":/sounds", paths with a search prefix) is copied as well.
  * - Anything but a regular file that can be read (a FIFO, a socket, a device, a directory added as
  *   a file) is never opened: it fails with 700107. So does a link whose target is not valid UTF-8.
  * - A file or link is never copied onto itself or onto anything that it leads to or through: it
@@ -54,8 +56,13 @@ class JobRelay;
  *   what was there at first. An item that would replace another item's source fails with 700107.
  * - An empty path is no directory: as a source it fails with 700102 or 700103, as a destination
  *   with 700104.
- * - A destination that is replaced is removed before the copy is made. If the copy then fails (on
- *   a full disk, say), the old one is gone.
+ * - A new file is complete before it gets its name or replaces an old one, in one step. Where the
+ *   file system has no nameless files, a copy that is killed leaves a hidden file ".qvcopy-..." that
+ *   the next copy to the same name removes.
+ * - Nothing is read or written outside the trees, whoever exchanges their directories for links
+ *   meanwhile, and no link below a tree's destination is followed: the item fails with 700104 or
+ *   700107. What was exchanged after that fails at the end.
+ * - With succesed() everything is on the disk.
  *
  * Codes of failed(): 700102 a directory to scan does not exist, 700103 a source file does not
  * exist, 700104 the destination's directory could not be created, 700105 aborted, 700106 an
@@ -94,9 +101,9 @@ public Q_SLOTS:
     bool Copy();
 
     /**
-     * Ends the current job and waits for its thread: with @p force after the item in work, with
-     * failed() and code 700105; without @p force after the whole job. Signals that are under way
-     * still arrive. The calling thread is blocked meanwhile.
+     * Ends the current job and waits for its thread: with @p force after the item in work or within
+     * a large file, with failed() and code 700105; without @p force after the whole job. Signals that
+     * are under way still arrive. The calling thread is blocked meanwhile.
      */
     void Abort(bool force);
 
@@ -143,7 +150,7 @@ public:
 public Q_SLOTS:
     /** Starts the thread. */
     void Copy();
-    /** Waits for the thread, with @p force after telling it to stop at the next item. */
+    /** Waits for the thread, with @p force after telling it to stop as soon as it can. */
     void Abort(bool force);
     /** The job, on the worker thread. */
     void run();

@@ -23,7 +23,8 @@ namespace common {
  * large use FileRemover. All signals are emitted on the calling thread. Hidden entries,
  * dangling links, special files (a FIFO, say) and names that are not valid UTF-8 are not listed, so
  * a directory that holds one cannot be removed. Links are never followed,
- * also where a directory that was added is one.
+ * also where a directory that was added is one, and nothing outside a tree is removed, whoever exchanges
+ * its directories for links meanwhile.
  *
  * A slot may add to the lists, for the next scan, and may delete the helper: nothing more is done
  * then, and the operation returns false.

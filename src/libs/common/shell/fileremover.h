@@ -36,6 +36,8 @@ class JobRelay;
  * through the event loop of the remover's thread.
  *
  * - What does not exist counts as removed; an empty path names nothing.
+ * - Nothing outside the trees is removed, whoever exchanges their directories for links meanwhile:
+ *   the entry fails.
  * - Links are removed as links and never followed; a tree that is itself a link of any kind, too.
  * - Hidden entries and names that are not valid UTF-8 are not removed, nor is what lies in a
  *   directory that cannot be read. The directory that holds such an entry fails with 700203.

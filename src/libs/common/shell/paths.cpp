@@ -113,7 +113,7 @@ QString RelativeTarget(const std::function<QString()>& link, const QString& text
             from = QFileInfo(directory).canonicalFilePath();
         }
         target = QDir::cleanPath(target + QLatin1Char('/') + name);
-        below += goesUp ? -1 : 1;
+        below = goesUp ? qMax(below - 1, 0) : below + 1;
     }
     return QDir(from).relativeFilePath(target.isEmpty() ? QDir::rootPath() : target);
 }
