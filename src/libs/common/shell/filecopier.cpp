@@ -306,7 +306,7 @@ int CopyWork::FinishCopying()
             QVLOG_FROM("CopyAll", ERROR)
                 << "Directory '"
                 << (isSourceInPlace ? tree.DestinationOf(entry) : tree.SourceOf(entry))
-                << "' is not the one that was there at first!";
+                << "' cannot be read, or is not the one that was found!";
             return isSourceInPlace ? createDirectoryError : copyError;
         }
         tree.Close();

@@ -94,18 +94,24 @@ void TreeWalk::Enter(Tree::Directory directory)
     levels_.push_back({directory, begin, tree_.NextName()});
 }
 
-// A directory that cannot be read is empty; one that is another thing by now is not to be touched.
+// A directory that must not be read is empty. One that cannot be read, or that is another thing by
+// now, is not the one that is to be copied or removed.
 void TreeWalk::Read(Tree::Directory directory)
 {
     const int place = directories_.Open(directory);
-    if (place < 0 && (errno == ENOTDIR || errno == ELOOP))
-        directories_.Distrust(directory);
-    if (place < 0 || (listed_ == LinksAsWhatTheyLeadTo && directories_.IsLoop(directory)))
+    if (listed_ == LinksAsWhatTheyLeadTo && place >= 0 && directories_.IsLoop(directory))
         return;
-    const Descriptor reader(openat(place, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor reader(place < 0 ? -1
+                                      : openat(place, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if ((!reader || !ReadNames(place, reader.Number())) && errno != EACCES && errno != ENOENT)
+        directories_.Distrust(directory);
+}
+
+bool TreeWalk::ReadNames(int place, int reader)
+{
     alignas(dirent64) std::array<char, 32768> entries;
     ssize_t size = 0;
-    while ((size = getdents64(reader.Number(), entries.data(), entries.size())) > 0) {
+    while ((size = getdents64(reader, entries.data(), entries.size())) > 0) {
         for (ssize_t at = 0; at < size;) {
             const auto* entry = reinterpret_cast<const dirent64*>(entries.data() + at);
             at += entry->d_reclen;
@@ -116,6 +122,7 @@ void TreeWalk::Read(Tree::Directory directory)
                 tree_.AddName(*kind, entry->d_name);
         }
     }
+    return size == 0;
 }
 
 void TreeWalk::ReadByQt(Tree::Directory directory)
