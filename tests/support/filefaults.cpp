@@ -6,6 +6,7 @@
 #include <climits>
 #include <csignal>
 #include <cstdarg>
+#include <mutex>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -16,7 +17,8 @@ using namespace filefaults;
 
 namespace {
 
-QByteArray root; // these two change only while no job runs
+std::mutex mutex; // of these two: Qt's own threads read at any time
+QByteArray root;
 Fault armed = {};
 std::atomic<bool> isArmed{false};
 std::atomic<int> calls{0};
@@ -51,7 +53,10 @@ enum class Verdict { HandOn, Shorten, Fail };
 // Counts the call if it is one of those meant, and tells what becomes of it.
 Verdict Judge(Call call, int descriptor, const char* path = "")
 {
-    if (!isArmed || (armed.call != call && armed.call != Any) || !IsBelowRoot(descriptor, path))
+    if (!isArmed)
+        return Verdict::HandOn;
+    const std::lock_guard lock(mutex);
+    if ((armed.call != call && armed.call != Any) || !IsBelowRoot(descriptor, path))
         return Verdict::HandOn;
     const int number = ++calls;
     if (number < armed.from || number > armed.to)
@@ -71,6 +76,7 @@ namespace filefaults {
 
 void Arm(const QByteArray& directory, const Fault& fault)
 {
+    const std::lock_guard lock(mutex);
     root = directory;
     armed = fault;
     calls = 0;

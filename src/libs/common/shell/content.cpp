@@ -1,6 +1,7 @@
 #include "common/shell/content_p.h"
 
 #include <cerrno>
+#include <limits>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,8 +11,10 @@ namespace common {
 namespace {
 
 constexpr qint64 bufferSize = 256 * 1024;
-constexpr qint64 writeBackSize = 1024 * 1024; // what is on its way to the disk need not be awaited
-constexpr qint64 blockSize = 512;             // that of st_blocks, everywhere
+constexpr qint64 pieceSize = 1024 * 1024;
+constexpr qint64 maxOnItsWay = 16 * pieceSize; // to the disk
+constexpr qint64 toTheEnd = std::numeric_limits<qint64>::max();
+constexpr qint64 blockSize = 512; // that of st_blocks, everywhere
 
 qint64 ReadFrom(int file, char* data, qint64 size)
 {
@@ -34,6 +37,20 @@ bool WriteTo(int file, const char* data, qint64 size)
     return true;
 }
 
+// Begins to write a part to the disk, and is done with one that was begun a while ago: when the
+// copying is aborted, all that is on its way has to be waited for, and all that is in memory freed.
+void WriteBack(int file, qint64 from, qint64 size)
+{
+    sync_file_range(file, from, size, SYNC_FILE_RANGE_WRITE);
+    const qint64 before = from - maxOnItsWay;
+    if (before < 0)
+        return;
+    sync_file_range(file, before, size,
+                    SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE |
+                        SYNC_FILE_RANGE_WAIT_AFTER);
+    posix_fadvise(file, before, size, POSIX_FADV_DONTNEED);
+}
+
 } // namespace
 
 bool Content::Copy(int source, const struct stat& status, int destination)
@@ -41,18 +58,39 @@ bool Content::Copy(int source, const struct stat& status, int destination)
     const bool hasHoles = status.st_blocks < status.st_size / blockSize;
     if (hasHoles && (lseek(source, 0, SEEK_DATA) >= 0 || errno == ENXIO))
         return CopyAround(source, destination, status.st_size);
-    const auto read = [source](char* data, qint64 size) {
-        return ReadFrom(source, data, size);
-    };
     // Some files of the kernel have no size; for others a read more is a third of all of them.
-    return Copy(read, destination, status.st_size > 0 ? status.st_size : toTheEnd);
+    return CopyPart(source, destination, status.st_size > 0 ? status.st_size : toTheEnd);
+}
+
+bool Content::Copy(const Reader& read, int destination)
+{
+    const auto pass = [&](qint64 size) {
+        return Pass(read, destination, size);
+    };
+    return Repeat(pass, destination, toTheEnd);
+}
+
+bool Content::CopyPart(int source, int destination, qint64 size)
+{
+    const auto inKernel = [=](qint64 count) {
+        return copy_file_range(source, nullptr, destination, nullptr, size_t(count), 0);
+    };
+    if (size >= pieceSize && size != toTheEnd) { // pays for large files only
+        const qint64 count = inKernel(pieceSize);
+        if (count > 0)
+            return report_(count) && Repeat(inKernel, destination, size - count);
+    }
+    const Reader read = [source](char* data, qint64 count) {
+        return ReadFrom(source, data, count);
+    };
+    const auto pass = [&](qint64 count) {
+        return Pass(read, destination, count);
+    };
+    return Repeat(pass, destination, size);
 }
 
 bool Content::CopyAround(int source, int destination, qint64 size)
 {
-    const auto read = [source](char* data, qint64 count) {
-        return ReadFrom(source, data, count);
-    };
     qint64 end = 0;
     for (;;) {
         const qint64 begin = lseek(source, end, SEEK_DATA);
@@ -62,33 +100,38 @@ bool Content::CopyAround(int source, int destination, qint64 size)
             return false;
         end = lseek(source, begin, SEEK_HOLE);
         if (end < 0 || lseek(source, begin, SEEK_SET) < 0 ||
-            lseek(destination, begin, SEEK_SET) < 0 || !Copy(read, destination, end - begin))
+            lseek(destination, begin, SEEK_SET) < 0 || !CopyPart(source, destination, end - begin))
             return false;
     }
     return errno == ENXIO && report_(qMax<qint64>(size - end, 0)) &&
            ftruncate(destination, qMax(size, end)) == 0;
 }
 
-bool Content::Copy(const Reader& read, int destination, qint64 size)
+bool Content::Repeat(const Step& step, int destination, qint64 size)
 {
-    if (!buffer_)
-        buffer_.reset(new char[bufferSize]);
     qint64 pending = 0;
     while (size > 0) {
-        const qint64 count = read(buffer_.get(), qMin(bufferSize, size));
+        const qint64 count = step(qMin(pieceSize, size));
         if (count == 0)
             return true;
-        if (count < 0 || !WriteTo(destination, buffer_.get(), count) || !report_(count))
+        if (count < 0 || !report_(count))
             return false;
         size -= count;
         pending += count;
-        if (pending >= writeBackSize) {
-            sync_file_range(destination, lseek(destination, 0, SEEK_CUR) - pending, pending,
-                            SYNC_FILE_RANGE_WRITE);
+        if (pending >= pieceSize) {
+            WriteBack(destination, lseek(destination, 0, SEEK_CUR) - pending, pending);
             pending = 0;
         }
     }
     return true;
+}
+
+qint64 Content::Pass(const Reader& read, int destination, qint64 size)
+{
+    if (!buffer_)
+        buffer_.reset(new char[bufferSize]);
+    const qint64 count = read(buffer_.get(), qMin(bufferSize, size));
+    return count > 0 && !WriteTo(destination, buffer_.get(), count) ? -1 : count;
 }
 
 } // namespace common

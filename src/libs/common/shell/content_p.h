@@ -3,7 +3,6 @@
 #include <QtGlobal>
 
 #include <functional>
-#include <limits>
 #include <memory>
 
 #include <sys/stat.h>
@@ -22,13 +21,17 @@ public:
 
     /** From a file with that status to an empty one. What are holes there are holes in the copy. */
     bool Copy(int source, const struct stat& status, int destination);
-    /** From anything that can be read, up to its end or for so many bytes. */
-    bool Copy(const Reader& read, int destination, qint64 size);
-
-    static constexpr qint64 toTheEnd = std::numeric_limits<qint64>::max();
+    /** From anything that can be read, up to its end. */
+    bool Copy(const Reader& read, int destination);
 
 private:
+    /** Copies some of the next bytes, and tells how many; 0 at the end, negative for a failure. */
+    using Step = std::function<qint64(qint64 size)>;
+
+    bool CopyPart(int source, int destination, qint64 size);
     bool CopyAround(int source, int destination, qint64 size);
+    bool Repeat(const Step& step, int destination, qint64 size);
+    qint64 Pass(const Reader& read, int destination, qint64 size);
 
     Report report_;
     std::unique_ptr<char[]> buffer_;

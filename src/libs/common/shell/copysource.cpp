@@ -91,7 +91,7 @@ bool CopySource::CopyTo(int descriptor, Content& content)
     if (kind_ != OfQt)
         return content.Copy(descriptor_.Number(), status_, descriptor);
     return content.Copy([this](char* data, qint64 size) { return file_.read(data, size); },
-                        descriptor, Content::toTheEnd);
+                        descriptor);
 }
 
 mode_t CopySource::Permissions() const
