@@ -10,8 +10,8 @@ namespace common {
 
 namespace {
 
-constexpr qint64 bufferSize = 256 * 1024;
-constexpr qint64 pieceSize = 1024 * 1024;
+constexpr qint64 bufferSize = 262144;
+constexpr qint64 pieceSize = 1048576;
 constexpr qint64 maxOnItsWay = 16 * pieceSize; // to the disk
 constexpr qint64 toTheEnd = std::numeric_limits<qint64>::max();
 constexpr qint64 blockSize = 512; // that of st_blocks, everywhere

@@ -1,0 +1,107 @@
+#include "common/shell/copytree_p.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cstring>
+
+#include <fcntl.h>
+
+namespace common {
+
+namespace {
+
+QString CleanPath(const QString& path)
+{
+    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+}
+
+QByteArray AbsoluteName(const QString& path)
+{
+    const QFileInfo info(path);
+    return QFile::encodeName(info.isAbsolute() ? info.filePath()
+                                               : QDir::currentPath() + '/' + info.filePath());
+}
+
+} // namespace
+
+CopyTree::CopyTree(const CopyPaths& tree)
+    : given(tree),
+      from(names, AbsoluteName(tree.first), OpenDirectories::FollowRoot),
+      to(names, AbsoluteName(tree.second), OpenDirectories::MakeMissing),
+      isNative(QFileInfo(tree.first).isNativePath())
+{
+}
+
+QString CopyTree::SourceOf(const Tree::Entry& entry) const
+{
+    return given.first + QDir::separator() + names.Path(entry);
+}
+
+QString CopyTree::DestinationOf(const Tree::Entry& entry) const
+{
+    return given.second + QDir::separator() + names.Path(entry);
+}
+
+qint64 CopyTree::SizeOf(const Tree::Entry& file)
+{
+    if (!isNative)
+        return QFileInfo(SourceOf(file)).size();
+    struct stat status = {};
+    fstatat(from.Open(file.directory), names.Name(file.name), &status, AT_SYMLINK_NOFOLLOW);
+    return status.st_size;
+}
+
+bool CopyTree::IsIntoItself() const
+{
+    return CleanPath(given.second).startsWith(CleanPath(given.first) + QLatin1Char('/'));
+}
+
+bool CopyTree::HasFile(const CopyPaths& item) const
+{
+    const QByteArray name = QFile::encodeName(item.first.section(QLatin1Char('/'), -1));
+    return item.first.startsWith(given.first) &&
+           std::any_of(files.cbegin(), files.cend(), [&](const Tree::Entry& file) {
+               return names.Name(file.name) == name && SourceOf(file) == item.first &&
+                      DestinationOf(file) == item.second;
+           });
+}
+
+void CopyTree::Close()
+{
+    from.Close();
+    to.Close();
+}
+
+void CopySources::Add(const CopyTree& tree)
+{
+    for (const auto* entries : {&tree.files, &tree.links}) {
+        for (const Tree::Entry& entry : *entries)
+            keys_.push_back(KeyOf(tree.from.Seen(entry.directory), tree.names.Name(entry.name)));
+    }
+    std::sort(keys_.begin(), keys_.end(), &IsLess);
+}
+
+bool CopySources::Contain(const Place& place) const
+{
+    const Key key = KeyOf(place.directories->Seen(place.directory), place.name);
+    return std::binary_search(keys_.cbegin(), keys_.cend(), key, &IsLess);
+}
+
+CopySources::Key CopySources::KeyOf(const Identity& directory, const char* name)
+{
+    return {directory.device, directory.inode, name};
+}
+
+bool CopySources::IsLess(const Key& first, const Key& second)
+{
+    const auto& [device, inode, name] = first;
+    const auto& [otherDevice, otherInode, otherName] = second;
+    return std::tie(device, inode) != std::tie(otherDevice, otherInode)
+               ? std::tie(device, inode) < std::tie(otherDevice, otherInode)
+               : std::strcmp(name, otherName) < 0;
+}
+
+} // namespace common

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "common/shell/copysource_p.h"
+#include "common/shell/opendirectories_p.h"
+#include "common/shell/tree_p.h"
+
+#include <QPair>
+#include <QString>
+
+#include <tuple>
+#include <vector>
+
+namespace common {
+
+using CopyPaths = QPair<QString, QString>; ///< source and destination
+
+/** A tree to be copied: its source and destination, and what was found. */
+struct CopyTree
+{
+    explicit CopyTree(const CopyPaths& tree);
+
+    QString SourceOf(const Tree::Entry& entry) const;
+    QString DestinationOf(const Tree::Entry& entry) const;
+    /** The size of a file that was found. */
+    qint64 SizeOf(const Tree::Entry& file);
+    /** Whether the destination lies in the source. */
+    bool IsIntoItself() const;
+    /** Whether that is one of the files. */
+    bool HasFile(const CopyPaths& item) const;
+    void Close();
+
+    CopyPaths given;
+    Tree names;
+    OpenDirectories from;
+    OpenDirectories to;
+    bool isNative; ///< known to others than Qt
+    std::vector<Tree::Entry> files;
+    std::vector<Tree::Entry> links;
+};
+
+/** The files and links that are copied, to be found by their places. */
+class CopySources
+{
+public:
+    void Add(const CopyTree& tree);
+    bool Contain(const Place& place) const;
+
+private:
+    using Key = std::tuple<dev_t, ino_t, const char*>;
+
+    static Key KeyOf(const Identity& directory, const char* name);
+    static bool IsLess(const Key& first, const Key& second);
+
+    std::vector<Key> keys_;
+};
+
+} // namespace common

@@ -1,0 +1,328 @@
+#include "common/shell/copywork_p.h"
+
+#include "common/shell/filecommands_p.h"
+#include "common/shell/filecopier.h"
+#include "common/shell/paths_p.h"
+#include "common/shell/treewalk_p.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+
+namespace common {
+
+namespace {
+
+constexpr const logger::ICategory& logCategory = copyJob.logCategory;
+constexpr const char* logSource = copyJob.logSource;
+
+// Whether the destination could be removed. The kernel looks for anything against that first, and
+// then finds that it is no directory.
+bool IsRemovable(const Place& place)
+{
+    struct stat status = {};
+    const int directory = place.OpenDirectory();
+    if (fstatat(directory, place.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT;
+    return !S_ISDIR(status.st_mode) &&
+           (unlinkat(directory, place.name, AT_REMOVEDIR) == 0 || errno == ENOTDIR);
+}
+
+int FindRoom(const CopyItem& item)
+{
+    const QString destination = item.Destination();
+    return MakeRoom(destination, [&] {
+        return Retry(
+            "RemoveFile", [&] { return IsRemovable(item.to); },
+            [&] { return FailedToRemoveFile(destination); });
+    });
+}
+
+bool Look(const Place& place, struct stat* status)
+{
+    return fstatat(place.OpenDirectory(), place.name, status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+// The text of the link; empty, and errno, if it is none.
+QByteArray ReadLink(const Place& link)
+{
+    const int directory = link.OpenDirectory();
+    if (directory < 0)
+        return {};
+    QByteArray text(256, '\0');
+    ssize_t length = 0;
+    while ((length = readlinkat(directory, link.name, text.data(), size_t(text.size()))) ==
+           text.size())
+        text.resize(2 * text.size());
+    text.resize(qMax<int>(int(length), 0));
+    return text;
+}
+
+} // namespace
+
+CopyItem CopyWork::Given(const CopyPaths& item)
+{
+    const QFileInfo source(item.first);
+    const bool isNative = item.first.isEmpty() || source.isNativePath();
+    return {isNative ? CopySource::Given : CopySource::OfQt,
+            from_.At(isNative ? source.filePath() : item.first),
+            to_.At(item.second),
+            item,
+            nullptr,
+            {}};
+}
+
+CopyItem CopyWork::Found(CopyTree& tree, const Tree::Entry& entry)
+{
+    const bool isFile = tree.names.KindOf(entry.name) == Tree::FileKind;
+    const auto kind = !tree.isNative ? CopySource::OfQt
+                      : isFile       ? CopySource::Found
+                                     : CopySource::Special;
+    const char* name = tree.names.Name(entry.name);
+    return {kind,
+            {&tree.from, entry.directory, name},
+            {&tree.to, entry.directory, name},
+            tree.given,
+            &tree,
+            entry};
+}
+
+void CopyWork::Clear(bool countsBytes)
+{
+    trees.clear();
+    countsBytes_ = countsBytes;
+    sourcesInReach_ = CopySources();
+    bytesDone_ = 0;
+    bytesTotal_ = 0;
+}
+
+void CopyWork::CountBytes(const QList<CopyPaths>& files)
+{
+    for (const CopyPaths& file : files)
+        bytesTotal_ += countsBytes_ ? QFileInfo(file.first).size() : 0;
+}
+
+// Finds what is in the tree.
+int CopyWork::List(CopyTree& tree)
+{
+    const QString& path = tree.given.first;
+    if (path.isEmpty() || !IsTree(path)) {
+        QVLOG_FROM("ScanPath", WARN) << "Path '" << path << "' doesn't exists!";
+        return noDirectoryError;
+    }
+    TreeWalk walk(tree.names, tree.from, path, TreeWalk::Everything);
+    for (auto step = walk.Next(); step != TreeWalk::End; step = walk.Next()) {
+        if (step == TreeWalk::Left)
+            continue;
+        if (IsAborted("ScanPath"))
+            return abortedError;
+        if (walk.Kind() == Tree::DirectoryKind)
+            continue;
+        const Tree::Entry& entry = walk.Entry();
+        const bool isLink = walk.Kind() == Tree::LinkKind;
+        QVLOG_FROM("ScanPath", DEBUG)
+            << (isLink ? "Found symlink: '" : "Found file: '") << tree.names.Path(entry) << "'.";
+        (isLink ? tree.links : tree.files).push_back(entry);
+        if (walk.Kind() == Tree::FileKind && countsBytes_)
+            bytesTotal_ += tree.SizeOf(entry);
+    }
+    tree.from.Close();
+    return 0;
+}
+
+void CopyWork::BeginCopying(size_t items)
+{
+    flush_ = DiskFlush(items);
+    const bool anyIntoItself = std::any_of(trees.cbegin(), trees.cend(),
+                                           [](const auto& tree) { return tree.IsIntoItself(); });
+    for (const CopyTree& tree : trees) {
+        if (anyIntoItself)
+            sourcesInReach_.Add(tree);
+    }
+}
+
+// What is told as copied is on the disk, and where it was to be.
+int CopyWork::FinishCopying()
+{
+    for (CopyTree& tree : trees) {
+        Tree::Directory directory = Tree::root;
+        const bool isSourceInPlace = tree.from.AreInPlace(true, &directory);
+        if (!isSourceInPlace || !tree.to.AreInPlace(false, &directory)) {
+            const Tree::Entry& entry = tree.names.AsEntry(directory);
+            QVLOG_FROM("CopyAll", ERROR)
+                << "Directory '"
+                << (isSourceInPlace ? tree.DestinationOf(entry) : tree.SourceOf(entry))
+                << "' cannot be read, or is not the one that was found!";
+            return isSourceInPlace ? createDirectoryError : copyError;
+        }
+        tree.Close();
+    }
+    if (!flush_.Finish()) {
+        QVLOG_FROM("CopyAll", ERROR) << "Cannot write to the disk: " << std::strerror(errno);
+        return copyError;
+    }
+    if (bytesTotal_ > 0)
+        Q_EMIT task_->bytesProgress(bytesTotal_, bytesTotal_);
+    return 0;
+}
+
+int ReportMissing(const QString& source)
+{
+    QVLOG_FROM("BeforeCopy", ERROR) << "Source file '" << source << "' doesn't exist!";
+    return noFileError;
+}
+
+int CopyWork::MakeParent(const CopyItem& item)
+{
+    const auto describe = [&] {
+        return FailedToCreateDirectory(QFileInfo(item.Destination()).absolutePath());
+    };
+    if ((item.tree || !item.given.second.isEmpty()) &&
+        Retry(
+            "CreateDirectory", [&] { return item.to.OpenDirectory() >= 0; }, describe))
+        return 0;
+    QVLOG_FROM("BeforeCopy", ERROR) << "Cannot create path to '" << item.Destination() << '\'';
+    return createDirectoryError;
+}
+
+int MakeRoom(const QString& destination, const std::function<bool()>& remove)
+{
+    QVLOG_FROM("BeforeCopy", WARN)
+        << '\'' << destination << "' already exists. Trying to remove before coping...";
+    if (remove())
+        return 0;
+    QVLOG_FROM("BeforeCopy", ERROR) << "Cannot remove '" << destination << "'!";
+    return removeError;
+}
+
+bool CopyWork::LosesSource(const CopyItem& item, const struct stat& old, bool isSame) const
+{
+    return isSame || sourcesInReach_.Contain(item.to) ||
+           (S_ISLNK(old.st_mode) && GoesThroughLink(item.Source(), item.Destination()));
+}
+
+int CopyWork::CopyFile(const CopyItem& item)
+{
+    const auto fail = [&] {
+        QVLOG_FROM("CopyFile", ERROR)
+            << "Cannot copy from '" << item.Source() << "' to '" << item.Destination() << '\'';
+        return copyError;
+    };
+    CopySource source(item.kind, item.from,
+                      item.kind == CopySource::OfQt ? item.Source() : QString());
+    CopySource::State state = source.Open();
+    if (state == CopySource::Missing)
+        return ReportMissing(item.Source());
+    if (state == CopySource::Unfit)
+        return fail();
+    int code = MakeParent(item);
+    if (code != 0)
+        return code;
+    struct stat old = {};
+    // What is found in a tree has a name of its own, so its place in a new directory is free.
+    const bool isFree = item.tree && item.to.directories->WasMade(item.to.directory);
+    const bool replaces = !isFree && Look(item.to, &old);
+    if (replaces && LosesSource(item, old, source.IsSame(item.to)))
+        return fail();
+    if (replaces)
+        code = FindRoom(item);
+    if (code != 0)
+        return code;
+
+    bool isAborted = false;
+    const qint64 bytesBefore = bytesDone_;
+    const auto attempt = [&] {
+        if (state != CopySource::Ready)
+            state = source.Open();
+        const bool isCopied =
+            state == CopySource::Ready &&
+            CopyOnce(item, source, replaces ? NewFile::Replacement : NewFile::New);
+        if (isCopied)
+            return true;
+        source.Close();
+        state = CopySource::Failed;
+        bytesDone_ = bytesBefore;
+        isAborted = abort_.loadRelaxed() != 0;
+        return isAborted;
+    };
+    const bool isOver = Retry("CopyFile", attempt,
+                              [&] { return FailedToCopyFile(item.Source(), item.Destination()); });
+    if (isAborted && IsAborted("CopyFile"))
+        return abortedError;
+    if (!isOver)
+        return fail();
+    QVLOG_FROM("CopyFile", DEBUG) << "Successfully copied from '" << item.Source() << "' to '"
+                                  << item.Destination() << '\'';
+    return 0;
+}
+
+bool CopyWork::CopyOnce(const CopyItem& item, CopySource& source, NewFile::Publication publication)
+{
+    const int directory = item.to.OpenDirectory();
+    NewFile file(directory, item.to.name);
+    if (directory < 0 || !file.Open() || !source.CopyTo(file.Number(), content_) ||
+        fchmod(file.Number(), source.Permissions()) != 0)
+        return false;
+    const bool isFlushed = flush_.IsForEach() || publication == NewFile::Replacement;
+    if ((isFlushed && fdatasync(file.Number()) != 0) || !file.Publish(publication))
+        return false;
+    flush_.Remember(item.to.directories->Seen(item.to.directory), directory);
+    return true;
+}
+
+bool CopyWork::Report(qint64 bytes)
+{
+    bytesDone_ += bytes;
+    if (bytesTotal_ > 0)
+        Q_EMIT task_->bytesProgress(qMin(bytesDone_, bytesTotal_), bytesTotal_);
+    return abort_.loadRelaxed() == 0;
+}
+
+int CopyWork::CopySymlink(const CopyItem& item)
+{
+    const QByteArray bytes = ReadLink(item.from);
+    if (bytes.isEmpty() && (item.tree ? errno == ENOENT : !Exists(item.given.first)))
+        return ReportMissing(item.Source());
+    const QString text = QFile::decodeName(bytes);
+    const QString target =
+        text.isEmpty() ? text : RelativeTarget([&] { return item.Source(); }, text);
+    const auto fail = [&] {
+        QVLOG_FROM("CopySymlink", ERROR) << "Cannot copy link from '" << item.Source() << "' to '"
+                                         << item.Destination() << "' -> '" << target << "'.";
+        return copyError;
+    };
+    if (text.isEmpty() || QFile::encodeName(text) != bytes)
+        return fail();
+    int code = MakeParent(item);
+    if (code != 0)
+        return code;
+    struct stat old = {};
+    const bool replaces = Look(item.to, &old);
+    if (replaces && LosesSource(item, old, LinkLeadsThrough(item.Source(), item.Destination())))
+        return fail();
+    if (replaces)
+        code = FindRoom(item);
+    if (code != 0)
+        return code;
+    const auto attempt = [&] {
+        const int directory = item.to.OpenDirectory();
+        return directory >= 0 && NewFile(directory, item.to.name)
+                                     .PublishLink(QFile::encodeName(target).constData(),
+                                                  replaces ? NewFile::Replacement : NewFile::New);
+    };
+    if (!Retry("CreateSymlink", attempt,
+               [&] { return FailedToCreateLink(item.Destination(), target); }))
+        return fail();
+    flush_.Remember(item.to.directories->Seen(item.to.directory), item.to.OpenDirectory());
+    QVLOG_FROM("CopySymlink", DEBUG)
+        << "Successfully copied link from '" << item.Source() << "' to '" << item.Destination()
+        << "' -> '" << target << "'.";
+    return 0;
+}
+
+} // namespace common

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "common/shell/content_p.h"
+#include "common/shell/copysource_p.h"
+#include "common/shell/copytree_p.h"
+#include "common/shell/diskflush_p.h"
+#include "common/shell/filejob_p.h"
+#include "common/shell/newfile_p.h"
+
+#include <QAtomicInt>
+#include <QList>
+
+#include <deque>
+
+namespace common {
+
+class FileCopyTask;
+
+enum CopyCode {
+    noDirectoryError = 700102,
+    noFileError = 700103,
+    createDirectoryError = 700104,
+    abortedError = 700105,
+    removeError = 700106,
+    copyError = 700107,
+    noThreadError = 700108
+};
+
+inline constexpr FileJob copyJob = {
+    {"shell.filecopy"}, "src/libs/common/shell/filecopier", "Copy", "Copying", "copier",
+    noThreadError};
+
+/** One file or link to be copied: an entry of a tree, or given by its paths. */
+struct CopyItem
+{
+    CopySource::Kind kind;
+    Place from;
+    Place to;
+    const CopyPaths& given;
+    const CopyTree* tree;
+    Tree::Entry entry;
+
+    QString Source() const { return tree ? tree->SourceOf(entry) : given.first; }
+    QString Destination() const { return tree ? tree->DestinationOf(entry) : given.second; }
+};
+
+/** What the worker does, step by step. Each step returns an error code, 0 for success. */
+class CopyWork
+{
+public:
+    CopyWork(FileCopyTask* task, const QAtomicInt& abort) : task_(task), abort_(abort) {}
+
+    /** The item with the given paths, valid until the next call. */
+    CopyItem Given(const CopyPaths& item);
+    static CopyItem Found(CopyTree& tree, const Tree::Entry& entry);
+
+    /** For a new job, that counts bytes or not. */
+    void Clear(bool countsBytes);
+    int List(CopyTree& tree);
+    void BeginCopying(size_t items);
+    int FinishCopying();
+
+    int CopyFile(const CopyItem& item);
+    int CopySymlink(const CopyItem& item);
+    static int MakeParent(const CopyItem& item);
+
+    void CountBytes(const QList<CopyPaths>& files);
+
+    std::deque<CopyTree> trees;
+
+private:
+    bool IsAborted(const char* function) const { return copyJob.IsAborted(abort_, function); }
+    bool LosesSource(const CopyItem& item, const struct stat& old, bool isSame) const;
+    bool CopyOnce(const CopyItem& item, CopySource& source, NewFile::Publication publication);
+    bool Report(qint64 bytes);
+
+    FileCopyTask* task_;
+    const QAtomicInt& abort_;
+    GivenPlaces from_{OpenDirectories::FollowRoot};
+    GivenPlaces to_{OpenDirectories::MakeMissing};
+    CopySources sourcesInReach_;
+    DiskFlush flush_{1};
+    Content content_{[this](qint64 bytes) {
+        return Report(bytes);
+    }};
+    bool countsBytes_ = false;
+    qint64 bytesDone_ = 0;
+    qint64 bytesTotal_ = 0;
+};
+
+/** The parts of BeforeCopy(). */
+int ReportMissing(const QString& source);
+int MakeRoom(const QString& destination, const std::function<bool()>& remove);
+
+} // namespace common
