@@ -200,52 +200,58 @@ int MakeRoom(const QString& destination, const std::function<bool()>& remove)
     return removeError;
 }
 
-bool CopyWork::LosesSource(const CopyItem& item, const struct stat& old, bool isSame) const
+// Makes way for a new file or link, but not at the price of what is to be copied.
+int CopyWork::Prepare(const CopyItem& item, bool isFree, const std::function<bool()>& isSource,
+                      NewFile::Publication* publication)
 {
-    return isSame || sourcesInReach_.Contain(item.to) ||
-           (S_ISLNK(old.st_mode) && GoesThroughLink(item.Source(), item.Destination()));
+    const int code = MakeParent(item);
+    struct stat old = {};
+    if (code != 0 || isFree || !Look(item.to, &old))
+        return code;
+    *publication = NewFile::Replacement;
+    const bool losesSource =
+        isSource() || sourcesInReach_.Contain(item.to) ||
+        (S_ISLNK(old.st_mode) && GoesThroughLink(item.Source(), item.Destination()));
+    return losesSource ? copyError : FindRoom(item);
 }
 
 int CopyWork::CopyFile(const CopyItem& item)
 {
-    const auto fail = [&] {
-        QVLOG_FROM("CopyFile", ERROR)
-            << "Cannot copy from '" << item.Source() << "' to '" << item.Destination() << '\'';
-        return copyError;
-    };
     CopySource source(item.kind, item.from,
                       item.kind == CopySource::OfQt ? item.Source() : QString());
-    CopySource::State state = source.Open();
+    const CopySource::State state = source.Open();
     if (state == CopySource::Missing)
         return ReportMissing(item.Source());
-    if (state == CopySource::Unfit)
-        return fail();
-    int code = MakeParent(item);
-    if (code != 0)
-        return code;
-    struct stat old = {};
     // What is found in a tree has a name of its own, so its place in a new directory is free.
     const bool isFree = item.tree && item.to.directories->WasMade(item.to.directory);
-    const bool replaces = !isFree && Look(item.to, &old);
-    if (replaces && LosesSource(item, old, source.IsSame(item.to)))
-        return fail();
-    if (replaces)
-        code = FindRoom(item);
-    if (code != 0)
-        return code;
+    const auto isSource = [&] {
+        return source.IsSame(item.to);
+    };
+    auto publication = NewFile::New;
+    int code =
+        state == CopySource::Unfit ? copyError : Prepare(item, isFree, isSource, &publication);
+    if (code == 0)
+        code = TryToCopy(item, source, state == CopySource::Ready, publication);
+    if (code == 0)
+        QVLOG_FROM("CopyFile", DEBUG) << "Successfully copied from '" << item.Source() << "' to '"
+                                      << item.Destination() << '\'';
+    if (code == copyError)
+        QVLOG_FROM("CopyFile", ERROR)
+            << "Cannot copy from '" << item.Source() << "' to '" << item.Destination() << '\'';
+    return code;
+}
 
+int CopyWork::TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
+                        NewFile::Publication publication)
+{
     bool isAborted = false;
     const qint64 bytesBefore = bytesDone_;
     const auto attempt = [&] {
-        if (state != CopySource::Ready)
-            state = source.Open();
-        const bool isCopied =
-            state == CopySource::Ready &&
-            CopyOnce(item, source, replaces ? NewFile::Replacement : NewFile::New);
-        if (isCopied)
+        isOpen = isOpen || source.Open() == CopySource::Ready;
+        if (isOpen && CopyOnce(item, source, publication))
             return true;
         source.Close();
-        state = CopySource::Failed;
+        isOpen = false;
         bytesDone_ = bytesBefore;
         isAborted = abort_.loadRelaxed() != 0;
         return isAborted;
@@ -254,11 +260,7 @@ int CopyWork::CopyFile(const CopyItem& item)
                               [&] { return FailedToCopyFile(item.Source(), item.Destination()); });
     if (isAborted && IsAborted("CopyFile"))
         return abortedError;
-    if (!isOver)
-        return fail();
-    QVLOG_FROM("CopyFile", DEBUG) << "Successfully copied from '" << item.Source() << "' to '"
-                                  << item.Destination() << '\'';
-    return 0;
+    return isOver ? 0 : copyError;
 }
 
 bool CopyWork::CopyOnce(const CopyItem& item, CopySource& source, NewFile::Publication publication)
@@ -291,38 +293,31 @@ int CopyWork::CopySymlink(const CopyItem& item)
     const QString text = QFile::decodeName(bytes);
     const QString target =
         text.isEmpty() ? text : RelativeTarget([&] { return item.Source(); }, text);
-    const auto fail = [&] {
-        QVLOG_FROM("CopySymlink", ERROR) << "Cannot copy link from '" << item.Source() << "' to '"
-                                         << item.Destination() << "' -> '" << target << "'.";
-        return copyError;
+    const auto isSource = [&] {
+        return LinkLeadsThrough(item.Source(), item.Destination());
     };
-    if (text.isEmpty() || QFile::encodeName(text) != bytes)
-        return fail();
-    int code = MakeParent(item);
-    if (code != 0)
-        return code;
-    struct stat old = {};
-    const bool replaces = Look(item.to, &old);
-    if (replaces && LosesSource(item, old, LinkLeadsThrough(item.Source(), item.Destination())))
-        return fail();
-    if (replaces)
-        code = FindRoom(item);
-    if (code != 0)
-        return code;
+    auto publication = NewFile::New;
+    const bool isCopyable = !text.isEmpty() && QFile::encodeName(text) == bytes;
+    int code = isCopyable ? Prepare(item, false, isSource, &publication) : copyError;
     const auto attempt = [&] {
         const int directory = item.to.OpenDirectory();
-        return directory >= 0 && NewFile(directory, item.to.name)
-                                     .PublishLink(QFile::encodeName(target).constData(),
-                                                  replaces ? NewFile::Replacement : NewFile::New);
+        if (directory < 0 || !NewFile(directory, item.to.name)
+                                  .PublishLink(QFile::encodeName(target).constData(), publication))
+            return false;
+        flush_.Remember(item.to.directories->Seen(item.to.directory), directory);
+        return true;
     };
-    if (!Retry("CreateSymlink", attempt,
-               [&] { return FailedToCreateLink(item.Destination(), target); }))
-        return fail();
-    flush_.Remember(item.to.directories->Seen(item.to.directory), item.to.OpenDirectory());
-    QVLOG_FROM("CopySymlink", DEBUG)
-        << "Successfully copied link from '" << item.Source() << "' to '" << item.Destination()
-        << "' -> '" << target << "'.";
-    return 0;
+    if (code == 0 && !Retry("CreateSymlink", attempt,
+                            [&] { return FailedToCreateLink(item.Destination(), target); }))
+        code = copyError;
+    if (code == 0)
+        QVLOG_FROM("CopySymlink", DEBUG)
+            << "Successfully copied link from '" << item.Source() << "' to '" << item.Destination()
+            << "' -> '" << target << "'.";
+    if (code == copyError)
+        QVLOG_FROM("CopySymlink", ERROR) << "Cannot copy link from '" << item.Source() << "' to '"
+                                         << item.Destination() << "' -> '" << target << "'.";
+    return code;
 }
 
 } // namespace common

@@ -56,21 +56,28 @@ public:
 
     /** For a new job, that counts bytes or not. */
     void Clear(bool countsBytes);
+    /** Finds what is in the tree. */
     int List(CopyTree& tree);
+    /** Adds the sizes of files to the bytes in all. */
+    void CountBytes(const QList<CopyPaths>& files);
+
     void BeginCopying(size_t items);
+    /** Looks at all directories once more, and waits for the disk. */
     int FinishCopying();
 
     int CopyFile(const CopyItem& item);
     int CopySymlink(const CopyItem& item);
+    /** Makes the directory of the destination. */
     static int MakeParent(const CopyItem& item);
-
-    void CountBytes(const QList<CopyPaths>& files);
 
     std::deque<CopyTree> trees;
 
 private:
     bool IsAborted(const char* function) const { return copyJob.IsAborted(abort_, function); }
-    bool LosesSource(const CopyItem& item, const struct stat& old, bool isSame) const;
+    int Prepare(const CopyItem& item, bool isFree, const std::function<bool()>& isSource,
+                NewFile::Publication* publication);
+    int TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
+                  NewFile::Publication publication);
     bool CopyOnce(const CopyItem& item, CopySource& source, NewFile::Publication publication);
     bool Report(qint64 bytes);
 
