@@ -2,6 +2,7 @@
 
 #include <common/contact/numbercontext.h>
 #include <common/tools/insertionfixupvalidator.h>
+#include <common/tools/sip/normaladdress.h>
 #include <common/tools/sip/sipid.h>
 
 #include <QFormLayout>
@@ -24,8 +25,8 @@ QString KindName(int kind)
 } // namespace
 
 DialPage::DialPage()
-    : Page("Dial", "Type or paste an address. Characters that no address can have are dropped, and "
-                   "what is left is parsed and classified at once."),
+    : Page("Dial", "Type or paste an address. Characters that no address can have are dropped; "
+                   "what is left is normalised, parsed and classified at once."),
       field_(new QLineEdit)
 {
     QFont font = field_->font();
@@ -49,6 +50,7 @@ DialPage::DialPage()
     contactNumber_ = AddValue(form, "To dial");
     number_ = AddValue(form, "To show");
     uri_ = AddValue(form, "URI");
+    dropped_ = AddValue(form, "Left out");
     QFont bold = kind_->font();
     bold.setBold(true);
     kind_->setFont(bold);
@@ -68,19 +70,21 @@ void DialPage::SetAddress(const QString& address)
     field_->setCursorPosition(0);
 }
 
-void DialPage::ShowRecord(const QString& text)
+void DialPage::ShowRecord(const QString& written)
 {
+    const auto normal = tools::sip::Normalise(written);
+    const QString text = normal.problem ? written : normal.text;
     QString user;
     QString host;
     QString displayName;
     QString postDial;
     QString port;
-    const bool address = SipId::ParseURIEx(text, user, host, displayName, postDial, port);
+    SipId::ParseURIEx(text, user, host, displayName, postDial, port);
     const auto number = common::contact::number::CreateInstance(text);
     const QString kind = KindName(number->Type());
-    kind_->setText(text.isEmpty() ? QString()
-                   : address      ? kind
-                                  : kind + " (not a complete address)");
+    kind_->setText(written.isEmpty() ? QString()
+                   : normal.problem  ? "None: " + normal.reason
+                                     : kind);
     const auto show = [](QLabel* label, const QString& value) {
         label->setText(value.isEmpty() ? QString::fromUtf8("–") : value);
     };
@@ -88,8 +92,9 @@ void DialPage::ShowRecord(const QString& text)
     show(host_, host);
     show(port_, port);
     show(postDial_, postDial);
-    show(displayName_, displayName);
+    show(displayName_, normal.displayName);
     show(contactNumber_, number->ContactNumber());
     show(number_, number->Number());
     show(uri_, number->URI());
+    show(dropped_, normal.dropped.join("  "));
 }

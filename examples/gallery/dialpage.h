@@ -17,7 +17,7 @@ public:
     void SetAddress(const QString& address);
 
 private:
-    void ShowRecord(const QString& text);
+    void ShowRecord(const QString& written);
 
     QLineEdit* field_;
     QLabel* kind_;
@@ -29,4 +29,5 @@ private:
     QLabel* contactNumber_;
     QLabel* number_;
     QLabel* uri_;
+    QLabel* dropped_;
 };

@@ -45,6 +45,7 @@ public:
     void RemoveOne(const QString& path);
     void UseShell(const QString& file);
     void ShowParty();
+    void DialPasted();
     void DialNumber();
     void TakeApart();
     void StorePassword(const QString& password);

@@ -1,6 +1,7 @@
 #include "client.h"
 
 #include <common/contact/contactcontext.h>
+#include <common/tools/sip/normaladdress.h>
 #include <common/tools/sip/sipid.h>
 #include <common/tools/web/web.h>
 
@@ -12,6 +13,17 @@ void Client::ShowParty()
     const auto contact = common::contact::CreateInstance("sip:jane@example.test", "Jane Roe");
     label->setText(contact->Name().isEmpty() ? contact->Number() : contact->Name());
     //! [contact]
+}
+
+void Client::DialPasted()
+{
+    //! [normalise]
+    const auto address = tools::sip::Normalise("tel:+7-(495)-555-01-23;ext=12");
+    if (address.problem)
+        ShowProblem(address.reason); // "the host is missing"
+    else
+        Dial(address.text); // "+74955550123,12"
+    //! [normalise]
 }
 
 void Client::DialNumber()

@@ -335,7 +335,7 @@ private Q_SLOTS:
         for (const char* line :
              {"kind              2 (SIP address)", "user              Zoe",
               "host              Example.com", "port              5060", "display name      Zoë",
-              "number            Zoe@example.com:5060",
+              "normalised        Zoe@Example.com:5060", "number            Zoe@example.com:5060",
               "check code        2 (forbidden characters)", "user              a\\x1b"})
             QVERIFY2(table.out.split('\n').contains(line), line);
 
@@ -344,10 +344,11 @@ private Q_SLOTS:
         const QStringList lines = json.out.split('\n');
         QCOMPARE(lines.size(), 4);
         QVERIFY(lines[2].contains("\"address\":false") && lines[2].contains("\"a\\u0000b@c.com\""));
-        QCOMPARE(lines[0],
-                 R"({"address":true,"check":3,"contactNumber":"x@skype.com","displayName":"",)"
-                 R"("host":"skype.com","kind":3,"number":"skype: x@skype.com","port":"",)"
-                 R"("postDial":"","text":"skype:X","uri":"x@skype.com","user":"X"})");
+        QCOMPARE(
+            lines[0],
+            R"({"address":true,"check":3,"contactNumber":"x@skype.com","displayName":"","dropped":"",)"
+            R"("host":"skype.com","kind":3,"normalised":"skype:X","number":"skype: x@skype.com",)"
+            R"("port":"","postDial":"","problem":"","text":"skype:X","uri":"x@skype.com","user":"X"})");
         QVERIFY(lines[1].contains("\"contactNumber\":\"123,45\""));
         QVERIFY(lines[1].contains("\"postDial\":\",,45\""));
     }

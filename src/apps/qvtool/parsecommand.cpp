@@ -4,6 +4,7 @@
 #include "text.h"
 
 #include <common/contact/numbercontext.h>
+#include <common/tools/sip/normaladdress.h>
 #include <common/tools/sip/sipid.h>
 
 #include <QJsonDocument>
@@ -34,22 +35,27 @@ struct Field
 
 QList<Field> Describe(const QString& text)
 {
+    const auto normal = tools::sip::Normalise(text);
+    const QString read = normal.problem ? text : normal.text;
     QString user;
     QString host;
     QString displayName;
     QString postDial;
     QString port;
-    const bool address = SipId::ParseURIEx(text, user, host, displayName, postDial, port);
-    const auto number = common::contact::number::CreateInstance(text);
+    const bool address = SipId::ParseURIEx(read, user, host, displayName, postDial, port);
+    const auto number = common::contact::number::CreateInstance(read);
     const int check = SipId::Check(text);
     return {{"text", "text", text},
+            {"normalised", "normalised", normal.text},
+            {"dropped", "dropped", normal.dropped.join(QLatin1Char(' '))},
+            {"problem", "problem", normal.reason},
             {"address", "address", address},
             {"kind", "kind", number->Type(), kinds[number->Type()]},
             {"user", "user", user},
             {"host", "host", host},
             {"port", "port", port},
             {"postDial", "post-dial digits", postDial},
-            {"displayName", "display name", displayName},
+            {"displayName", "display name", normal.problem ? displayName : normal.displayName},
             {"contactNumber", "contact number", number->ContactNumber()},
             {"number", "number", number->Number()},
             {"uri", "URI", number->URI()},
