@@ -11,6 +11,10 @@ install(TARGETS qvcommon EXPORT qvcommonTargets
     INCLUDES DESTINATION
         "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon" # for a client's CMake before 3.23
         "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon/qtsingleapplication")
+if(TARGET qvcommon_idle)
+    install(TARGETS qvcommon_idle
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/${QVCOMMON_MODULE_DIR}" COMPONENT runtime)
+endif()
 install(EXPORT qvcommonTargets NAMESPACE qvcommon::
     DESTINATION "${cmake_dir}" COMPONENT development)
 

@@ -5,7 +5,6 @@
 #include <common/tools/datewatcher.h>
 
 #include <QFormLayout>
-#include <QGuiApplication>
 #include <QLabel>
 #include <QListWidget>
 #include <QLocale>
@@ -49,9 +48,9 @@ DesktopPage::DesktopPage()
 
 void DesktopPage::ShowState()
 {
-    const bool known = QGuiApplication::platformName() == "xcb";
-    idle_->setText(known ? QString("%1 s").arg(idleBackend_.getSeconds())
-                         : QString("not known without an X server"));
+    const int seconds = idleWatcher_->seconds();
+    const QString known = seconds < 0 ? QString("not known") : QString("%1 s").arg(seconds);
+    idle_->setText(known + ", asked of " + idleWatcher_->backendName());
     date_->setText(QLocale().toString(DateWatcher::CurrentDate(), QLocale::LongFormat));
     zone_->setText(QString::fromUtf8(DateWatcher::CurrentTimeZone().id()));
 }

@@ -20,7 +20,6 @@ private:
     void ShowState();
     void AddEvent(const QString& text);
 
-    common::XcbIdleBackend idleBackend_;
     QSharedPointer<common::IdleWatcher> idleWatcher_;
     QTimer timer_;
 

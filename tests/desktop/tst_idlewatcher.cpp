@@ -18,11 +18,6 @@ struct ScriptedBackend : IIdleBackend
     int seconds = 0;
 };
 
-struct ScriptedWatcher : IdleWatcher
-{
-    explicit ScriptedWatcher(ScriptedBackend* backend) : IdleWatcher(backend, nullptr) {}
-};
-
 } // namespace
 
 class TestIdleWatcher : public QObject
@@ -56,6 +51,7 @@ private Q_SLOTS:
         row("back after a minute", {75, 2, 5}, {"idle 75", "active", "3000"});
         row("back at once after sixty seconds", {60, 0, 61},
             {"idle 60", "active", "idle 61", "1000"});
+        row("unknown changes nothing", {75, -1, 76, -1, 2}, {"idle 75", "active", "3000"});
         row("back within the minute", {40, 2, 59, 0}, {"3000"});
         row("less idle, yet over a minute", {130, 70, 120},
             {"idle 130", "active", "idle 120", "1000"});
@@ -66,7 +62,7 @@ private Q_SLOTS:
         QFETCH(QList<int>, polls);
         QFETCH(QStringList, expected);
         auto* backend = new ScriptedBackend;
-        ScriptedWatcher watcher(backend);
+        IdleWatcher watcher(backend, nullptr);
         auto* timer = watcher.findChild<QTimer*>();
         QVERIFY(timer && timer->isActive());
         QCOMPARE(timer->interval(), 3000);

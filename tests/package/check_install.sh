@@ -37,6 +37,11 @@ library=$(find "$prefix" -name 'libqvcommon.so' -printf '%h\n')
 step "stays loaded when a plug-in that used it goes"
 readelf --dynamic "$library/libqvcommon.so" | grep NODELETE
 
+step "the module of a Wayland session"
+if env -i XDG_SESSION_TYPE=wayland "$prefix/bin/qvtool" idle --log warn 2>&1 | grep "Cannot watch"; then
+    exit 1
+fi
+
 step "find_package from the prefix; each public header alone"
 with_cmake installed "-DCMAKE_PREFIX_PATH=$prefix" "-DHEADERS_DIR=$prefix/include/qvcommon"
 echo "$(find "$work/installed" -maxdepth 1 -name '*.cpp' | wc -l) headers compile"

@@ -5,7 +5,6 @@
 #include <common/shell/shell.h>
 
 #include <QFileInfo>
-#include <QGuiApplication>
 
 #include <xcb/screensaver.h>
 
@@ -118,11 +117,6 @@ QString IdleCommand::Stop()
 
 void IdleCommand::Start()
 {
-    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
-        return Fail(QStringLiteral("there is no X server with the screen-saver extension "
-                                   "(DISPLAY is '%1')")
-                        .arg(QString::fromLocal8Bit(qgetenv("DISPLAY"))));
-    backend_ = std::make_unique<common::XcbIdleBackend>();
     watcher_ = common::IdleWatcher::instance();
     connect(watcher_.data(), &common::IdleWatcher::idle, this,
             [this](int seconds) { Tell(QStringLiteral("event: idle for %1 s").arg(seconds)); });
@@ -134,7 +128,15 @@ void IdleCommand::Start()
 
 void IdleCommand::Poll()
 {
-    Tell(QStringLiteral("%1 s").arg(backend_->getSeconds()));
+    const int seconds = watcher_->seconds();
+    const QString backend = watcher_->backendName();
+    if (seconds < 0 && backend == QLatin1String("X11"))
+        return Fail(
+            QStringLiteral("nothing tells how long the user is idle: no compositor, and no X "
+                           "server with the screen-saver extension (DISPLAY is '%1')")
+                .arg(QString::fromLocal8Bit(qgetenv("DISPLAY"))));
+    Tell(backend +
+         (seconds < 0 ? QStringLiteral(": unknown") : QStringLiteral(": %1 s").arg(seconds)));
     if (left_ > 0 && --left_ == 0)
         Finish(Success);
 }

@@ -6,8 +6,6 @@
 
 #include <QTimer>
 
-#include <memory>
-
 namespace qvtool {
 
 /** Shows a file in the desktop's file manager. */
@@ -43,7 +41,7 @@ protected:
     QString Stop() override;
 };
 
-/** Prints how long the user has been idle, each second; needs a QGuiApplication. */
+/** Prints how long the user has been idle, each second; for an X server it needs a QGuiApplication. */
 class IdleCommand : public Command
 {
     Q_OBJECT
@@ -64,7 +62,6 @@ private:
     void Tell(const QString& line);
     void Poll();
 
-    std::unique_ptr<common::XcbIdleBackend> backend_;
     QSharedPointer<common::IdleWatcher> watcher_;
     QTimer timer_;
     int left_ = -1;

@@ -54,7 +54,7 @@ void OccupyClosedStandardStreams()
     }
 }
 
-// One command asks the X server; the others need none.
+// One command may ask the X server; the others need none.
 std::unique_ptr<QCoreApplication> MakeApplication(int& argc, char* argv[])
 {
     if (argc < 2 || strcmp(argv[1], "idle") != 0 || !qvtool::IdleCommand::HasXServer())

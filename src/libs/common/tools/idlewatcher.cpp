@@ -2,6 +2,7 @@
 
 #include "common/logger/log.h"
 #include "common/tools/idlewatcher_p.h"
+#include "common/tools/sessionidlebackend_p.h"
 
 #include <QX11Info>
 
@@ -47,11 +48,17 @@ XcbIdleBackend::XcbIdleBackend() : screen(nullptr)
 
 XcbIdleBackend::~XcbIdleBackend() = default;
 
-int XcbIdleBackend::getSeconds() const
+bool XcbIdleBackend::isAvailable() const
 {
     xcb_connection_t* connection = screen ? QX11Info::connection() : nullptr;
-    if (!connection || !HasScreenSaver(connection))
+    return connection && !xcb_connection_has_error(connection) && HasScreenSaver(connection);
+}
+
+int XcbIdleBackend::getSeconds() const
+{
+    if (!isAvailable())
         return Unavailable();
+    xcb_connection_t* connection = QX11Info::connection();
     const auto cookie = xcb_screensaver_query_info(connection, screen->root);
     const std::unique_ptr<xcb_screensaver_query_info_reply_t, Free> reply(
         xcb_screensaver_query_info_reply(connection, cookie, nullptr));
@@ -68,6 +75,8 @@ int XcbIdleBackend::Unavailable() const
 
 IIdleBackend* IdleWatcherPrivate::createIdleBackend() const
 {
+    if (SessionIdleBackend::IsWanted())
+        return new SessionIdleBackend;
     return new XcbIdleBackend;
 }
 
@@ -90,11 +99,33 @@ QSharedPointer<IdleWatcher> IdleWatcher::instance()
     return QSharedPointer<IdleWatcher>(new IdleWatcher(nullptr));
 }
 
-void IdleWatcher::checkIdleState()
+bool IdleWatcher::isKnown() const
+{
+    return seconds() >= 0;
+}
+
+int IdleWatcher::seconds() const
 {
     if (!d->backend)
-        return;
+        return IdleSource::unknown;
     const int seconds = d->backend->getSeconds();
+    const auto* xcb = dynamic_cast<const XcbIdleBackend*>(d->backend.data());
+    return xcb && !xcb->isAvailable() ? IdleSource::unknown : seconds; // which says 0
+}
+
+QString IdleWatcher::backendName() const
+{
+    if (const auto* session = dynamic_cast<const SessionIdleBackend*>(d->backend.data()))
+        return QString::fromLatin1(session->Name());
+    const bool isXcb = dynamic_cast<const XcbIdleBackend*>(d->backend.data());
+    return isXcb ? QStringLiteral("X11") : QString();
+}
+
+void IdleWatcher::checkIdleState()
+{
+    const int seconds = this->seconds();
+    if (seconds < 0)
+        return;
     const int before = std::exchange(d->last, seconds); // a handler may poll, too
     if (seconds < before && before >= minute) {
         d->setInterval(activeInterval);

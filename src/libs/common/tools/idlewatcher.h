@@ -17,7 +17,7 @@ class QVCOMMON_EXPORT IIdleBackend
 public:
     virtual ~IIdleBackend();
 
-    /** Whole seconds since the last input. */
+    /** Whole seconds since the last input; below 0, it is not known. Must not wait for long. */
     virtual int getSeconds() const = 0;
 };
 
@@ -26,7 +26,7 @@ public:
  *
  * Each question is a round trip to the server that blocks. Without an X server (on Wayland, say),
  * without the extension, or when the connection is broken, the answer is 0, and that is logged
- * once.
+ * once: see isAvailable(). Under XWayland the server sees the input of X clients only.
  */
 class QVCOMMON_EXPORT XcbIdleBackend : public IIdleBackend
 {
@@ -36,6 +36,8 @@ public:
     ~XcbIdleBackend() override;
 
     int getSeconds() const override;
+    /** Whether there is a server that can answer. */
+    bool isAvailable() const;
 
 private:
     QVCOMMON_NO_EXPORT int Unavailable() const;
@@ -58,18 +60,40 @@ private:
  *
  * It polls every 3 seconds, while the user is idle every second, for as long as it lives. Use it on
  * the GUI thread.
+ *
+ * In a Wayland session (WAYLAND_DISPLAY is set, or XDG_SESSION_TYPE is "wayland") it asks the
+ * compositor: by the protocol ext-idle-notify-v1 (KWin, wlroots), else Mutter's idle monitor on the
+ * session bus, else the X server. It does not wait for any of them; what hangs or goes away is not
+ * known, which is logged once, and is asked again. With the protocol, a window that inhibits idleness
+ * (a film, say) counts as input. Elsewhere it asks the X server.
  */
 class QVCOMMON_EXPORT IdleWatcher : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Watches the X server, from now on. */
+    /** Watches the desktop session, from now on. */
     explicit IdleWatcher(QObject* parent);
+    /**
+     * Watches another source.
+     *
+     * @param backend is polled on this thread; the watcher takes it over
+     */
+    IdleWatcher(IIdleBackend* backend, QObject* parent);
     ~IdleWatcher() override;
 
     /** A new watcher, with a timer of its own, at each call; keep the pointer. */
     static QSharedPointer<IdleWatcher> instance();
+
+    /**
+     * Whether it is known how long the user has been idle. If not, polls change nothing. In a Wayland
+     * session it is not known until the first answer, which takes some milliseconds.
+     */
+    bool isKnown() const;
+    /** Asks for the whole seconds since the last input; below 0, they are not known. */
+    int seconds() const;
+    /** Who tells, for people: "X11", "Mutter", "ext-idle-notify-v1"; empty for a client's own. */
+    QString backendName() const;
 
 Q_SIGNALS:
     /**
@@ -83,10 +107,6 @@ Q_SIGNALS:
 public Q_SLOTS:
     /** Polls once; the timer calls it. */
     void checkIdleState();
-
-protected:
-    /** Watches another source, which it takes over. */
-    IdleWatcher(IIdleBackend* backend, QObject* parent);
 
 private:
     IdleWatcherPrivate* d; // a child
