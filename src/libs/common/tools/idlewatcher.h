@@ -74,11 +74,7 @@ class QVCOMMON_EXPORT IdleWatcher : public QObject
 public:
     /** Watches the desktop session, from now on. */
     explicit IdleWatcher(QObject* parent);
-    /**
-     * Watches another source.
-     *
-     * @param backend is polled on this thread; the watcher takes it over
-     */
+    /** Watches another source, which it takes over and polls on its own thread. */
     IdleWatcher(IIdleBackend* backend, QObject* parent);
     ~IdleWatcher() override;
 

@@ -39,6 +39,7 @@ struct NormalAddress
      * "password" only.
      */
     QStringList dropped;
+    /** Why the address is refused, if it is. */
     Problem problem = NoProblem;
     /** The problem for a person, in English: "the host is missing". */
     QString reason;
