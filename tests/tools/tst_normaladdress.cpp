@@ -109,6 +109,8 @@ QString AnyText(QRandomGenerator& random)
 
 } // namespace
 
+Q_DECLARE_METATYPE(const Case*)
+
 class TestNormalAddress : public QObject
 {
     Q_OBJECT
@@ -129,6 +131,12 @@ private Q_SLOTS:
         QCOMPARE(address.dropped.join(' '), c->dropped);
         QCOMPARE(int(address.problem), c->problem);
         QCOMPARE(address.reason.isEmpty(), !c->problem);
+    }
+
+    void zeroIsNoDigit()
+    {
+        QCOMPARE(int(Normalise(QString("1%12").arg(QChar(0))).problem),
+                 int(NormalAddress::WrongCharacter));
     }
 
     void nameIsWithoutQuotes()
@@ -154,8 +162,6 @@ private Q_SLOTS:
         QVERIFY2(accepted > 5000 && accepted < 45000, qPrintable(QString::number(accepted)));
     }
 };
-
-Q_DECLARE_METATYPE(const Case*)
 
 QTEST_GUILESS_MAIN(TestNormalAddress)
 #include "tst_normaladdress.moc"

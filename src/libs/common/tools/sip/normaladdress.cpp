@@ -106,7 +106,7 @@ struct Parts
     QString port;
     QString postDial;
     QStringList dropped;
-    QChar wrong; // the first character that no number has
+    QString wrong; // the first character that no number has
 };
 
 // Digits to dial once connected; "p" and "w" are pauses as a comma is one.
@@ -118,7 +118,7 @@ void AddPostDial(Parts& parts, const QString& digits)
             added += comma;
         else if (QLatin1String("0123456789*#abcdefABCDEF").contains(c))
             added += c;
-        else if (!IsSeparator(c) && parts.wrong.isNull())
+        else if (!IsSeparator(c) && parts.wrong.isEmpty())
             parts.wrong = c;
     }
     if (!added.isEmpty() && !added.startsWith(comma))
@@ -132,7 +132,7 @@ void AddDigits(Parts& parts, const QString& digits)
     for (const QChar c : digits) {
         if (QLatin1String("0123456789*#").contains(c))
             parts.user += c;
-        else if (!IsSeparator(c) && parts.wrong.isNull() &&
+        else if (!IsSeparator(c) && parts.wrong.isEmpty() &&
                  !(c == QLatin1Char('+') && parts.user.isEmpty()))
             parts.wrong = c;
     }
@@ -280,7 +280,7 @@ private:
     {
         if (isPhone || Decoded(text).startsWith(QLatin1Char('+'))) {
             Parts number = Number(text);
-            if (number.wrong.isNull() && !number.user.isEmpty()) {
+            if (number.wrong.isEmpty() && !number.user.isEmpty()) {
                 address_.dropped += number.dropped;
                 if (!number.host.isEmpty())
                     Drop(QLatin1String(";phone-context=") + number.host);
@@ -296,8 +296,8 @@ private:
     {
         const Parts number = Number(text);
         address_.dropped += number.dropped;
-        if (!number.wrong.isNull())
-            RefuseCharacter(QLatin1String("the number"), number.wrong);
+        if (!number.wrong.isEmpty())
+            RefuseCharacter(QLatin1String("the number"), number.wrong.front());
         else if (number.user.isEmpty())
             Refuse(NormalAddress::Empty, QStringLiteral("there are no digits"));
         else if (!number.host.isEmpty())
@@ -308,7 +308,7 @@ private:
 
     bool IsNumber(const QString& text) const
     {
-        return !IsIpAddress(text) && Number(text).wrong.isNull();
+        return !IsIpAddress(text) && Number(text).wrong.isEmpty();
     }
 
     Parts Number(const QString& text) const
@@ -362,8 +362,8 @@ private:
     {
         if (!CheckUser(parts.user) || !CheckHost(parts.host) || !CheckPort(parts.port))
             return;
-        if (!parts.wrong.isNull())
-            return RefuseCharacter(QLatin1String("what follows the host"), parts.wrong);
+        if (!parts.wrong.isEmpty())
+            return RefuseCharacter(QLatin1String("what follows the host"), parts.wrong.front());
         const QString port = parts.port.isNull() ? QString() : QLatin1Char(':') + parts.port;
         address_.text = parts.user + QLatin1Char('@') + parts.host + port + PostDial(parts);
     }
