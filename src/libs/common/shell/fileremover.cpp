@@ -48,75 +48,59 @@ struct FoundTree
 
 using Work = std::deque<FoundTree>;
 
-template <typename Path>
-int ReportFile(Removal removal, const Path& path)
+// What is told of a kind of entries.
+struct EntryKind
 {
-    switch (removal) {
-    case Removal::Missing:
-        QVLOG_FROM("RemoveFile", WARN) << "File '" << path() << "' doesn't exist!";
-        return 0;
-    case Removal::Done:
-        QVLOG_FROM("RemoveFile", DEBUG) << "Successfully removed file '" << path() << '\'';
-        return 0;
-    default:
-        QVLOG_FROM("RemoveFile", ERROR) << "Cannot remove file '" << path() << "'!";
-        return fileError;
-    }
-}
+    const char* step;
+    const char* title;
+    const char* noun;
+    int error;
+    QString (*failure)(const QString& path); // of an attempt
+};
 
-template <typename Path>
-int ReportDirectory(Removal removal, const Path& path)
-{
-    switch (removal) {
-    case Removal::Missing:
-        QVLOG_FROM("RemoveDirectory", WARN) << "Directory '" << path() << "' doesn't exist!";
-        return 0;
-    case Removal::Done:
-        QVLOG_FROM("RemoveDirectory", DEBUG)
-            << "Successfully removed directory '" << path() << '\'';
-        return 0;
-    default:
-        QVLOG_FROM("RemoveDirectory", ERROR) << "Cannot remove directory '" << path() << "'!";
-        return directoryError;
-    }
-}
+constexpr EntryKind fileKind = {"RemoveFile", "File", "file", fileError, &FailedToRemoveFile};
+constexpr EntryKind directoryKind = {
+    "RemoveDirectory", "Directory", "directory", directoryError, [](const QString& path) {
+        return FailedToRemoveDirectory(WithoutTrailingSeparators(path));
+    }};
 
-// Attempts to remove, the failure of each of which is logged.
-template <typename Attempt, typename Describe>
-Removal TryToRemove(const char* function, Attempt attempt, Describe describe)
+// The attempts to remove an entry, and what is told in the end. The path is asked for when it is told.
+template <typename Attempt, typename Path>
+int RemoveEntry(const EntryKind& kind, Attempt attempt, Path path)
 {
     Removal removal = Removal::Failed;
-    Retry(
-        function,
-        [&] {
-            removal = attempt();
-            return removal != Removal::Failed;
-        },
-        describe);
-    return removal;
+    const auto isOver = [&] {
+        removal = attempt();
+        return removal != Removal::Failed;
+    };
+    Retry(kind.step, isOver, [&] { return kind.failure(path()); });
+    if (removal == Removal::Failed) {
+        QVLOG_FROM(kind.step, ERROR) << "Cannot remove " << kind.noun << " '" << path() << "'!";
+        return kind.error;
+    }
+    if (removal == Removal::Missing)
+        QVLOG_FROM(kind.step, WARN) << kind.title << " '" << path() << "' doesn't exist!";
+    else
+        QVLOG_FROM(kind.step, DEBUG)
+            << "Successfully removed " << kind.noun << " '" << path() << '\'';
+    return 0;
 }
 
 int RemoveFound(FoundTree& found, const Tree::Entry& file)
 {
-    const auto path = [&] {
-        return found.PathOf(file);
-    };
-    return ReportFile(TryToRemove(
-                          "RemoveFile", [&] { return RemoveFileFrom(found.directories, file); },
-                          [&] { return FailedToRemoveFile(path()); }),
-                      path);
+    return RemoveEntry(
+        fileKind, [&] { return RemoveFileFrom(found.directories, file); },
+        [&] { return found.PathOf(file); });
 }
 
 int RemoveFound(FoundTree& found, Tree::Directory directory)
 {
-    const auto path = [&] {
-        return directory == Tree::root ? found.path : found.PathOf(found.tree.AsEntry(directory));
-    };
-    return ReportDirectory(
-        TryToRemove(
-            "RemoveDirectory", [&] { return RemoveDirectoryFrom(found.directories, directory); },
-            [&] { return FailedToRemoveDirectory(WithoutTrailingSeparators(path())); }),
-        path);
+    return RemoveEntry(
+        directoryKind, [&] { return RemoveDirectoryFrom(found.directories, directory); },
+        [&] {
+            return directory == Tree::root ? found.path
+                                           : found.PathOf(found.tree.AsEntry(directory));
+        });
 }
 
 // Finds what is in the tree.
@@ -256,13 +240,13 @@ int FileRemoveTask::RemoveAll()
     int current = 0;
 
     // Whether the job goes on after the removal of an entry.
-    const auto next = [&](const char* kind, const auto& remove, const auto& path) {
+    const auto next = [&](const EntryKind& kind, const auto& remove, const auto& path) {
         if (job.IsAborted(abort_, "RemoveAll"))
             return abortedError;
         const int code = remove();
         if (code != 0)
-            QVLOG_FROM("RemoveAll", ERROR)
-                << "Removing " << kind << " '" << path() << "' failed with error '" << code << "'!";
+            QVLOG_FROM("RemoveAll", ERROR) << "Removing " << kind.noun << " '" << path()
+                                           << "' failed with error '" << code << "'!";
         else
             Q_EMIT progress(++current, total);
         return code;
@@ -270,12 +254,12 @@ int FileRemoveTask::RemoveAll()
     int code = 0;
     for (int i = 0; i < files_.size() && code == 0; ++i)
         code = next(
-            "file", [&] { return RemoveFile(files_[i]); }, [&] { return files_[i]; });
+            fileKind, [&] { return RemoveFile(files_[i]); }, [&] { return files_[i]; });
     for (auto found = work.begin(); found != work.end() && code == 0; ++found) {
         for (size_t i = 0; i < found->files.size() && code == 0; ++i) {
             const Tree::Entry& file = found->files[i];
             code = next(
-                "file", [&] { return RemoveFound(*found, file); },
+                fileKind, [&] { return RemoveFound(*found, file); },
                 [&] { return found->PathOf(file); });
         }
         found->directories.Close();
@@ -284,7 +268,7 @@ int FileRemoveTask::RemoveAll()
     for (auto found = work.rbegin(); found != work.rend() && code == 0; ++found) {
         for (Tree::Directory left = found->tree.DirectoryCount() - 1; left > 0 && code == 0; --left)
             code = next(
-                "directory", [&] { return RemoveFound(*found, left); },
+                directoryKind, [&] { return RemoveFound(*found, left); },
                 [&] { return found->PathOf(found->tree.AsEntry(left)); });
         found->directories.Close();
     }
@@ -295,7 +279,7 @@ int FileRemoveTask::RemoveAll()
             return wasFound ? RemoveFound(work[size_t(i)], Tree::root)
                             : RemoveDirectory(directories_[i]);
         };
-        code = next("directory", remove, [&] { return directories_[i]; });
+        code = next(directoryKind, remove, [&] { return directories_[i]; });
     }
     return code;
 }
@@ -308,8 +292,7 @@ int FileRemoveTask::RemoveFile(const QString& path)
             return Removal::Missing;
         return QFile::remove(path) ? Removal::Done : Removal::Failed;
     };
-    return ReportFile(TryToRemove("RemoveFile", attempt, [&] { return FailedToRemoveFile(path); }),
-                      [&] { return path; });
+    return RemoveEntry(fileKind, attempt, [&] { return path; });
 }
 
 int FileRemoveTask::RemoveDirectory(const QString& path)
@@ -322,9 +305,7 @@ int FileRemoveTask::RemoveDirectory(const QString& path)
             return Removal::Missing;
         return QDir().rmdir(place) ? Removal::Done : Removal::Failed;
     };
-    return ReportDirectory(
-        TryToRemove("RemoveDirectory", attempt, [&] { return FailedToRemoveDirectory(place); }),
-        [&] { return path; });
+    return RemoveEntry(directoryKind, attempt, [&] { return path; });
 }
 
 } // namespace common
