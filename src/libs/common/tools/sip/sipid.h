@@ -23,8 +23,8 @@ namespace tools::sip {
  * 2 to 4 letters (so no IP address and no "localhost"), and "sips:" is no prefix. Letter case does
  * not matter anywhere. Parsing takes time linear in the length of the text.
  *
- * All patterns are to be matched with QRegExp::exactMatch(). For the record of a parsed address see
- * common::contact::number::INumberContext.
+ * All patterns are to be matched with QRegExp::exactMatch(). For what people paste, links included, see
+ * Normalise(); for the record of a parsed address, common::contact::number::INumberContext.
  */
 class QVCOMMON_EXPORT SipId
 {
