@@ -33,12 +33,6 @@ public:
 
     int Number(int least, int most) { return data_.ConsumeIntegralInRange(least, most); }
 
-    QByteArray Bytes(int most)
-    {
-        return QByteArray::fromStdString(
-            data_.ConsumeBytesAsString(static_cast<size_t>(Number(0, most))));
-    }
-
     QByteArray Rest() { return QByteArray::fromStdString(data_.ConsumeRemainingBytesAsString()); }
 
 private:
