@@ -8,12 +8,6 @@
 using tools::sip::Password;
 using tools::sip::SipId;
 
-bool ParsedAddress::operator==(const ParsedAddress& other) const
-{
-    return parsed == other.parsed && user == other.user && host == other.host &&
-           displayName == other.displayName && postDial == other.postDial && port == other.port;
-}
-
 // clang-format off
 const QList<PlainPattern>& PlainPatterns()
 {
@@ -37,7 +31,7 @@ const QList<PlainPattern>& PlainPatterns()
 }
 // clang-format on
 
-ParsedAddress PlainParse(const QString& text)
+QStringList PlainParse(const QString& text)
 {
     // In the order of PlainPatterns(): how many texts a match needs, and which one is what.
     struct Groups
@@ -57,32 +51,18 @@ ParsedAddress PlainParse(const QString& text)
         return compiled;
     }();
 
-    ParsedAddress result;
-    result.user = text.trimmed();
     for (size_t i = 0; i < patterns.size(); ++i) {
         const QRegExp& pattern = patterns[i];
         if (!pattern.exactMatch(text.trimmed()))
             continue;
-        if (pattern.capturedTexts().size() < groups[i].required)
-            return result;
+        const auto& [required, user, host, displayName, postDial, port] = groups[i];
+        if (pattern.capturedTexts().size() < required)
+            return {};
         const auto captured = [&](int group) {
             return group < 0 ? QString() : pattern.cap(group);
         };
-        result.parsed = true;
-        result.user = captured(groups[i].user);
-        result.host = i == 2 ? "skype.com" : captured(groups[i].host);
-        result.displayName = captured(groups[i].displayName);
-        result.postDial = captured(groups[i].postDial).replace(QRegExp("\\s"), "");
-        result.port = captured(groups[i].port);
-        return result;
+        return {captured(user), i == 2 ? "skype.com" : captured(host), captured(displayName),
+                captured(postDial).replace(QRegExp("\\s"), ""), captured(port)};
     }
-    return result;
-}
-
-ParsedAddress LibraryParse(const QString& text)
-{
-    ParsedAddress result;
-    result.parsed = SipId::ParseURIEx(text, result.user, result.host, result.displayName,
-                                      result.postDial, result.port);
-    return result;
+    return {};
 }

@@ -2,20 +2,7 @@
 
 #include <QList>
 #include <QRegExp>
-#include <QString>
-
-/** What SipId::ParseURIEx() tells. */
-struct ParsedAddress
-{
-    bool parsed = false;
-    QString user;
-    QString host;
-    QString displayName;
-    QString postDial;
-    QString port;
-
-    bool operator==(const ParsedAddress& other) const;
-};
+#include <QStringList>
 
 /** A pattern of the grammar, written out a second time. */
 struct PlainPattern
@@ -27,8 +14,8 @@ struct PlainPattern
 
 const QList<PlainPattern>& PlainPatterns();
 
-/** The grammar in its plainest form: the six patterns in order. The measure for the library's. */
-ParsedAddress PlainParse(const QString& text);
-
-/** What the library makes of it. */
-ParsedAddress LibraryParse(const QString& text);
+/**
+ * The grammar in its plainest form, the measure for SipId::ParseURIEx(): the first of the six patterns
+ * that matches. User, host, display name, post-dial digits and port; nothing if that is no address.
+ */
+QStringList PlainParse(const QString& text);
