@@ -4,6 +4,7 @@
 #include <common/contact/contactcontext.h>
 #include <common/http/httprequest.h>
 #include <common/logger/log.h>
+#include <common/logger/logger.h>
 #include <common/shell/filecopier.h>
 #include <common/tools/clicktocall.h>
 #include <common/tools/jsonfile.h>
@@ -24,25 +25,11 @@ namespace {
 constexpr common::logger::ICategory logCategory{"client"};
 constexpr char logSource[] = "client";
 
-class Lines : public common::logger::ILogger
+class Lines : public common::logger::Logger
 {
 public:
+    Lines() { SetLevel(common::logger::IMessage::DEBUG); }
     void Append(const common::logger::IMessage& message) override { texts += message.Text(); }
-    common::logger::IMessage::Priority GetLevel() const override
-    {
-        return common::logger::IMessage::DEBUG;
-    }
-    void SetLevel(common::logger::IMessage::Priority) override {}
-    bool IsPositionEnabled() const override { return false; }
-    void EnablePosition(bool) override {}
-    bool Configure(const QString&) override { return false; }
-    bool Configure(common::logger::IMessage::Priority, unsigned int, unsigned int, const QString&,
-                   const QString&, const QString&, const QString&, unsigned long, int) override
-    {
-        return true;
-    }
-    void Destroy() override {}
-    void SetFileLoggingEnabled(bool) override {}
 
     QStringList texts;
 };
