@@ -1,12 +1,12 @@
-#include "support/plainparser.h"
-
 #include <common/tools/sip/normaladdress.h>
+#include <common/tools/sip/sipid.h>
 
 #include <QRandomGenerator>
 #include <QtTest>
 
 using tools::sip::NormalAddress;
 using tools::sip::Normalise;
+using tools::sip::SipId;
 
 namespace {
 
@@ -149,12 +149,14 @@ private Q_SLOTS:
     {
         QRandomGenerator random(quint32(qEnvironmentVariableIntValue("QVCOMMON_SEED")));
         int accepted = 0;
+        QString parts[5];
         for (int i = 0; i < 50000; ++i) {
             const QString written = AnyText(random);
             const NormalAddress address = Normalise(written);
             accepted += !address.problem;
             const bool holds = address.problem ? address.text.isEmpty()
-                                               : LibraryParse(address.text).parsed &&
+                                               : SipId::ParseURIEx(address.text, parts[0], parts[1],
+                                                                   parts[2], parts[3], parts[4]) &&
                                                      Normalise(address.text).text == address.text;
             QVERIFY2(holds, qPrintable(written + " -> " + address.text + " -> " +
                                        Normalise(address.text).text));
