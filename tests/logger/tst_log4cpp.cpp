@@ -277,7 +277,7 @@ private Q_SLOTS:
         int count = 0;
         const auto logged = [&](const ICategory& category) {
             const int before = count;
-            QVLOG_TO(category, DEBUG) << ++count;
+            QVLOG_TO(category, DEBUG) << ++count; // NOLINT(bugprone-lambda-function-name)
             return count > before;
         };
         const ICategory child{"dropped.by.default"};

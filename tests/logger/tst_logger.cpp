@@ -89,6 +89,7 @@ private Q_SLOTS:
     void droppedStatementEvaluatesNothing()
     {
         int count = 0;
+        // NOLINTBEGIN(bugprone-lambda-function-name): that a lambda may log is the point.
         const auto log = [&count](bool info) {
             if (info)
                 QVLOG(INFO) << ++count;
@@ -98,6 +99,7 @@ private Q_SLOTS:
             QVLOG(DEBUG);
             return count;
         };
+        // NOLINTEND(bugprone-lambda-function-name)
         Logger::Instance()->SetLevel(IMessage::INFO);
         QTest::ignoreMessage(QtInfoMsg, QRegularExpression(": 1 "));
         QTest::ignoreMessage(QtInfoMsg, QRegularExpression(": 2 "));

@@ -97,6 +97,7 @@ void AllowNameless(bool allow)
 
 } // namespace filefaults
 
+// NOLINTBEGIN(bugprone-macro-parentheses): lists of parameters and arguments have theirs.
 #define FAIL_IF_TOLD(...)                                                                          \
     if (Judge(__VA_ARGS__) == Verdict::Fail)                                                       \
     return -1
@@ -123,6 +124,8 @@ void AllowNameless(bool allow)
         va_end(rest);                                                                              \
         return NEXT(name) arguments;                                                               \
     }
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 #pragma GCC visibility push(default)
 extern "C" {
