@@ -163,6 +163,10 @@ private Q_SLOTS:
             "Cannot copy link from");
         row("tree without a name", "tree", "", "d", 700102, "Path '' doesn't exists!");
         row("file to nowhere", "file", "f", "", 700104, "Cannot create path to ''");
+        row("zero character", "file", "f", QString("g") + QChar(0) + ".txt", 700104,
+            "Cannot create path to");
+        row("source ends in a separator", "file", "dir/", "d", 700107, "Cannot copy from");
+        row("destination ends in a separator", "file", "f", "dir/", 700106, "Cannot remove");
         row("tree to nowhere", "tree", "dir", "", 700104, "Cannot create path to ''");
         row("link onto itself", "link", "tof", "tof", 700107,
             "3 shell.filecopy CopySymlink: Cannot copy link from 'ROOT/tof' to 'ROOT/tof' -> 'f'.");
@@ -226,11 +230,20 @@ private Q_SLOTS:
         FileCopier copier;
         copier.AddFile(":/qpdf/" + name, Path("f"));
         copier.AddDirectory(":/qpdf", Path("d"));
+        MakeTree(Path("s"), {"a/x=1"});
+        QDir::setSearchPaths("here", {root_->path()});
+        copier.AddDirectory("here:s", Path("e"));
+        const QString kernel =
+            "/sys/kernel/mm/transparent_hugepage/enabled"; // shorter than it says
+        if (QFile::exists(kernel))
+            copier.AddFile(kernel, Path("k"));
         copier.Copy();
         QCOMPARE(Outcome(copier), QString("succesed"));
         QVERIFY(ContentOf(Path("f")).size() > 100);
         QCOMPARE(ContentOf(Path("d/" + name)), ContentOf(":/qpdf/" + name));
         QCOMPARE(ContentOf(Path("f")), ContentOf(":/qpdf/" + name));
+        QCOMPARE(DescribeTree(Path("e")), QStringList({"a/", "a/x=1"}));
+        QCOMPARE(ContentOf(Path("k")), ContentOf(kernel));
     }
 
     void holesStayHoles()
@@ -348,6 +361,28 @@ private Q_SLOTS:
         QCOMPARE(Outcome(copier), QString("failed 700107"));
         const QStringList left = DescribeTree(Path("s"));
         QVERIFY(left.contains("f=one") && left.contains("in/f=two"));
+        MakeTree(Path("p"), {"n/x=one", "n/n/x=two"});
+        FileCopier toParent;
+        toParent.AddDirectory(Path("p/n"), Path("p"));
+        toParent.Copy();
+        QCOMPARE(Outcome(toParent), QString("failed 700107"));
+        QCOMPARE(ContentOf(Path("p/n/x")), QByteArray("one"));
+    }
+
+    void destinationIsExchanged()
+    {
+        MakeTree(root_->path(), {"f=1", "g=2", "d/", "e/"});
+        FileCopier copier;
+        copier.AddFile(Path("f"), Path("d/f"));
+        copier.AddFile(Path("g"), Path("d/g"));
+        RecordingLogger log;
+        log.SetListener([this](const QString& line) {
+            if (line.contains("Successfully copied") && line.contains("d/f'"))
+                QVERIFY(rename(qPrintable(Path("d")), qPrintable(Path("e"))) == 0);
+        });
+        copier.Copy();
+        QCOMPARE(Outcome(copier), QString("failed 700104"));
+        QCOMPARE(ContentOf(Path("d/g")), QByteArray("2"));
     }
 
     void pathBehindALink()

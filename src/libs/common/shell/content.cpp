@@ -102,6 +102,10 @@ bool Content::CopyAround(int source, int destination, qint64 size)
         if (end < 0 || lseek(source, begin, SEEK_SET) < 0 ||
             lseek(destination, begin, SEEK_SET) < 0 || !CopyPart(source, destination, end - begin))
             return false;
+        // It became shorter; files of /sys are shorter than they say.
+        const qint64 reached = lseek(destination, 0, SEEK_CUR);
+        if (reached < end)
+            return ftruncate(destination, reached) == 0;
     }
     return errno == ENXIO && report_(qMax<qint64>(size - end, 0)) &&
            ftruncate(destination, qMax(size, end)) == 0;

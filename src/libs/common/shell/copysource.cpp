@@ -19,10 +19,20 @@ Place GivenPlaces::At(const QString& path)
     const QByteArray bytes = QFile::encodeName(path);
     const int slash = bytes.lastIndexOf('/');
     const QByteArray directory = slash < 0 ? "." : slash == 0 ? "/" : bytes.left(slash);
-    if (!directories_ || directories_->Root() != directory)
+    const bool isInPlace = IsInPlace();
+    haveMoved_ = haveMoved_ || !isInPlace;
+    if (!directories_ || directories_->Root() != directory || !isInPlace)
         directories_.emplace(tree_, directory, rule_);
     name_ = bytes.mid(slash + 1);
+    if (name_.isEmpty() && !bytes.isEmpty())
+        name_ = "."; // "directory/"
     return {&*directories_, Tree::root, name_.constData()};
+}
+
+bool GivenPlaces::IsInPlace()
+{
+    return !directories_ || !directories_->Seen(Tree::root).IsKnown() ||
+           directories_->IsInPlace(Tree::root);
 }
 
 CopySource::CopySource(Kind kind, const Place& place, const QString& path)
@@ -53,6 +63,8 @@ CopySource::State CopySource::OpenByQt()
 CopySource::State CopySource::LookAtGiven()
 {
     const int directory = place_.OpenDirectory();
+    if (directory < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOMEM))
+        return Failed;
     if (directory < 0 || fstatat(directory, place_.name, &status_, AT_SYMLINK_NOFOLLOW) != 0)
         return Missing;
     if (S_ISLNK(status_.st_mode) && fstatat(directory, place_.name, &status_, 0) != 0)

@@ -28,9 +28,19 @@ public:
 
     /** Valid until the next call. */
     Place At(const QString& path);
+    /** Whether a directory that was opened was exchanged for another one since Forget(). */
+    bool HaveMoved() { return haveMoved_ || !IsInPlace(); }
+    void Forget()
+    {
+        directories_.reset();
+        haveMoved_ = false;
+    }
 
 private:
+    bool IsInPlace();
+
     OpenDirectories::Rule rule_;
+    bool haveMoved_ = false;
     Tree tree_;
     std::optional<OpenDirectories> directories_;
     QByteArray name_;

@@ -13,11 +13,6 @@ namespace common {
 
 namespace {
 
-QString CleanPath(const QString& path)
-{
-    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-}
-
 QByteArray AbsoluteName(const QString& path)
 {
     const QFileInfo info(path);
@@ -54,11 +49,6 @@ qint64 CopyTree::SizeOf(const Tree::Entry& file)
     return status.st_size;
 }
 
-bool CopyTree::IsIntoItself() const
-{
-    return CleanPath(given.second).startsWith(CleanPath(given.first) + QLatin1Char('/'));
-}
-
 bool CopyTree::HasFile(const CopyPaths& item) const
 {
     const QByteArray name = QFile::encodeName(item.first.section(QLatin1Char('/'), -1));
@@ -75,11 +65,23 @@ void CopyTree::Close()
     to.Close();
 }
 
-void CopySources::Add(const CopyTree& tree)
+CopySources::CopySources(const std::deque<CopyTree>& trees, const QList<CopyPaths>& given)
 {
-    for (const auto* entries : {&tree.files, &tree.links}) {
-        for (const Tree::Entry& entry : *entries)
-            keys_.push_back(KeyOf(tree.from.Seen(entry.directory), tree.names.Name(entry.name)));
+    for (const CopyTree& tree : trees) {
+        for (const auto* entries : {&tree.files, &tree.links}) {
+            for (const Tree::Entry& entry : *entries)
+                keys_.push_back(
+                    KeyOf(tree.from.Seen(entry.directory), tree.names.Name(entry.name)));
+        }
+    }
+    names_.reserve(size_t(given.size())); // which are pointed to
+    for (const CopyPaths& item : given) {
+        const QFileInfo source(item.first);
+        struct stat status = {};
+        if (stat(QFile::encodeName(source.path()).constData(), &status) != 0)
+            continue;
+        names_.push_back(QFile::encodeName(source.fileName()));
+        keys_.push_back(KeyOf(Identity(status), names_.back().constData()));
     }
     std::sort(keys_.begin(), keys_.end(), &IsLess);
 }

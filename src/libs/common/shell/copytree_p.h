@@ -4,9 +4,11 @@
 #include "common/shell/opendirectories_p.h"
 #include "common/shell/tree_p.h"
 
+#include <QList>
 #include <QPair>
 #include <QString>
 
+#include <deque>
 #include <tuple>
 #include <vector>
 
@@ -23,8 +25,6 @@ struct CopyTree
     QString DestinationOf(const Tree::Entry& entry) const;
     /** The size of a file that was found. */
     qint64 SizeOf(const Tree::Entry& file);
-    /** Whether the destination lies in the source. */
-    bool IsIntoItself() const;
     /** Whether that is one of the files. */
     bool HasFile(const CopyPaths& item) const;
     void Close();
@@ -42,7 +42,7 @@ struct CopyTree
 class CopySources
 {
 public:
-    void Add(const CopyTree& tree);
+    CopySources(const std::deque<CopyTree>& trees, const QList<CopyPaths>& given);
     bool Contain(const Place& place) const;
 
 private:
@@ -51,6 +51,7 @@ private:
     static Key KeyOf(const Identity& directory, const char* name);
     static bool IsLess(const Key& first, const Key& second);
 
+    std::vector<QByteArray> names_; // of those that were given
     std::vector<Key> keys_;
 };
 

@@ -29,8 +29,8 @@ bool IsRemovable(const Place& place)
     const int directory = place.OpenDirectory();
     if (fstatat(directory, place.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT;
-    return !S_ISDIR(status.st_mode) &&
-           (unlinkat(directory, place.name, AT_REMOVEDIR) == 0 || errno == ENOTDIR);
+    return !S_ISDIR(status.st_mode) && unlinkat(directory, place.name, AT_REMOVEDIR) != 0 &&
+           errno == ENOTDIR;
 }
 
 int FindRoom(const CopyItem& item)
@@ -67,10 +67,11 @@ QByteArray ReadLink(const Place& link)
 
 CopyItem CopyWork::Given(const CopyPaths& item)
 {
-    const QFileInfo source(item.first);
-    const bool isNative = item.first.isEmpty() || source.isNativePath();
+    const QString path = IsName(item.first) ? item.first : QString();
+    const QFileInfo source(path);
+    const bool isNative = path.isEmpty() || source.isNativePath();
     return {isNative ? CopySource::Given : CopySource::OfQt,
-            from_.At(isNative ? source.filePath() : item.first),
+            from_.At(isNative ? source.filePath() : path),
             to_.At(item.second),
             item,
             nullptr,
@@ -96,7 +97,8 @@ void CopyWork::Clear(bool countsBytes)
 {
     trees.clear();
     countsBytes_ = countsBytes;
-    sourcesInReach_ = CopySources();
+    sources_.reset();
+    to_.Forget();
     bytesDone_ = 0;
     bytesTotal_ = 0;
 }
@@ -135,15 +137,17 @@ int CopyWork::List(CopyTree& tree)
     return 0;
 }
 
-void CopyWork::BeginCopying(size_t items)
+void CopyWork::BeginCopying(size_t items, const QList<CopyPaths>& given)
 {
     flush_ = DiskFlush(items);
-    const bool anyIntoItself = std::any_of(trees.cbegin(), trees.cend(),
-                                           [](const auto& tree) { return tree.IsIntoItself(); });
-    for (const CopyTree& tree : trees) {
-        if (anyIntoItself)
-            sourcesInReach_.Add(tree);
-    }
+    given_ = given;
+}
+
+bool CopyWork::IsSourceOfAny(const Place& place)
+{
+    if (!sources_)
+        sources_.emplace(trees, given_);
+    return sources_->Contain(place);
 }
 
 // What is told as copied is on the disk, and where it was to be.
@@ -161,6 +165,10 @@ int CopyWork::FinishCopying()
             return isSourceInPlace ? createDirectoryError : copyError;
         }
         tree.Close();
+    }
+    if (to_.HaveMoved()) {
+        QVLOG_FROM("CopyAll", ERROR) << "A destination's directory was exchanged for another one!";
+        return createDirectoryError;
     }
     if (!flush_.Finish()) {
         QVLOG_FROM("CopyAll", ERROR) << "Cannot write to the disk: " << std::strerror(errno);
@@ -182,7 +190,7 @@ int CopyWork::MakeParent(const CopyItem& item)
     const auto describe = [&] {
         return FailedToCreateDirectory(QFileInfo(item.Destination()).absolutePath());
     };
-    if ((item.tree || !item.given.second.isEmpty()) &&
+    if ((item.tree || IsName(item.given.second)) &&
         Retry(
             "CreateDirectory", [&] { return item.to.OpenDirectory() >= 0; }, describe))
         return 0;
@@ -210,7 +218,7 @@ int CopyWork::Prepare(const CopyItem& item, bool isFree, const std::function<boo
         return code;
     *publication = NewFile::Replacement;
     const bool losesSource =
-        isSource() || sourcesInReach_.Contain(item.to) ||
+        isSource() || IsSourceOfAny(item.to) ||
         (S_ISLNK(old.st_mode) && GoesThroughLink(item.Source(), item.Destination()));
     return losesSource ? copyError : FindRoom(item);
 }
@@ -267,8 +275,11 @@ bool CopyWork::CopyOnce(const CopyItem& item, CopySource& source, NewFile::Publi
 {
     const int directory = item.to.OpenDirectory();
     NewFile file(directory, item.to.name);
-    if (directory < 0 || !file.Open() || !source.CopyTo(file.Number(), content_) ||
-        fchmod(file.Number(), source.Permissions()) != 0)
+    if (directory < 0 || !file.Open() || !source.CopyTo(file.Number(), content_))
+        return false;
+    // Some file systems have no permissions.
+    if (fchmod(file.Number(), source.Permissions()) != 0 && errno != EPERM && errno != EOPNOTSUPP &&
+        errno != ENOSYS)
         return false;
     const bool isFlushed = flush_.IsForEach() || publication == NewFile::Replacement;
     if ((isFlushed && fdatasync(file.Number()) != 0) || !file.Publish(publication))

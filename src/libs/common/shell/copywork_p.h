@@ -11,6 +11,7 @@
 #include <QList>
 
 #include <deque>
+#include <optional>
 
 namespace common {
 
@@ -61,7 +62,8 @@ public:
     /** Adds the sizes of files to the bytes in all. */
     void CountBytes(const QList<CopyPaths>& files);
 
-    void BeginCopying(size_t items);
+    /** For so many items, those among them that were given one by one. */
+    void BeginCopying(size_t items, const QList<CopyPaths>& given);
     /** Looks at all directories once more, and waits for the disk. */
     int FinishCopying();
 
@@ -80,12 +82,14 @@ private:
                   NewFile::Publication publication);
     bool CopyOnce(const CopyItem& item, CopySource& source, NewFile::Publication publication);
     bool Report(qint64 bytes);
+    bool IsSourceOfAny(const Place& place);
 
     FileCopyTask* task_;
     const QAtomicInt& abort_;
     GivenPlaces from_{OpenDirectories::FollowRoot};
     GivenPlaces to_{OpenDirectories::MakeMissing};
-    CopySources sourcesInReach_;
+    QList<CopyPaths> given_;
+    std::optional<CopySources> sources_; // where anything is replaced
     DiskFlush flush_{1};
     Content content_{[this](qint64 bytes) {
         return Report(bytes);

@@ -109,8 +109,8 @@ int FileCopyTask::Scan()
     for (const CopyPaths& tree : qAsConst(directories_)) {
         if (copyJob.IsAborted(abort_, __func__))
             return abortedError;
-        if (tree.second.isEmpty()) {
-            QVLOG(ERROR) << "Cannot create path to ''";
+        if (!IsName(tree.second)) {
+            QVLOG(ERROR) << "Cannot create path to '" << tree.second << "'";
             return createDirectoryError;
         }
         CopyTree& found = work.trees.emplace_back(tree);
@@ -148,7 +148,7 @@ int FileCopyTask::CopyAll()
     for (const CopyTree& tree : work.trees)
         total += tree.files.size() + tree.links.size();
     work.CountBytes(files_);
-    work.BeginCopying(total);
+    work.BeginCopying(total, files_ + symlinks_);
 
     int current = 0;
     int code = 0;
@@ -181,8 +181,9 @@ int FileCopyTask::CopyAll()
     const QSet<CopyPaths> given(files_.cbegin(), files_.cend());
     for (const CopyPaths& item : qAsConst(symlinks_)) {
         const bool isFile = given.contains(item) ||
-                            std::any_of(work.trees.cbegin(), work.trees.cend(),
-                                        [&](const CopyTree& tree) { return tree.HasFile(item); });
+                            (!IsLink(item.first) && // as a found file never is
+                             std::any_of(work.trees.cbegin(), work.trees.cend(),
+                                         [&](const CopyTree& tree) { return tree.HasFile(item); }));
         if (!copy(isFile, work.Given(item)))
             return code;
     }

@@ -120,7 +120,7 @@ void FileHelper::ScanPath(const QString& path)
         return;
     const QPointer<FileHelper> self(this);
     const QFileInfo root(path);
-    const QString below = QDir::cleanPath(root.absoluteFilePath()) + QLatin1Char('/');
+    const QString below = PathBelow(root.absoluteFilePath());
     const auto found = std::make_shared<FoundTree>(path);
     TreeWalk walk(found->tree, found->directories, path, TreeWalk::UsualFiles, nameFilters_);
     for (auto step = walk.Next(); self && step != TreeWalk::End; step = walk.Next()) {

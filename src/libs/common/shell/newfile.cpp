@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace common {
 
@@ -21,6 +22,21 @@ std::atomic<bool> namelessFilesWork{true};
 QByteArray TemporaryName(const char* name)
 {
     return ".qvcopy-" + QCryptographicHash::hash(name, QCryptographicHash::Md5).toHex();
+}
+
+bool IsFile(int descriptor, int directory, const QByteArray& name)
+{
+    struct stat own = {};
+    struct stat named = {};
+    return fstat(descriptor, &own) == 0 &&
+           fstatat(directory, name.constData(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+}
+
+bool Busy()
+{
+    errno = EBUSY;
+    return false;
 }
 
 } // namespace
@@ -52,8 +68,10 @@ bool NewFile::OpenWithName()
         openat(directory_, name.constData(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600));
     if (!descriptor_)
         return false;
+    // Somebody may have found it before it was locked.
+    if (flock(Number(), LOCK_EX | LOCK_NB) != 0 || !IsFile(Number(), directory_, name))
+        return Busy();
     temporary_ = name;
-    flock(Number(), LOCK_EX | LOCK_NB);
     return true;
 }
 
@@ -76,8 +94,9 @@ bool NewFile::PublishLink(const char* target, Publication publication)
 {
     if (publication == New)
         return symlinkat(target, directory_, name_) == 0;
-    const QByteArray name = TemporaryName(name_);
-    if (!ClearTemporary() || symlinkat(target, directory_, name.constData()) != 0)
+    const QByteArray name = TemporaryName(name_) + "-link"; // complete at once, so never locked
+    if ((unlinkat(directory_, name.constData(), 0) != 0 && errno != ENOENT) ||
+        symlinkat(target, directory_, name.constData()) != 0)
         return false;
     temporary_ = name;
     return Rename(0);
@@ -92,36 +111,44 @@ bool NewFile::Link(const char* name)
     const QByteArray self = "/proc/self/fd/" + QByteArray::number(Number());
     if (linkat(AT_FDCWD, self.constData(), directory_, name, AT_SYMLINK_FOLLOW) == 0)
         return true;
-    if (errno == ENOENT)
+    const int error = errno;
+    if (error == ENOENT && access(self.constData(), F_OK) != 0)
         namelessFilesWork = false;
+    errno = error;
     return false;
 }
 
-// Not every file system can keep from replacing: a second name for the file can, then.
+// Not every file system can keep from replacing: a second name for the file can, then; where there
+// are no second names either, a look before has to do.
 bool NewFile::Rename(unsigned int flags)
 {
-    int result = flags == 0
-                     ? renameat(directory_, temporary_.constData(), directory_, name_)
-                     : renameat2(directory_, temporary_.constData(), directory_, name_, flags);
-    if (result != 0 && flags != 0 && errno == EINVAL)
-        result = linkat(directory_, temporary_.constData(), directory_, name_, 0);
-    else if (result == 0)
+    const char* temporary = temporary_.constData();
+    int result = flags == 0 ? renameat(directory_, temporary, directory_, name_)
+                            : renameat2(directory_, temporary, directory_, name_, flags);
+    if (result != 0 && flags != 0 && (errno == EINVAL || errno == ENOSYS)) {
+        if (linkat(directory_, temporary, directory_, name_, 0) == 0)
+            return true;
+        struct stat status = {};
+        if (errno != EEXIST && fstatat(directory_, name_, &status, AT_SYMLINK_NOFOLLOW) != 0 &&
+            errno == ENOENT)
+            result = renameat(directory_, temporary, directory_, name_);
+    }
+    if (result == 0)
         temporary_.clear();
     return result == 0;
 }
 
-// A temporary file without a lock was left behind by a crash. A link is no work of any length.
+// A temporary file without a lock was left behind by a crash. Whoever has the lock of the file that
+// has the name, and no one else, may take the name away.
 bool NewFile::ClearTemporary() const
 {
     const QByteArray name = TemporaryName(name_);
     const Descriptor found(
         openat(directory_, name.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (!found && errno == ENOENT)
-        return true;
-    if (found && flock(found.Number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        errno = EBUSY;
-        return false;
-    }
+    if (!found)
+        return errno == ENOENT || Busy();
+    if (flock(found.Number(), LOCK_EX | LOCK_NB) != 0 || !IsFile(found.Number(), directory_, name))
+        return Busy();
     return unlinkat(directory_, name.constData(), 0) == 0 || errno == ENOENT;
 }
 

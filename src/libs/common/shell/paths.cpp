@@ -21,7 +21,7 @@ const auto up = QLatin1String("..");
 std::optional<Status> Read(int (*call)(const char*, Status*), const QString& path)
 {
     Status status = {};
-    if (call(QFile::encodeName(path).constData(), &status) != 0)
+    if (!IsName(path) || call(QFile::encodeName(path).constData(), &status) != 0)
         return std::nullopt;
     return status;
 }
@@ -32,6 +32,17 @@ bool Same(const std::optional<Status>& first, const std::optional<Status>& secon
 }
 
 } // namespace
+
+bool IsName(const QString& path)
+{
+    return !path.isEmpty() && !path.contains(QChar::Null);
+}
+
+QString PathBelow(const QString& directory)
+{
+    const QString clean = QDir::cleanPath(directory);
+    return clean.endsWith(QLatin1Char('/')) ? clean : clean + QLatin1Char('/');
+}
 
 bool Exists(const QString& path)
 {

@@ -6,6 +6,12 @@
 
 namespace common {
 
+/** Whether the system can take it as a path: a zero character would end it there. */
+bool IsName(const QString& path);
+
+/** What paths in the directory begin with. */
+QString PathBelow(const QString& directory);
+
 /** Whether anything is at the path; a link that leads nowhere counts. */
 bool Exists(const QString& path);
 

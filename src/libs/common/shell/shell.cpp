@@ -73,7 +73,7 @@ bool Shell::Copy(const QStringList& files, const QString& sourceDir, const QStri
 QStringList Shell::ScanFiles(const QString& dir, const QStringList& nameFilters)
 {
     const QFileInfo root(dir.isEmpty() ? QStringLiteral(".") : dir);
-    const QString below = QDir::cleanPath(root.absoluteFilePath()) + QLatin1Char('/');
+    const QString below = PathBelow(root.absoluteFilePath());
     Tree tree;
     OpenDirectories directories(tree, QFile::encodeName(root.filePath()),
                                 OpenDirectories::FollowAll);

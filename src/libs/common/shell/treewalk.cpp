@@ -43,7 +43,7 @@ Tree::Kind KindOfType(unsigned char type)
 bool IsDecodable(const char* name)
 {
     const bool isAscii =
-        std::none_of(name, name + qstrlen(name), [](char character) { return character < 0; });
+        std::none_of(name, name + qstrlen(name), [](uchar character) { return character > 127; });
     return isAscii || QFile::encodeName(QFile::decodeName(name)) == name;
 }
 
@@ -167,7 +167,8 @@ std::optional<Tree::Kind> TreeWalk::KindToList(int directory, const char* name,
 
 bool IsTree(const QString& root)
 {
-    return QFileInfo(root).isNativePath() ? IsDirectory(root) : QFileInfo(root).isDir();
+    const QFileInfo info(root); // which looks up search paths
+    return info.isNativePath() ? IsDirectory(info.filePath()) : info.isDir();
 }
 
 } // namespace common
