@@ -6,6 +6,7 @@
 #include <QDeadlineTimer>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <typeinfo>
 
@@ -19,6 +20,7 @@ namespace common::logger {
 namespace {
 
 constexpr int longestWait = 1000; // milliseconds for other threads
+constexpr std::chrono::microseconds pause(100);
 constexpr size_t cacheLine = 64;
 
 // What a thread tells the others. Never freed, but taken over by later threads.
@@ -84,7 +86,7 @@ Visitor& Own()
 
 // The two sides of the protocol: a thread stores its depth, then looks whether the process exits; the
 // exiting thread stores that, then looks at the depths. The barrier between the first two is the
-// kernel's, asked for by AwaitStatements().
+// kernel's, asked for by AwaitOthers().
 void Enter(Visitor& visitor)
 {
     const int depth = visitor.depth.load(std::memory_order_relaxed);
@@ -102,6 +104,18 @@ bool IsExitOfAnother(const Visitor& visitor)
 {
     const Visitor* first = exiting.load(std::memory_order_acquire);
     return first && first != &visitor;
+}
+
+void AwaitOthers()
+{
+    const Visitor* self = &Own();
+    if (visitors.load()->next)
+        syscall(SYS_membarrier, MEMBARRIER_CMD_GLOBAL, 0, 0);
+    const QDeadlineTimer deadline(longestWait);
+    for (Visitor* visitor = visitors; visitor; visitor = visitor->next) {
+        while (visitor != self && visitor->depth > 0 && !deadline.hasExpired())
+            std::this_thread::sleep_for(pause);
+    }
 }
 
 } // namespace
@@ -136,21 +150,15 @@ void LeaveStatement()
 
 void AwaitStatements()
 {
-    const Visitor* self = &Own();
-    if (visitors.load()->next)
-        syscall(SYS_membarrier, MEMBARRIER_CMD_GLOBAL, 0, 0);
-    const QDeadlineTimer deadline(longestWait);
-    for (Visitor* visitor = visitors; visitor; visitor = visitor->next) {
-        while (visitor != self && visitor->depth > 0 && !deadline.hasExpired())
-            std::this_thread::yield();
-    }
+    if (!exiting)
+        AwaitOthers();
 }
 
 void BeginExit()
 {
     Visitor* nobody = nullptr;
     if (exiting.compare_exchange_strong(nobody, &Own()))
-        AwaitStatements();
+        AwaitOthers();
 }
 
 void WatchExit()

@@ -13,7 +13,10 @@ void EnterStatement();
 /** It ends. */
 void LeaveStatement();
 
-/** Waits, a second at most, until each other thread was out of all statements once. */
+/**
+ * Waits, a second at most, until each other thread was out of all statements once. Not after
+ * BeginExit(), which has done so: what begins later is dropped.
+ */
 void AwaitStatements();
 
 /** From now on other threads drop their statements; waits for those that have begun. */
