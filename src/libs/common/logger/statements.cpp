@@ -35,10 +35,25 @@ std::atomic<Visitor*> visitors{nullptr};
 std::atomic<Visitor*> exiting{nullptr};
 thread_local Visitor* own = nullptr;
 
+void Free(Visitor& visitor)
+{
+    visitor.depth.store(0, std::memory_order_relaxed);
+    visitor.taken.store(false, std::memory_order_release);
+}
+
 void GiveBack(void* visitor)
 {
     own = nullptr; // a statement of a later destructor registers the thread anew
-    static_cast<Visitor*>(visitor)->taken.store(false, std::memory_order_release);
+    Free(*static_cast<Visitor*>(visitor));
+}
+
+// A child has only the thread that forked.
+void ForgetOthers()
+{
+    for (Visitor* visitor = visitors; visitor; visitor = visitor->next) {
+        if (visitor != own)
+            Free(*visitor);
+    }
 }
 
 // Not a thread-local object: the thread may log beyond the end of those.
@@ -47,6 +62,7 @@ pthread_key_t Key()
     static const pthread_key_t key = [] {
         pthread_key_t made = 0;
         pthread_key_create(&made, GiveBack);
+        pthread_atfork(nullptr, nullptr, ForgetOthers);
         return made;
     }();
     return key;
