@@ -21,6 +21,7 @@ namespace {
 
 constexpr int longestWait = 1000; // milliseconds for other threads
 constexpr std::chrono::microseconds pause(100);
+constexpr std::chrono::milliseconds longestStore(1); // until others see it, at a guess
 constexpr size_t cacheLine = 64;
 
 // What a thread tells the others. Never freed, but taken over by later threads.
@@ -63,6 +64,7 @@ pthread_key_t Key()
         pthread_key_t made = 0;
         pthread_key_create(&made, GiveBack);
         pthread_atfork(nullptr, nullptr, ForgetOthers);
+        syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0);
         return made;
     }();
     return key;
@@ -102,7 +104,7 @@ Visitor& Own()
 
 // The two sides of the protocol: a thread stores its depth, then looks whether the process exits; the
 // exiting thread stores that, then looks at the depths. The barrier between the first two is the
-// kernel's, asked for by AwaitOthers().
+// kernel's, asked for by AwaitStores().
 void Enter(Visitor& visitor)
 {
     const int depth = visitor.depth.load(std::memory_order_relaxed);
@@ -122,11 +124,21 @@ bool IsExitOfAnother(const Visitor& visitor)
     return first && first != &visitor;
 }
 
+// Registered in Key(), the first command takes microseconds, the second up to a tenth of a second.
+void AwaitStores()
+{
+    for (const int command : {MEMBARRIER_CMD_PRIVATE_EXPEDITED, MEMBARRIER_CMD_GLOBAL}) {
+        if (syscall(SYS_membarrier, command, 0, 0) == 0)
+            return;
+    }
+    std::this_thread::sleep_for(longestStore);
+}
+
 void AwaitOthers()
 {
     const Visitor* self = &Own();
     if (visitors.load()->next)
-        syscall(SYS_membarrier, MEMBARRIER_CMD_GLOBAL, 0, 0);
+        AwaitStores();
     const QDeadlineTimer deadline(longestWait);
     for (Visitor* visitor = visitors; visitor; visitor = visitor->next) {
         while (visitor != self && visitor->depth > 0 && !deadline.hasExpired())
