@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <thread>
 #include <typeinfo>
 
@@ -58,13 +59,15 @@ void ForgetOthers()
 }
 
 // Not a thread-local object: the thread may log beyond the end of those.
-pthread_key_t Key()
+// There may be none left; then the visitors of threads that have ended are not used again.
+std::optional<pthread_key_t> Key()
 {
-    static const pthread_key_t key = [] {
-        pthread_key_t made = 0;
-        pthread_key_create(&made, GiveBack);
+    static const auto key = []() -> std::optional<pthread_key_t> {
         pthread_atfork(nullptr, nullptr, ForgetOthers);
         syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0);
+        pthread_key_t made = 0;
+        if (pthread_key_create(&made, GiveBack) != 0)
+            return std::nullopt;
         return made;
     }();
     return key;
@@ -93,7 +96,8 @@ Q_NEVER_INLINE Visitor* Register()
 {
     Visitor* visitor = TakeOver();
     own = visitor ? visitor : Make();
-    pthread_setspecific(Key(), own);
+    if (const auto key = Key())
+        pthread_setspecific(*key, own);
     return own;
 }
 
