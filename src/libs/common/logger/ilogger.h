@@ -37,10 +37,11 @@ inline constexpr unsigned int basicFormat = 0x400;   ///< its basic layout; wins
  * IsPositionEnabled() there, and take a changed level or position at any time. Everything else is
  * set-up, meant for program start before other threads log.
  *
- * Once the thread that ends the process destroys static objects, log statements of other threads
- * are dropped; those that had begun are waited for, a second at most. Messages that are built
- * otherwise, and what other threads say through Qt by then, are not protected: end or join such
- * threads before main() returns.
+ * Log statements of other threads are dropped once the thread that ends the process destroys the
+ * static objects that there were when the first message was built; what is made later goes before.
+ * Statements that had begun are waited for, a second at most. Messages that are built otherwise,
+ * and what other threads say through Qt by then, are not protected: end or join such threads before
+ * main() returns.
  *
  * The order of the virtual functions is part of the binary interface.
  */
@@ -114,7 +115,8 @@ QVCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
 
 /**
  * Begins a log statement, if the current logger may want it. The message that is built next on this
- * thread, by the constructor without a logger, ends it.
+ * thread, by the constructor without a logger, ends it. This is not a test of the level: after true,
+ * a message must be built.
  *
  * @return false if nothing is to be built: there is no logger, or it is one of the two built-in
  *         ones (no subclass) and would drop that priority, or another thread has begun to end the

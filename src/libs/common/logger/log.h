@@ -70,7 +70,10 @@ void operator||(T&&, Dropped) = delete;
  */
 #define QVLOG(priority) QVLOG_STATEMENT(logCategory, __func__, priority)
 
-/** The same under a category of its own, the name of an ICategory, in place of @c logCategory. */
+/**
+ * The same under a category of its own in place of @c logCategory: an ICategory, as an lvalue
+ * without effects, since it stands twice in the expansion.
+ */
 #define QVLOG_TO(category, priority) QVLOG_STATEMENT(category, __func__, priority)
 
 /** The same for a helper that logs in the name of another function. */

@@ -6,7 +6,8 @@ namespace common::logger {
 
 // Threads note that they are within a log statement, with two plain stores: an atomic counter that
 // they share would cost more than all the rest of a statement that is dropped. Before what they use
-// is destroyed, they are waited for.
+// is destroyed, they are waited for. A message's stream goes after its statement has ended, and is
+// not waited for: its end frees memory and uses no static object.
 
 /** A statement begins on this thread, perhaps within another one. */
 void EnterStatement();
