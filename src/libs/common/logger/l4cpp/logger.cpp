@@ -50,10 +50,11 @@ IMessage::Priority PriorityOf(QtMsgType type)
     }
 }
 
-// Never freed: Qt's messages may outlive the static objects.
-QString& QtCategory()
+// Never freed: Qt's messages may outlive the static objects. In UTF-8, so that FindCategory() gets
+// the same address each time.
+QByteArray& QtCategory()
 {
-    static auto* name = new QString;
+    static auto* name = new QByteArray;
     return *name;
 }
 
@@ -152,7 +153,7 @@ void Logger::MessageHandler(QtMsgType type, const QMessageLogContext& context, c
         return GetDeafaultMessageHandler()(type, context, text);
     const LoggingGuard guard;
 
-    const QByteArray name = QtCategory().toUtf8();
+    const QByteArray name = QtCategory();
     const ICategory category{name.constData()};
     if (BeginStatement(&category, PriorityOf(type)))
         Message(&category, PriorityOf(type), context.file, context.function, context.line) << text;
@@ -261,7 +262,7 @@ bool Logger::Configure(IMessage::Priority level, unsigned int newOutputs, unsign
 {
     outputs = newOutputs;
     format = newFormat;
-    QtCategory() = qtCategory;
+    QtCategory() = qtCategory.toUtf8();
     if (Configure(configFile))
         return true;
 
