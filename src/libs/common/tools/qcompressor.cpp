@@ -29,9 +29,9 @@ struct Stream
     ~Stream() { end(&z); }
 };
 
-// How large the whole output will be, as far as the ratio up to here can tell. An attacker makes that,
-// so the steps are bounded; few are better, since an array that grows may be copied. What is not used
-// is never touched, and much of it given back.
+// How large the whole output will be, as far as the ratio up to here can tell. The input decides the
+// ratio, and may come from an attacker, so the buffer grows in bounded steps; in few steps, because
+// each may copy it. Memory beyond the output is never touched, and given back if it is much.
 int NextSize(qint64 produced, qint64 consumed, qint64 inputSize, int maxSize)
 {
     constexpr int firstSize = 1 << 16;
