@@ -4,6 +4,7 @@
 #include <common/logger/log.h>
 #include <common/logger/logger.h>
 
+#include <QSemaphore>
 #include <QString>
 #include <QThread>
 #include <QtGlobal>
@@ -11,6 +12,9 @@
 #include <cstdio>
 #include <cstring>
 #include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace common::logger;
 
@@ -64,6 +68,22 @@ int LogFromThreads(const QString& path)
     return 0;
 }
 
+// One thread never ends its statement; a child has no such thread.
+int ForkDuringStatement()
+{
+    SetLogger(GetLog4cpp());
+    GetLogger()->SetLevel(IMessage::ERROR);
+    QVLOG(ERROR) << "in main";
+    static QSemaphore begun;
+    std::thread([] { QVLOG_FROM("run", ERROR) << (begun.release(), pause()); }).detach();
+    begun.acquire();
+    const pid_t child = fork();
+    if (child == 0)
+        alarm(1);
+    int status = 0;
+    return child == 0 || waitpid(child, &status, 0) != child ? 0 : status;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -73,6 +93,8 @@ int main(int argc, char* argv[])
         return Loop(argc > 2 ? l4cpp::Logger::MessageHandler : PrintQtMessage);
     if (argc > 2 && strcmp(argv[1], "threads") == 0)
         return LogFromThreads(QString::fromLocal8Bit(argv[2]));
+    if (argc > 1 && strcmp(argv[1], "fork") == 0)
+        return ForkDuringStatement();
     if (argc < 2)
         return 2;
     const QString config = QString::fromLocal8Bit(argc > 2 ? argv[2] : "");

@@ -9,6 +9,7 @@
 #include <log4cpp/LayoutAppender.hh>
 #include <log4cpp/PatternLayout.hh>
 
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -565,6 +566,14 @@ private Q_SLOTS:
             const Program client = RunClient({"threads", path_});
             QCOMPARE(client.code, 0);
         }
+    }
+
+    void exitWaitsOnceForStatements()
+    {
+        QElapsedTimer time;
+        time.start();
+        QCOMPARE(RunClient({"fork"}).code, 0);
+        QVERIFY2(time.elapsed() < 1900, qPrintable(QString::number(time.elapsed())));
     }
 
     void fileThatCannotBeWrittenLeavesConsole()

@@ -115,8 +115,8 @@ QVCOMMON_EXPORT ILogger* SetLogger(ILogger* logger);
 
 /**
  * Begins a log statement, if the current logger may want it. The message that is built next on this
- * thread, by the constructor without a logger, ends it. This is not a test of the level: after true,
- * a message must be built.
+ * thread, by the constructor without a logger, ends it. Not a test of the level: after true, a
+ * message must be built.
  *
  * @return false if nothing is to be built: there is no logger, or it is one of the two built-in
  *         ones (no subclass) and would drop that priority, or another thread has begun to end the

@@ -21,7 +21,7 @@ namespace common::logger {
 namespace {
 
 constexpr int longestWait = 1000; // milliseconds for other threads
-constexpr std::chrono::microseconds pause(100);
+constexpr std::chrono::microseconds shortPause(100);
 constexpr std::chrono::milliseconds longestStore(1); // until others see it, at a guess
 constexpr size_t cacheLine = 64;
 
@@ -58,8 +58,8 @@ void ForgetOthers()
     }
 }
 
-// Not a thread-local object: the thread may log beyond the end of those.
-// There may be none left; then the visitors of threads that have ended are not used again.
+// Not a thread-local object: the thread may log beyond the end of those. There may be no key left;
+// then the visitors of threads that have ended are not used again.
 std::optional<pthread_key_t> Key()
 {
     static const auto key = []() -> std::optional<pthread_key_t> {
@@ -106,9 +106,9 @@ Visitor& Own()
     return own ? *own : *Register();
 }
 
-// The two sides of the protocol: a thread stores its depth, then looks whether the process exits; the
-// exiting thread stores that, then looks at the depths. The barrier between the first two is the
-// kernel's, asked for by AwaitStores().
+// The two sides of the protocol: a thread stores its depth, then looks whether the process exits;
+// the exiting thread stores that, then looks at the depths. The barrier between the first two is
+// the kernel's, asked for by AwaitStores().
 void Enter(Visitor& visitor)
 {
     const int depth = visitor.depth.load(std::memory_order_relaxed);
@@ -128,7 +128,7 @@ bool IsExitOfAnother(const Visitor& visitor)
     return first && first != &visitor;
 }
 
-// Registered in Key(), the first command takes microseconds, the second up to a tenth of a second.
+// The first command, registered in Key(), takes microseconds; the second takes milliseconds.
 void AwaitStores()
 {
     for (const int command : {MEMBARRIER_CMD_PRIVATE_EXPEDITED, MEMBARRIER_CMD_GLOBAL}) {
@@ -146,7 +146,7 @@ void AwaitOthers()
     const QDeadlineTimer deadline(longestWait);
     for (Visitor* visitor = visitors; visitor; visitor = visitor->next) {
         while (visitor != self && visitor->depth > 0 && !deadline.hasExpired())
-            std::this_thread::sleep_for(pause);
+            std::this_thread::sleep_for(shortPause);
     }
 }
 
