@@ -5,6 +5,7 @@ import os
 import statistics
 
 LIBRARY = "qvcommon"
+LARGEST_SPREAD = 10  # percent, of both together; beyond it no goal is judged
 
 
 class Work:
@@ -23,11 +24,11 @@ WORKS = {
     "md5": Work("MD5 of a file, bytes", "md5sum", 1.05, 1 << 30),
     "copy": Work("copy, files of 1 kB, in memory", "cp", 1.2, 20000),
     "copy-deep": Work("copy, 40 folders deep, in memory", "cp", 1.1, 5000),
-    "copy-disk": Work("copy, files of 1 kB, on a disk", "cp+sync", 1.3, 20000),
+    "copy-disk": Work("copy, files of 1 kB, on a disk", "cp+sync", 1.3, 5000),
     "copy-file": Work("copy of one file, bytes; processor time", "cp", 1.05, 2 << 30),
     "remove": Work("removal, files of 1 kB, in memory", "rm", 1.25, 20000),
     "remove-deep": Work("removal, 40 folders deep, in memory", "rm", 1.25, 5000),
-    "remove-disk": Work("removal, files of 1 kB, on a disk", "rm+sync", 1.25, 20000),
+    "remove-disk": Work("removal, files of 1 kB, on a disk", "rm+sync", 1.25, 5000),
     "gzip": Work("gzip, bytes", "zlib", 1.03, 1 << 20),
     "gunzip": Work("gunzip, bytes of the result", "zlib", 1.03, 1 << 20),
     "parse-address": Work("parsing a SIP address", "libosip2", 1.0, ""),
@@ -67,6 +68,8 @@ def size_text(size):
 
 def spread(values):
     """Half the distance between the quartiles, in percent of the median."""
+    if len(values) < 2:
+        return math.inf
     if len(values) < 4:
         return (max(values) - min(values)) / 2 / statistics.median(values) * 100
     low, _, high = statistics.quantiles(values, n=4)
@@ -95,19 +98,28 @@ class Row:
             return f"{(self.ours - self.theirs) * 1e3:+.1f} ms"
         return f"{self.ratio:.2f}"
 
+    def is_measurable(self):
+        return sum(self.spreads) <= LARGEST_SPREAD
+
     def goal_text(self):
         if self.work.extra_ms:
-            met = (self.ours - self.theirs) * 1e3 <= self.work.extra_ms
-            return f"+{self.work.extra_ms} ms" + ("" if met else ", missed")
-        if not self.work.goal:
+            goal = f"+{self.work.extra_ms} ms"
+            met = near = (self.ours - self.theirs) * 1e3 <= self.work.extra_ms
+        elif self.work.goal:
+            goal = f"{self.work.goal:.2f}"
+            met = self.ratio <= self.work.goal
+            near = self.ratio * (1 - sum(self.spreads) / 100) <= self.work.goal
+        else:
             return ""
-        if self.ratio <= self.work.goal:
-            return f"{self.work.goal:.2f}"
-        near = self.ratio * (1 - min(sum(self.spreads), 10) / 100) <= self.work.goal
-        return f"{self.work.goal:.2f}, " + ("within the spread" if near else "missed")
+        if not self.is_measurable():
+            return f"{goal}, not measurable (spread)"
+        if met:
+            return goal
+        return f"{goal}, " + ("within the spread" if near else "missed")
 
     def spread_text(self):
-        return f"{self.spreads[0]:.1f} / {self.spreads[1]:.1f} %"
+        return " / ".join("one round" if math.isinf(value) else f"{value:.1f} %"
+                          for value in self.spreads)
 
 
 def machine():
@@ -142,7 +154,7 @@ class Tables:
                 **self.times[name, size]}
 
     def print(self):
-        line = "{:42} {:>9}  {:>9}  {:34} {:>8}  {:24} {}"
+        line = "{:42} {:>9}  {:>9}  {:34} {:>8}  {:30} {}"
         print(line.format("work", "size", LIBRARY, "beside", "ratio", "goal", "spread"))
         for row in self.rows:
             print(line.format(*row.cells(), row.spread_text()))
@@ -226,7 +238,8 @@ def chart(rows):
              f'height="{height}" font-family="sans-serif" font-size="13">',
              '<rect width="100%" height="100%" fill="#ffffff"/>',
              '<text x="10" y="20">Time of the library, divided by the other\'s</text>',
-             '<text x="10" y="38" fill="#666666">left of 1: faster; red: the goal</text>']
+             '<text x="10" y="38" fill="#666666">left of 1: faster; red: the goal; grey: not measurable'
+             '</text>']
     for ratio in (1 / 4, 1 / 2, 1, 2, 4, 8):
         label = f"{ratio:g}" if ratio >= 1 else f"1/{1 / ratio:.0f}"
         colour = "#444444" if ratio == 1 else "#dddddd"
@@ -237,6 +250,8 @@ def chart(rows):
         y = 66 + number * step
         start, end = sorted((place(1), place(row.ratio)))
         colour = "#2a7f62" if row.ratio <= (row.work.goal or 1) else "#c77d28"
+        if not row.is_measurable():
+            colour = "#999999"
         title = row.name.replace("-", " ")
         parts.append(f'<text x="{left}" y="{y + 13}">{title} {size_text(row.size)} : '
                      f'{row.work.first}</text>'

@@ -24,6 +24,8 @@ sys.dont_write_bytecode = True
 import report  # noqa: E402
 
 LIBRARY = "qvcommon"
+PLANNED_MINUTES = 5
+SHARES = {"log": 35, "values": 60, "web": 85, "trees": 80, "disk": 35}  # of the time, by steps
 PROGRAMS = [f"bench/bench_{name}" for name in (
     "launch", "jobs", "start", "start_empty", "start_desktop", "log", "values", "requests",
     "identifiers")] + ["src/apps/qvtool/qvtool"]
@@ -34,8 +36,10 @@ COMMANDS = ["aria2c", "chattr", "cp", "curl", "md5sum", "nginx", "rm", "rsync", 
 class Bench:
     """What all measurements share: where things are, how long they may take, what came of them."""
 
-    def __init__(self, build, folder, disk, pace):
-        self.build, self.folder, self.disk, self.pace = build, folder, disk, pace
+    def __init__(self, build, folder, disk, minutes):
+        self.build, self.folder, self.disk = build, folder, disk
+        self.pace = minutes / PLANNED_MINUTES
+        self.end = self.step_end = time.monotonic() + minutes * 60
         self.times = {}   # by work and size, then contestant: seconds
         self.memory = {}  # the same: peaks in KiB of whole commands
 
@@ -43,6 +47,18 @@ class Bench:
         self.times.setdefault((work, size), {}).setdefault(contestant, []).append(seconds)
         if memory is not None:
             self.memory.setdefault((work, size), {}).setdefault(contestant, []).append(memory)
+
+    def take_step(self, names, step):
+        """Measures the first of the steps that are left, which share the time that is left."""
+        left = sum(SHARES[name] for name in names)
+        self.step_end = time.monotonic() + (self.end - time.monotonic()) * SHARES[names[0]] / left
+        step(self)
+
+    def time_left(self):
+        return self.step_end - time.monotonic()
+
+    def until(self, seconds):
+        return min(time.monotonic() + seconds * self.pace, self.step_end)
 
     def program(self, name):
         return self.build / "bench" / f"bench_{name}"
@@ -60,12 +76,17 @@ class Bench:
             peak = max(peak, int(figures[2]))
         return seconds, processor, peak
 
-    def compare(self, work, size, contestants, seconds, before=None, processor=False):
-        """Times whole commands in turn, for so long, but three rounds at least."""
+    def compare(self, work, size, contestants, seconds, before=None, processor=False, most=40):
+        """Times whole commands in turn, for so long, but three rounds at least.
+
+        A step that is late has one round of the sizes that the first table shows, and no others.
+        """
+        if self.time_left() <= 0 and size != report.WORKS[work].shown:
+            return
         names = list(contestants)
-        deadline = time.monotonic() + seconds * self.pace
+        until = self.until(seconds)
         turn = 0
-        while turn < 3 or (turn < 40 and time.monotonic() < deadline):
+        while turn == 0 or (turn < most and time.monotonic() < (until if turn >= 3 else self.step_end)):
             shift = turn % len(names)
             for name in names[shift:] + names[:shift]:
                 commands = contestants[name]
@@ -75,13 +96,20 @@ class Bench:
                 self.add(work, size, name, used if processor else wall, peak)
             turn += 1
 
-    def run_benchmark(self, name, repetitions, only=".", arguments=(), min_time=0.02):
-        """Runs a Google Benchmark program on one processor, its contestants interleaved at random."""
+    def run_benchmark(self, name, seconds, only=".", arguments=(), min_time=0.02):
+        """Runs a Google Benchmark program, for so long, but once at least."""
+        until = self.until(seconds)
+        self.repeat_benchmark(name, only, arguments, min_time)
+        while time.monotonic() < until:
+            self.repeat_benchmark(name, only, arguments, min_time)
+
+    def repeat_benchmark(self, name, only, arguments, min_time):
+        """Three rounds of it on one processor, its contestants interleaved at random."""
         output = subprocess.run(
             ["taskset", "-c", "1" if os.cpu_count() > 1 else "0", self.program(name), *arguments,
              "--benchmark_format=json", f"--benchmark_filter={only}",
-             f"--benchmark_repetitions={max(3, round(repetitions * self.pace))}",
-             "--benchmark_enable_random_interleaving=true", f"--benchmark_min_time={min_time}"],
+             "--benchmark_repetitions=3", "--benchmark_enable_random_interleaving=true",
+             f"--benchmark_min_time={min_time}"],
             check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
         for run in json.loads(output)["benchmarks"]:
             if run["run_type"] != "iteration":
@@ -137,13 +165,13 @@ def make_file(path, size):
 
 
 def measure_log(bench):
-    bench.run_benchmark("log", 18)
+    bench.run_benchmark("log", 30)
 
 
 def measure_values(bench):
-    bench.run_benchmark("identifiers", 10)
-    bench.run_benchmark("values", 12, "/(1024|1048576|140|4096|65536|100000|1000000)$")
-    bench.run_benchmark("values", 3, "/(67108864|10000000)$", min_time=0.001)
+    bench.run_benchmark("identifiers", 8)
+    bench.run_benchmark("values", 25, "/(1024|1048576|140|4096|65536|100000|1000000)$")
+    bench.run_benchmark("values", 10, "/(67108864|10000000)$", min_time=0.001)
     jobs = bench.program("jobs")
     text = bench.folder / "text"
     make_file(text, 64 << 20)
@@ -159,7 +187,7 @@ def measure_web(bench):
     with web_server(bench.folder) as (documents, url):
         for size in (1 << 10, 64 << 10, 1 << 20):
             make_file(documents / str(size), size)
-        bench.run_benchmark("requests", 30, arguments=[f"{url}/BYTES"], min_time=0.03)
+        bench.run_benchmark("requests", 15, arguments=[f"{url}/BYTES"], min_time=0.03)
         measure_start(bench, f"{url}/1024")
         for size in (64 << 20, 1 << 30):
             measure_download(bench, documents, url, size)
@@ -194,7 +222,7 @@ def measure_download(bench, documents, url, size):
     bench.compare("md5", size, {LIBRARY: [[bench.program("jobs"), "md5", document]],
                                 "md5sum": [["md5sum", document]]}, 3)
     document.unlink()
-    target.unlink()
+    target.unlink(missing_ok=True)
 
 
 def measure_trees(bench):
@@ -215,7 +243,9 @@ def measure_trees(bench):
               "QFile::copy": [[jobs, "copy", "qfile", tree, target]]}
     removals = {LIBRARY: [[jobs, "remove", LIBRARY, target]], "rm": [["rm", "-rf", target]],
                 "std::filesystem": [[jobs, "remove", "filesystem", target]]}
-    for suffix, files, depth in (("", 5000, 1), ("", 20000, 1), ("", 80000, 1), ("-deep", 5000, 40)):
+    for suffix, files, depth in (("", 20000, 1), ("-deep", 5000, 40), ("", 5000, 1), ("", 80000, 1)):
+        if bench.time_left() <= 0 and files != report.WORKS[f"copy{suffix}"].shown:
+            continue
         make_tree(bench, tree, files, depth, 1000)
         few = 2 if files == 80000 else None
         bench.compare(f"copy{suffix}", files, dict(list(copies.items())[:few]), 6, remove_target)
@@ -238,10 +268,13 @@ def make_tree(bench, tree, files, depth, size):
 def measure_disk(bench):
     with tempfile.TemporaryDirectory(prefix="bench-", dir=bench.disk) as top:
         for files in (5000, 20000):
+            start = time.monotonic()
             place = pathlib.Path(top) / str(files)
             place.mkdir()
             subprocess.run([find("chattr"), "+T", place], stderr=subprocess.DEVNULL)  # ext4's
             measure_disk_tree(bench, place, files)
+            if bench.time_left() < 2 * (time.monotonic() - start):
+                break  # a round of four times as many would take too long
 
 
 def measure_disk_tree(bench, place, files):
@@ -263,10 +296,11 @@ def measure_disk_tree(bench, place, files):
         LIBRARY: into("library", jobs, "copy", LIBRARY, tree),
         "cp+sync": flushed(into("cp", "cp", "-r", tree)),
         "rsync+sync": flushed(into("rsync", "rsync", "-a", f"{tree}/"))}, 5)
-    made = iter(sorted(place.glob("*/copy")))
+    copies = sorted(place.glob("*/copy"))
+    made = iter(copies)
     bench.compare("remove-disk", files, {
         LIBRARY: lambda _: [[jobs, "remove", LIBRARY, next(made)]] + flush,
-        "rm+sync": lambda _: [["rm", "-rf", next(made)]] + flush}, 0)
+        "rm+sync": lambda _: [["rm", "-rf", next(made)]] + flush}, 0, most=len(copies) // 2)
 
 
 STEPS = {"log": measure_log, "values": measure_values, "web": measure_web, "trees": measure_trees,
@@ -288,7 +322,8 @@ def main():
     parser.add_argument("--build", type=pathlib.Path, default=pathlib.Path("build/release"))
     parser.add_argument("--only", choices=STEPS, help="measure this alone")
     parser.add_argument("--report", type=pathlib.Path, help="write the tables into this document")
-    parser.add_argument("--minutes", type=float, default=4.5, help="about how long (4.5)")
+    parser.add_argument("--minutes", type=float, default=PLANNED_MINUTES,
+                        help=f"how long ({PLANNED_MINUTES}); less time has fewer rounds and sizes")
     parser.add_argument("--disk", default="/var/tmp", help="a directory on a disk (/var/tmp)")
     options = parser.parse_args()
     if options.only and options.report:
@@ -297,11 +332,12 @@ def main():
     start, load = time.monotonic(), os.getloadavg()[0]
     shared = "/dev/shm" if os.path.isdir("/dev/shm") else None
     with tempfile.TemporaryDirectory(prefix="bench-", dir=shared) as folder:
-        bench = Bench(options.build.resolve(), pathlib.Path(folder), options.disk, options.minutes / 4.5)
-        for name, step in STEPS.items():
-            if options.only in (None, name):
-                print(f"bench: {name}, after {time.monotonic() - start:.0f} s", file=sys.stderr, flush=True)
-                step(bench)
+        bench = Bench(options.build.resolve(), pathlib.Path(folder), options.disk, options.minutes)
+        names = [options.only] if options.only else list(STEPS)
+        while names:
+            print(f"bench: {names[0]}, after {time.monotonic() - start:.0f} s", file=sys.stderr, flush=True)
+            bench.take_step(names, STEPS[names[0]])
+            del names[0]
     tables = report.Tables(bench.times, bench.memory)
     tables.print()
     if options.report:
