@@ -77,16 +77,16 @@ class Bench:
         return seconds, processor, peak
 
     def compare(self, work, size, contestants, seconds, before=None, processor=False, most=40):
-        """Times whole commands in turn, for so long, but three rounds at least.
+        """Times whole commands in turn, for so long, but three rounds if the step has time.
 
         A step that is late has one round of the sizes that the first table shows, and no others.
         """
         if self.time_left() <= 0 and size != report.WORKS[work].shown:
             return
         names = list(contestants)
-        until = self.until(seconds)
+        start, until = time.monotonic(), self.until(seconds)
         turn = 0
-        while turn == 0 or (turn < most and time.monotonic() < (until if turn >= 3 else self.step_end)):
+        while turn == 0 or (turn < most and has_time(start, turn, until if turn >= 3 else self.step_end)):
             shift = turn % len(names)
             for name in names[shift:] + names[:shift]:
                 commands = contestants[name]
@@ -98,10 +98,11 @@ class Bench:
 
     def run_benchmark(self, name, seconds, only=".", arguments=(), min_time=0.02):
         """Runs a Google Benchmark program, for so long, but once at least."""
-        until = self.until(seconds)
-        self.repeat_benchmark(name, only, arguments, min_time)
-        while time.monotonic() < until:
+        start, until = time.monotonic(), self.until(seconds)
+        turn = 0
+        while turn == 0 or has_time(start, turn, until):
             self.repeat_benchmark(name, only, arguments, min_time)
+            turn += 1
 
     def repeat_benchmark(self, name, only, arguments, min_time):
         """Three rounds of it on one processor, its contestants interleaved at random."""
@@ -123,6 +124,12 @@ class Bench:
                 size = parts[-1].removeprefix("threads:")
             self.add(parts[0], int(size) if size else "", parts[1],
                      run["cpu_time"] / 1e9)
+
+
+def has_time(start, turns, until):
+    """Whether one more turn, as long as those since the start, ends in time."""
+    now = time.monotonic()
+    return now + (now - start) / turns <= until
 
 
 @contextlib.contextmanager
