@@ -64,7 +64,6 @@ std::optional<pthread_key_t> Key()
 {
     static const auto key = []() -> std::optional<pthread_key_t> {
         pthread_atfork(nullptr, nullptr, ForgetOthers);
-        syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0);
         pthread_key_t made = 0;
         if (pthread_key_create(&made, GiveBack) != 0)
             return std::nullopt;
@@ -128,7 +127,11 @@ bool IsExitOfAnother(const Visitor& visitor)
     return first && first != &visitor;
 }
 
-// The first command, registered in Key(), takes microseconds; the second takes milliseconds.
+// When the library is loaded: once there are other threads, this takes milliseconds.
+[[maybe_unused]] const bool isBarrierRegistered =
+    syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0) == 0;
+
+// The first command takes microseconds, the second takes milliseconds.
 void AwaitStores()
 {
     for (const int command : {MEMBARRIER_CMD_PRIVATE_EXPEDITED, MEMBARRIER_CMD_GLOBAL}) {
