@@ -29,9 +29,9 @@ struct Stream
     ~Stream() { end(&z); }
 };
 
-// How large the whole output will be, as far as the ratio up to here can tell. The input decides the
-// ratio, and may come from an attacker, so the buffer grows in bounded steps; in few steps, because
-// each may copy it. Memory beyond the output is never touched, and given back if it is much.
+// How large the whole output will be, as far as the ratio up to here can tell. The input decides
+// the ratio, and may come from an attacker, so the buffer grows in bounded steps; in few steps,
+// because each may copy it. Memory beyond the output is not touched, and given back if it is much.
 int NextSize(qint64 produced, qint64 consumed, qint64 inputSize, int maxSize)
 {
     constexpr int firstSize = 1 << 16;
@@ -42,8 +42,8 @@ int NextSize(qint64 produced, qint64 consumed, qint64 inputSize, int maxSize)
     return static_cast<int>(qMin<qint64>(size, maxSize));
 }
 
-// Straight from the input into the output: zlib copies its window at the end of each call. Ends with
-// what was made in the output, be it in a call that failed.
+// Straight from the input into the output: zlib copies its window at the end of each call. Ends
+// with what was made in the output, be it in a call that failed.
 bool Run(Stream& stream, const QByteArray& input, QByteArray& output, int maxSize)
 {
     z_stream& z = stream.z;
