@@ -32,9 +32,14 @@ private:
     bool released_ = false;
 };
 
-HeldReply::HeldReply(QNetworkReply* reply, QObject* owner)
-    : reply_(reply), guard_(new Guard(reply)), owner_(owner)
+HeldReply::HeldReply(QNetworkReply* reply, QObject* owner, bool isVerified, qint64 mostBytes)
+    : verified(isVerified),
+      maxSize(mostBytes),
+      reply_(reply),
+      guard_(new Guard(reply)),
+      owner_(owner)
 {
+    reply->setReadBufferSize(maxSize + 1); // also while the event loop stands still
 }
 
 HeldReply::~HeldReply()

@@ -21,7 +21,7 @@ class HeldReply
 {
 public:
     /** Takes the reply over for the owner, whose connections to it are cut in the end. */
-    HeldReply(QNetworkReply* reply, QObject* owner);
+    HeldReply(QNetworkReply* reply, QObject* owner, bool isVerified, qint64 mostBytes);
     /** Aborts a running reply. Observers of that may do anything, so nothing may hold this here. */
     ~HeldReply();
 
@@ -30,6 +30,10 @@ public:
     /** Nothing of the reply reaches the owner any more. */
     void Silence();
 
+    /** Whether the peer is verified, whatever the settings have become since it was asked. */
+    const bool verified;
+    /** Most bytes to hold of the reply, likewise. */
+    const qint64 maxSize;
     /** What was read of a body that is too large. */
     std::optional<QByteArray> beginning;
     /** What is wrong with the certificates of a peer that is verified. */

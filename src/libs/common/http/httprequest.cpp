@@ -273,8 +273,8 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
 
 void HttpRequest::HoldReply(QNetworkReply* reply)
 {
-    auto held = std::make_unique<HeldReply>(reply, this);
-    reply->setReadBufferSize(State().maxReplySize + 1); // also while the event loop stands still
+    auto held =
+        std::make_unique<HeldReply>(reply, this, State().verifiesPeer, State().maxReplySize);
     if (GetTimeout() > 0) {
         const QTimer& timer = held->MakeTimer(Milliseconds(GetTimeout()));
         connect(&timer, &QTimer::timeout, this, &HttpRequest::OnRequestTimeout);
@@ -423,12 +423,13 @@ void HttpRequest::OnRequestTimeout()
 
 void HttpRequest::OnSslErrors(const QList<QSslError>& errors)
 {
-    const RequestState& state = State();
-    for (const QSslError& error : errors) {
-        if (state.verifiesPeer && state.held)
-            state.held->problems << error.errorString();
+    HeldReply* held = State().held.get();
+    if (held && held->verified) {
+        for (const QSslError& error : errors)
+            held->problems << error.errorString();
+        return;
     }
-    if (state.verifiesPeer || !ignoreSslErrors_)
+    if (!ignoreSslErrors_)
         return;
     REQUEST_LOG(WARN) << "Ignoring SSL errors!";
     if (auto* reply = qobject_cast<QNetworkReply*>(sender()))
@@ -461,13 +462,14 @@ void HttpRequest::OnRequestFinished()
 
 void HttpRequest::CheckSize()
 {
-    if (reply_->bytesAvailable() <= State().maxReplySize)
+    HeldReply& held = *State().held;
+    if (reply_->bytesAvailable() <= held.maxSize)
         return;
     QNetworkReply* reply = reply_;
     const QPointer<QNetworkReply> alive(reply);
-    State().held->beginning = reply->read(State().maxReplySize); // cannot be read later
-    reply->abort();                                              // which finishes it
-    if (alive) // Qt would complain about what is still on its way
+    held.beginning = reply->read(held.maxSize); // cannot be read later
+    reply->abort();                             // which finishes it
+    if (alive)                                  // Qt would complain about what is still on its way
         QCoreApplication::removePostedEvents(reply, QEvent::MetaCall);
 }
 
@@ -480,7 +482,7 @@ HttpRequest::Outcome HttpRequest::TakeOutcome()
         State().held->Silence(); // more progress may follow an abort
     if (!complete && status < badRequest)
         return {QNetworkReply::UnknownContentError,
-                QStringLiteral("The reply is larger than %1 bytes").arg(State().maxReplySize),
+                QStringLiteral("The reply is larger than %1 bytes").arg(State().held->maxSize),
                 QByteArray()};
     if (!complete && outcome.code == QNetworkReply::OperationCanceledError) {
         outcome.code = ErrorOfStatus(status);
@@ -499,7 +501,7 @@ HttpRequest::Outcome HttpRequest::TakeOutcome()
 // Whether it is all of the body.
 bool HttpRequest::TakeBody(QByteArray& body)
 {
-    const auto maxSize = static_cast<int>(State().maxReplySize);
+    const auto maxSize = static_cast<int>(State().held->maxSize);
     auto& beginning = State().held->beginning;
     const bool complete = !beginning && reply_->bytesAvailable() <= maxSize;
     body = complete    ? reply_->readAll()
