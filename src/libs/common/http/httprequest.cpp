@@ -303,6 +303,8 @@ QNetworkRequest HttpRequest::BuildRequest()
 {
     QNetworkRequest request(GetUrl());
     SetSslConfiguration(request);
+    if (State().verifiesPeer)
+        SeparateVerified(request);
     for (auto it = rawHeaders_.cbegin(); it != rawHeaders_.cend(); ++it)
         request.setRawHeader(it.key().toUtf8(), it.value().toUtf8());
     if (!rawHeaders_.contains(acceptEncoding))
@@ -319,14 +321,13 @@ void HttpRequest::SetSslConfiguration(QNetworkRequest& request)
     configuration.setLocalCertificate(certificate_);
     configuration.setPrivateKey(key_);
     const RequestState& state = State();
-    if (state.verifiesPeer) {
-        VerifyPeer(request, configuration,
-                   state.authorities.isEmpty() ? caCertificates_ : state.authorities);
-    } else {
-        configuration.setCaCertificates(caCertificates_);
-        configuration.setProtocol(QSsl::AnyProtocol);
-        configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
-    }
+    const bool ownAuthorities = state.verifiesPeer && !state.authorities.isEmpty();
+    const auto& authorities = ownAuthorities ? state.authorities : caCertificates_;
+    if (!state.verifiesPeer || !authorities.isEmpty())
+        configuration.setCaCertificates(authorities);
+    configuration.setProtocol(state.verifiesPeer ? QSsl::TlsV1_2OrLater : QSsl::AnyProtocol);
+    configuration.setPeerVerifyMode(state.verifiesPeer ? QSslSocket::VerifyPeer
+                                                       : QSslSocket::VerifyNone);
     request.setSslConfiguration(configuration);
 }
 

@@ -4,6 +4,8 @@
 #include <QHash>
 #include <QHostAddress>
 #include <QMutex>
+#include <QSslCertificate>
+#include <QSslConfiguration>
 
 namespace common::http {
 
@@ -44,15 +46,12 @@ QString VerifyName(const QString& host, int number)
 
 } // namespace
 
-void VerifyPeer(QNetworkRequest& request, QSslConfiguration& configuration,
-                const QList<QSslCertificate>& authorities)
+void SeparateVerified(QNetworkRequest& request)
 {
-    if (!authorities.isEmpty())
-        configuration.setCaCertificates(authorities);
-    configuration.setProtocol(QSsl::TlsV1_2OrLater);
-    configuration.setPeerVerifyMode(QSslSocket::VerifyPeer);
-    request.setPeerVerifyName(
-        VerifyName(request.url().host(), NumberOf(configuration.caCertificates())));
+    const QSslConfiguration configuration = request.sslConfiguration();
+    if (configuration.peerVerifyMode() == QSslSocket::VerifyPeer)
+        request.setPeerVerifyName(
+            VerifyName(request.url().host(), NumberOf(configuration.caCertificates())));
 }
 
 } // namespace common::http

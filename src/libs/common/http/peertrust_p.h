@@ -1,17 +1,13 @@
 #pragma once
 
-#include <QList>
 #include <QNetworkRequest>
-#include <QSslCertificate>
-#include <QSslConfiguration>
 
 namespace common::http {
 
 /**
- * Has the peer of the request verified by the given CA certificates, or without any by those of the
- * configuration, on a connection that none verified otherwise has used.
+ * Has a request that verifies its peer use only connections that were verified by the same CA
+ * certificates. Its TLS configuration must be set before.
  */
-void VerifyPeer(QNetworkRequest& request, QSslConfiguration& configuration,
-                const QList<QSslCertificate>& authorities);
+void SeparateVerified(QNetworkRequest& request);
 
 } // namespace common::http
