@@ -162,6 +162,7 @@ private Q_SLOTS:
         Reply packedError = Gzip(packed);
         packedError.status = 500;
         QTest::newRow("most") << Reply::Ok(most) << QStringList{"binary " + most, "text " + most};
+        QTest::newRow("data URL") << Reply::Ok(more) << QStringList("error 299 ");
         QTest::newRow("drip") << Drip(more.repeated(20), 600, 20) << QStringList("error 299 ");
         QTest::newRow("unpacked") << Gzip(packed) << QStringList("error 299 ");
         QTest::newRow("404") << Reply::Status(404, "No", more) << QStringList("error 203 " + most);
@@ -177,6 +178,8 @@ private Q_SLOTS:
         const auto request = NewRequest();
         request->SetAttemptCountOnNetworkProblem(3);
         QVERIFY(request->SetMaxReplySize(1000));
+        if (QString(QTest::currentDataTag()) == "data URL")
+            request->SetUrl(QUrl("data:," + reply.body));
         const RequestRecord record(request.get());
         QVERIFY(request->Get());
         request->SetMaxReplySize(0); // holds for later sends only
@@ -426,14 +429,20 @@ private Q_SLOTS:
 
     void newSendReplacesEverythingPending()
     {
-        server_.Script(path_, {Reply::Status(429, "Slow"), Drip("body", 1, 50)});
+        Reply slow = Drip(QByteArray(5000, 'x'), 900, 150);
+        slow.status = 429;
+        server_.Script(path_, {slow, Drip("body", 1, 50)});
         const auto request = NewRequest();
+        request->SetMaxReplySize(1000);
+        request->SetTimeout(60);
         request->SetAttemptCountOnNetworkProblem(2);
         request->SetAttemptIntervalOnNetworkProblem(1000);
         const RequestRecord record(request.get());
         const RecordingLogger log;
         QVERIFY(request->Get());
         QTRY_VERIFY(!log.Lines("will be taken in '1000' seconds.").isEmpty());
+        for (const QTimer* silence : request->Reply()->findChildren<QTimer*>())
+            QVERIFY(!silence->isActive());
         QVERIFY(request->Get());
         request->SetAttemptIntervalOnNetworkProblem(0); // if it is still pending, it comes now
         QTRY_COMPARE(record.Signals(), QStringList({"binary body", "text body"}));
@@ -464,6 +473,23 @@ private Q_SLOTS:
         QTRY_COMPARE(record.Finals(), 2);
         QTest::qWait(quietPeriod);
         QCOMPARE(record.Finals(), 2);
+    }
+
+    // One observer sends anew from inside the abort, the next deletes the request.
+    void deletionFromInsideSecondAbort()
+    {
+        server_.Script(path_, {Silent()});
+        auto* request = NewRequest().release();
+        QVERIFY(request->Get());
+        int ends = 0;
+        connect(&manager_, &QNetworkAccessManager::finished, request, [&] {
+            if (++ends == 1)
+                request->Get();
+            else
+                delete request;
+        });
+        QVERIFY(!request->Get());
+        QCOMPARE(ends, 2);
     }
 };
 

@@ -245,9 +245,10 @@ bool HttpRequest::SendRequest(HTTPRequestMethod method)
     const QPointer<HttpRequest> self(this);
     if (reply_)
         Abort();
+    if (self)
+        ReleaseReply();
     if (!self)
-        return false;
-    ReleaseReply();
+        return false; // somebody has answered the abort with a deletion
     if (resendTimer_)
         resendTimer_->stop(); // a pending re-send would cut off the new transfer later
 
@@ -448,6 +449,8 @@ void HttpRequest::OnRequestFinished()
         return;
     }
 
+    if (State().held->beginning)
+        State().held->Silence(); // more progress may follow the abort
     if (HttpStatus(*reply_) == tooManyRequests) {
         LogAcceptedReply();
         if (AskRetryIfPossible())
@@ -466,11 +469,13 @@ void HttpRequest::CheckSize()
     HeldReply& held = *State().held;
     if (reply_->bytesAvailable() <= held.maxSize)
         return;
-    QNetworkReply* reply = reply_;
-    const QPointer<QNetworkReply> alive(reply);
-    held.beginning = reply->read(held.maxSize); // cannot be read later
-    reply->abort();                             // which finishes it
-    if (alive)                                  // Qt would complain about what is still on its way
+    const QPointer<QNetworkReply> reply(reply_);
+    held.beginning = HttpStatus(*reply) < badRequest
+                         ? QByteArray()
+                         : reply->read(held.maxSize); // cannot be read later
+    const bool finishes = reply->isRunning();         // finished() of a local reply is on its way
+    reply->abort();
+    if (reply && finishes) // Qt would complain about what is still on its way
         QCoreApplication::removePostedEvents(reply, QEvent::MetaCall);
 }
 
@@ -479,8 +484,6 @@ HttpRequest::Outcome HttpRequest::TakeOutcome()
     Outcome outcome = {reply_->error(), reply_->errorString(), QByteArray()};
     const int status = HttpStatus(*reply_);
     const bool complete = TakeBody(outcome.body);
-    if (!complete)
-        State().held->Silence(); // more progress may follow an abort
     if (!complete && status < badRequest)
         return {QNetworkReply::UnknownContentError,
                 QStringLiteral("The reply is larger than %1 bytes").arg(State().held->maxSize),
