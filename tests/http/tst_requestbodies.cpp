@@ -198,10 +198,12 @@ private Q_SLOTS:
                 QFile::resize(path, sizeLater);
         });
         const RequestRecord record(request.get());
-        const RecordingLogger quiet;
+        const RecordingLogger log;
         QCOMPARE(request->Post(), !outcome.isEmpty());
         QTRY_COMPARE(record.Finals(), outcome.isEmpty() ? 0 : 1);
         QCOMPARE(record.Finals() ? record.Signals().last() : QString(), outcome);
+        QCOMPARE(log.Lines("File '" + path + "' became shorter while it was sent").size(),
+                 outcome.startsWith("error") ? 1 : 0);
     }
 };
 

@@ -46,8 +46,8 @@ IFileDownload::~IFileDownload() = default;
 
 bool IFileDownload::SetPeerVerification(bool verify, const QList<QSslCertificate>& authorities)
 {
-    auto* own = qobject_cast<FileDownload*>(this);
-    return own && own->request_ && own->request_->SetPeerVerification(verify, authorities);
+    auto* request = findChild<IHttpRequest*>(QString(), Qt::FindDirectChildrenOnly);
+    return request && request->SetPeerVerification(verify, authorities);
 }
 
 bool IFileDownload::SetExpectedDigest(QCryptographicHash::Algorithm algorithm,

@@ -217,8 +217,6 @@ protected:
     bool CheckDownload();
 
 private:
-    friend class IFileDownload;
-
     QVCOMMON_NO_EXPORT void DrainAsDataArrives();
     QVCOMMON_NO_EXPORT void Drain(QNetworkReply& reply);
     QVCOMMON_NO_EXPORT bool HasDigest(QFile& file, QCryptographicHash::Algorithm algorithm,

@@ -38,7 +38,11 @@ protected:
     {
         const qint64 wanted = qMin(maxSize, size_ - pos());
         const qint64 count = QFile::readData(data, wanted);
-        return count == 0 && wanted > 0 ? -1 : count; // which ends the request
+        if (count != 0 || wanted <= 0)
+            return count;
+        QVLOG(ERROR)
+            << QStringLiteral("File '%1' became shorter while it was sent").arg(fileName());
+        return -1; // which ends the request
     }
 
 private:
