@@ -244,18 +244,26 @@ private Q_SLOTS:
         QCOMPARE(Run({"get", "URL/slow", "--tries", "2", "--interval", "0"}).code, 1);
         QCOMPARE(server_.RequestsFor("/slow").size(), 2);
 
-        qputenv("http_proxy", server_.Url({}).toEncoded());
+        qputenv("http_proxy", server_.Url({}).authority().toUtf8());
         qputenv("no_proxy", "127.0.0.1");
         server_.Script("http://service.test/ok", {Reply::Ok("by proxy")});
         QCOMPARE(Run({"get", "http://service.test/ok"}).out, QString("by proxy"));
         QCOMPARE(Run({"get", "URL/ok"}).out, QString("body"));
-        qunsetenv("http_proxy");
         qunsetenv("no_proxy");
+        qputenv("NO_PROXY", "*");
+        qputenv("http_proxy", "127.0.0.1:1");
+        QCOMPARE(Run({"get", "URL/ok"}).out, QString("body"));
+        qunsetenv("http_proxy");
+        qunsetenv("NO_PROXY");
 
         server_.Script("/gzip", {Gzip("no gzip")});
         result = Run({"get", "URL/gzip"});
         QCOMPARE(result.out, QString("no gzip"));
         QVERIFY(result.err.contains("Failed to decompress gzip"));
+        auto script = QVector<Reply>(8, Reply::Dropped()).toList();
+        server_.Script("/gzip/later", script << Reply::Ok("body"));
+        result = Run({"get", "URL/gzip/later", "--tries", "9", "--interval", "0"});
+        QCOMPARE(result.out + result.err, QString("body"));
 
         result = Run({"get", "URL/ok"}, {}, "/dev/full");
         QCOMPARE(result.code, 1);

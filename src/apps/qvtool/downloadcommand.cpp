@@ -1,6 +1,7 @@
 #include "downloadcommand.h"
 
 #include "interrupt.h"
+#include "proxy.h"
 #include "text.h"
 
 #include <common/tools/string/converter.h>
@@ -8,7 +9,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QNetworkProxyFactory>
 #include <QNetworkReply>
 
 #include <cerrno>
@@ -117,7 +117,7 @@ void DownloadCommand::Configure(Arguments& arguments)
 
     download_->SetUrl(arguments.HttpUrl(0));
     download_->SetPeerVerification(!arguments.Has(insecureOption));
-    QNetworkProxyFactory::setUseSystemConfiguration(true);
+    UseProxiesOfEnvironment();
     download_->SetExpectedMD5(arguments.Digest(md5Option, 32));
     sha256_ = arguments.Digest(sha256Option, 64);
     download_->SetExpectedDigest(QCryptographicHash::Sha256, sha256_);

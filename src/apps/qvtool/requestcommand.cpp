@@ -1,6 +1,7 @@
 #include "requestcommand.h"
 
 #include "input.h"
+#include "proxy.h"
 #include "text.h"
 
 #include <common/http/httprequestdatamap.h>
@@ -8,7 +9,6 @@
 
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QNetworkProxyFactory>
 #include <QRegularExpression>
 
 namespace qvtool {
@@ -65,7 +65,7 @@ void RequestCommand::Configure(Arguments& arguments)
     request_->SetAttemptIntervalOnNetworkProblem(arguments.Number(intervalOption, 0));
     request_->SetTimeout(arguments.Number(timeoutOption, 0));
     request_->SetPeerVerification(!arguments.Has(insecureOption));
-    QNetworkProxyFactory::setUseSystemConfiguration(true);
+    UseProxiesOfEnvironment();
     SetHeaders(arguments);
 }
 
@@ -121,7 +121,7 @@ void RequestCommand::OnFinished(const QByteArray& body)
     if (!target.isEmpty())
         return Fail(QStringLiteral("%1: redirected to %2").arg(Address(), target));
     const QString warning = Log().LastFailure("OnRequestFinished");
-    if (warning.contains(QLatin1String("gzip")))
+    if (warning.startsWith(QLatin1String("Failed to decompress gzip")))
         PrintError(Address() + QStringLiteral(": ") + warning);
     FinishWritten(PrintBytes(stdout, body));
 }
