@@ -60,9 +60,14 @@ void Client::Trust(const QString& ca)
 {
     common::http::IHttpRequest* request = CreateHttpRequest(&manager, this);
     //! [verification]
-    request->SetPeerVerification(true);                                // the system's
-    request->SetPeerVerification(true, QSslCertificate::fromPath(ca)); // those of a PEM file
+    request->SetPeerVerification(true);
     //! [verification]
+    //! [authorities]
+    const QList<QSslCertificate> authorities = QSslCertificate::fromPath(ca); // a PEM file
+    if (authorities.isEmpty())
+        return ShowProblem("The CA certificates cannot be read.");
+    request->SetPeerVerification(true, authorities);
+    //! [authorities]
     //! [proxy]
     manager.setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, "proxy.test", 3128));
     //! [proxy]
