@@ -134,8 +134,7 @@ public:
 
     /**
      * Expected digest in hexadecimal, letter case ignored, beside the MD5 one; empty (the default)
-     * for any. Use QCryptographicHash::Sha256: other than MD5, nobody can make another file with
-     * the same digest.
+     * for any. Use SHA-256: unlike with MD5, nobody can make another file with the same digest.
      *
      * @return false if this is not the library's own implementation: nothing is checked then
      */

@@ -4,7 +4,8 @@
 
 namespace common::http {
 
-// Whatever a reply does in the event loop, its signals among it, begins with an event for it.
+// Whatever an http or https reply does in the event loop, its signals among it, begins with an
+// event for it.
 class HeldReply::Guard : public QObject
 {
 public:

@@ -165,14 +165,16 @@ public:
     virtual QNetworkReply* Reply() const = 0;
 
     /**
-     * Most bytes of a reply to hold in memory, as they come and once they are unpacked; default,
-     * and most, are a bit less than 1 GiB (what fits into a QString), for 0 and less, too. A reply
-     * that exceeds it is given up at once: requestError() with code 299 and no body, not repeated.
-     * One with an error status ends with the code of that, and its body is cut. Bytes that were
-     * read from Reply() meanwhile do not count.
+     * Most bytes of a reply to hold in memory, as they come and once they are unpacked, for later
+     * sends. The default is a bit less than 1 GiB, which is what fits into a QString. More than
+     * that, 0 and less stand for the default. A reply that exceeds it is given up at once:
+     * requestError() with code 299 and no body, not repeated. One with an error status ends with
+     * the code of that, and its body is cut: if it was gzip, it is the cut gzip stream, not
+     * decoded. Bytes that were read from Reply() meanwhile do not count.
      *
-     * @warning Qt holds the body of status 401 and 407 without limit until it is complete, and
-     * says nothing meanwhile: only the time-out ends such a reply.
+     * @warning Qt holds the body of status 401 and 407 without limit until it is complete. Only
+     * the time-out ends such a reply, because Qt reports no progress, which would restart the
+     * time-out.
      *
      * @return false if this is not the library's own implementation: there is no limit then
      */
@@ -182,12 +184,19 @@ public:
      * Whether to verify TLS peers, for later sends; default false. The certificates must lead to
      * one of @p authorities (if there are none, to one of the CA certificates of
      * SetSslCertificate(), or else of the system) and name the host; TLS 1.2 or later. Otherwise
-     * the request ends with code 6, and its text tells the problems, whatever IgnoreSSLErrors()
-     * says. A connection that was not verified, or by others, is never used.
+     * the attempt fails with code 6, whatever IgnoreSSLErrors() says; it is repeated up to the
+     * attempt count, and the text of the final error tells the problems. A connection that was not
+     * verified, or verified with other CA certificates, is never used.
      *
-     * A redirect to another host fails: the certificates are to name the first one. A handler of
-     * QNetworkAccessManager::sslErrors() that ignores errors has them ignored here as well. A
+     * A redirect to another host fails unless the certificate there names the first one, too. On
+     * plain http nothing is verified, and the request succeeds.
+     *
+     * A handler of QNetworkAccessManager::sslErrors() that ignores errors has them ignored here as
+     * well, and the connection then counts as verified for later requests of that manager. A
      * subclass that overrides SetSslConfiguration() decides for itself.
+     *
+     * @warning An empty list means the system's CA certificates. QSslCertificate::fromPath() gives
+     * one for a file that it cannot read: check it.
      *
      * @return false if this is not the library's own implementation: nothing is verified then
      */
