@@ -28,8 +28,8 @@ public:
      *
      * The file is opened when the request is sent (again at each re-send) and streamed from disk
      * during the upload, as many bytes as it had at first. If it becomes shorter meanwhile, the
-     * attempt fails as a network problem with code 99 (logged). Only regular files and Qt's own (":/...")
-     * can be opened.
+     * attempt fails as a network problem with code 99 (logged). Only regular files and Qt's own
+     * (":/...") can be opened.
      */
     static QSharedPointer<IHttpRequestPartData> CreateFilePartFormData(const QString& name,
                                                                        const QString& filePath);
