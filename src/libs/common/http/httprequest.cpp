@@ -469,14 +469,14 @@ void HttpRequest::CheckSize()
     HeldReply& held = *State().held;
     if (reply_->bytesAvailable() <= held.maxSize)
         return;
-    const QPointer<QNetworkReply> reply(reply_);
-    held.beginning = HttpStatus(*reply) < badRequest
+    held.beginning = HttpStatus(*reply_) < badRequest
                          ? QByteArray()
-                         : reply->read(held.maxSize); // cannot be read later
-    const bool finishes = reply->isRunning();         // finished() of a local reply is on its way
-    reply->abort();
-    if (reply && finishes) // Qt would complain about what is still on its way
-        QCoreApplication::removePostedEvents(reply, QEvent::MetaCall);
+                         : reply_->read(held.maxSize); // cannot be read later
+    const bool finishes = reply_->isRunning();         // finished() of a local reply is on its way
+    const QPointer<QNetworkReply> aborted(reply_);
+    reply_->abort();
+    if (finishes && aborted) // Qt would complain about what is still on its way
+        QCoreApplication::removePostedEvents(aborted, QEvent::MetaCall);
 }
 
 HttpRequest::Outcome HttpRequest::TakeOutcome()
