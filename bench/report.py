@@ -164,13 +164,8 @@ class Tables:
             print("peak MiB:", *line)
 
     def costs(self):
-        rows = [row.cells() for row in self.rows if row.size == row.work.shown]
-        return table(["Work", "Size:", "Library:", "Beside", "Ratio:", "Goal"], rows)
-
-    def details(self):
-        rows = [[*row.cells(), row.spread_text(), row.others] for row in self.rows]
-        return table(["Work", "Size:", "Library:", "Beside", "Ratio:", "Goal", "Spread:",
-                      "Others (ratio)"], rows)
+        rows = [[*row.cells(), row.spread_text()] for row in self.rows if row.size == row.work.shown]
+        return table(["Work", "Size:", "Library:", "Beside", "Ratio:", "Goal", "Spread:"], rows)
 
     def growth(self):
         rows = []
@@ -185,26 +180,28 @@ class Tables:
                          f"{medians[-1] / medians[0]:,.3g}"])
         return table(["Work", "Time by size", "Size grows by:", "Time grows by:"], rows)
 
-    def memory_rows(self):
+    def memory_rows(self, shown_only=False):
         rows = []
         for (name, size), found in self.memory.items():
+            if shown_only and WORKS[name].shown not in (None, size):
+                continue
             peaks = {who: statistics.median(values) / 1024 for who, values in found.items()}
             others = ", ".join(f"{who} {value:.0f}" for who, value in peaks.items() if who != LIBRARY)
             rows.append([WORKS[name].title.split(";")[0], size_text(size), f"{peaks[LIBRARY]:.0f}",
                          others])
         return rows
 
-    def write(self, path, minutes, load):
+    def write(self, path, minutes, busy):
         """Replaces what stands between the marks; the rest of the document is written by hand."""
-        memory = table(["Work", "Size:", "Library:", "Others"], self.memory_rows())
+        memory = table(["Work", "Size:", "Library:", "Others"], self.memory_rows(shown_only=True))
         measured = (f"Measured by `./qv bench --report` in {minutes:.1f} minutes: {machine()}; "
-                    f"load when it began {load:.1f}.")
-        if load > 1:
-            measured += (" The machine was busy: figures of whole commands (downloads, MD5, trees, "
+                    f"{busy * 100:.0f} % busy just before.")
+        if busy > 0.1:
+            measured += (" Other work was running: figures of whole commands (downloads, MD5, trees, "
                          "starts) are too high, and their ratios uncertain.")
         text = path.read_text()
-        for name, lines in (("costs", [measured, "", *self.costs()]), ("details", self.details()),
-                            ("growth", self.growth()), ("memory", memory)):
+        for name, lines in (("costs", [measured, "", *self.costs()]), ("growth", self.growth()),
+                            ("memory", memory)):
             start, end = marks(name)
             head, rest = text.split(start, 1)
             text = "\n".join([head + start, "", *lines, "", end]) + rest.split(end, 1)[1]
@@ -222,7 +219,7 @@ def has_marks(path):
     if not path.is_file():
         return False
     text = path.read_text()
-    return all(mark in text for name in ("costs", "details", "growth", "memory") for mark in marks(name))
+    return all(mark in text for name in ("costs", "growth", "memory") for mark in marks(name))
 
 
 def chart(rows):

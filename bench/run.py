@@ -314,6 +314,17 @@ STEPS = {"log": measure_log, "values": measure_values, "web": measure_web, "tree
          "disk": measure_disk}
 
 
+def busy_share(seconds=2):
+    """The part of the processors' time that other work takes."""
+    def times():
+        with open("/proc/stat", encoding="ascii") as file:
+            return [int(value) for value in file.readline().split()[1:]]
+    before = times()
+    time.sleep(seconds)
+    spent = [now - then for now, then in zip(times(), before)]
+    return 1 - (spent[3] + spent[4]) / sum(spent)
+
+
 def check(build, report_file, parser):
     """All that could go wrong after minutes of measuring."""
     missing = [name for name in PROGRAMS if not (build / name).exists()]
@@ -336,7 +347,7 @@ def main():
     if options.only and options.report:
         parser.error("a report is made of all measurements")
     check(options.build, options.report, parser)
-    start, load = time.monotonic(), os.getloadavg()[0]
+    busy, start = busy_share(), time.monotonic()
     shared = "/dev/shm" if os.path.isdir("/dev/shm") else None
     with tempfile.TemporaryDirectory(prefix="bench-", dir=shared) as folder:
         bench = Bench(options.build.resolve(), pathlib.Path(folder), options.disk, options.minutes)
@@ -348,7 +359,7 @@ def main():
     tables = report.Tables(bench.times, bench.memory)
     tables.print()
     if options.report:
-        tables.write(options.report, (time.monotonic() - start) / 60, load)
+        tables.write(options.report, (time.monotonic() - start) / 60, busy)
 
 
 if __name__ == "__main__":

@@ -21,7 +21,7 @@ public Q_SLOTS:
     void ShowStatus(const QString& status);
     void ShowError(int code, const QString& text);
     void ShowProblem(const QString& text);
-    void ShowProgress(int current, int total);
+    void ShowBytes(qint64 done, qint64 total);
     void CopyDone();
     void CacheIsClear();
     void RefreshDayTitles();

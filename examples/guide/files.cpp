@@ -16,7 +16,7 @@ void Client::CopyProfile(const QString& profile, const QString& home)
     copier->setParent(this);
     copier->AddDirectory("/usr/share/sounds", home + "/sounds");
     copier->AddFile(profile, home + "/profile.json");
-    connect(copier, &FileCopier::progress, this, &Client::ShowProgress);
+    connect(copier, &FileCopier::bytesProgress, this, &Client::ShowBytes);
     connect(copier, &FileCopier::succesed, this, &Client::CopyDone);
     connect(copier, &FileCopier::failed, this, &Client::ShowError);
     copier->Copy();

@@ -83,6 +83,7 @@ void Client::Download(const QString& cache, const QString& digest)
     download->SetExpectedSize(48213004);
     download->SetExpectedDigest(QCryptographicHash::Sha256, digest);
     download->SetRetryCount(3);
+    connect(download, &IFileDownload::progress, this, &Client::ShowBytes);
     connect(download, &IFileDownload::complete, this, &Client::UseDownload);
     connect(download, &IFileDownload::failed, this, &Client::ShowError);
     download->Start();

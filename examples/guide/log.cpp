@@ -30,8 +30,9 @@ void Client::LogToFile(const QString& config, const QString& logs)
     using namespace common::logger;
     ILogger* log = GetLog4cpp();
     SetLogger(log); // before anything logs
-    log->Configure(IMessage::INFO, rollingFileOutput, patternFormat | positionFormat, QString(),
-                   "qt", config + "/log.properties", logs + "/client.log", 10'000'000, 5);
+    log->Configure(IMessage::INFO, rollingFileOutput, patternFormat | positionFormat,
+                   "%d{%Y-%m-%d %H:%M:%S.%l} %6p [%5t] %c: %m%n", "qt", config + "/log.properties",
+                   logs + "/client.log", 10'000'000, 5);
     //! [file]
 }
 

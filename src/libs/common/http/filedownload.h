@@ -26,6 +26,7 @@ namespace common::http {
  * download->SetExpectedSize(48213004);
  * download->SetExpectedDigest(QCryptographicHash::Sha256, digest);
  * download->SetRetryCount(3);
+ * connect(download, &IFileDownload::progress, this, &Client::ShowBytes);
  * connect(download, &IFileDownload::complete, this, &Client::UseDownload);
  * connect(download, &IFileDownload::failed, this, &Client::ShowError);
  * download->Start();
@@ -51,8 +52,8 @@ namespace common::http {
  * disk was full, completes with the part that was written; so does one that was redirected, with
  * the body of the redirect.
  *
- * @warning TLS peers are not verified unless SetPeerVerification() asks for it, and MD5 does not
- * resist an attacker: take the expected digest, SHA-256 best, from a trusted source.
+ * @warning MD5 does not resist an attacker. Take the expected digest, preferably SHA-256, from a
+ * trusted source, and see SetPeerVerification().
  */
 class QVCOMMON_EXPORT IFileDownload : public QObject
 {
@@ -65,7 +66,7 @@ public:
     /** Number of this download in the log: unique in the process, counted from 100000. */
     virtual quint64 ID() const = 0;
 
-    /** What to download, by http: or https:. */
+    /** What to download, by HTTP or HTTPS. */
     virtual void SetUrl(const QUrl& url) = 0;
     /** The URL, empty at first. */
     virtual QUrl GetUrl() const = 0;

@@ -49,13 +49,13 @@ class RequestState;
  * GetAttemptCountOnNetworkProblem() attempts in all, when it ends with a network problem (codes 1
  * to 9 and 99), with HTTP status 429, or by time-out.
  *
- * Settings hold for what is sent later, repeated attempts among it. Only the number of attempts,
- * the pause between them and whether TLS errors are ignored count for a transfer under way, too.
+ * Settings apply to what is sent later, repeated attempts included. Only the number of attempts, the
+ * pause between them and whether TLS errors are ignored also apply to a transfer in progress.
  *
  * The request lives on the thread of its QNetworkAccessManager. A handler of its signals may send
  * or abort it at once, but delete it only with deleteLater(). The signals of one outcome belong
  * together: after requestFinishedWithBinaryData(), proxyError() or invalidOperationError() the
- * final one follows, whatever the handler did.
+ * final one follows, whatever the handler does.
  *
  * Error codes are QNetworkReply::NetworkError values. A reply's HTTP error status arrives as such
  * a code (404 as 203), and a status below 200 with nothing behind it as 399; redirects are not

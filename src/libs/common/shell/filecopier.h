@@ -26,7 +26,7 @@ class JobRelay;
  * copier->setParent(this);
  * copier->AddDirectory("/usr/share/sounds", home + "/sounds");
  * copier->AddFile(profile, home + "/profile.json");
- * connect(copier, &FileCopier::progress, this, &Client::ShowProgress);
+ * connect(copier, &FileCopier::bytesProgress, this, &Client::ShowBytes);
  * connect(copier, &FileCopier::succesed, this, &Client::CopyDone);
  * connect(copier, &FileCopier::failed, this, &Client::ShowError);
  * copier->Copy();
