@@ -33,10 +33,10 @@ namespace common::http {
  * @endcode
  *
  * A Start() that returned true ends with exactly one of complete() and failed(), unless Abort() is
- * called or the manager goes: then it ends in silence. A try that failed on the network, by an HTTP
- * error or in the verification is followed by the next 5 seconds later, from the beginning. Memory
- * stays bounded whatever the size of the file, but for the body of status 401 and 407, which Qt
- * holds until it is complete.
+ * called or the manager is deleted: then it emits neither. A try that failed on the network, by an
+ * HTTP error or in the verification is followed by the next 5 seconds later, from the beginning.
+ * Memory stays bounded whatever the size of the file, except for the body of status 401 and 407,
+ * which Qt holds until it is complete.
  *
  * The download lives on the thread of its QNetworkAccessManager, which must outlive it. For the
  * digest the whole file is read on that thread, at about the pace of md5sum: expect a pause of some
@@ -73,7 +73,7 @@ public:
 
     /**
      * Path of the target; missing directories are created, an existing file is overwritten. Not to
-     * be changed while a try is under way: the data stays in the old file, the new one is verified.
+     * be changed while a try is in progress: the data stays in the old file, the new one is verified.
      */
     virtual void SetFileName(const QString& fileName) = 0;
     /** The path of the target, empty at first. */
@@ -102,12 +102,12 @@ public:
     /** The longest silence in seconds. */
     virtual int GetTimeout() const = 0;
 
-    /** Always false, also while a transfer is under way: do not rely on it. */
+    /** Always false, also during a transfer: do not rely on it. */
     virtual bool isRunning() const = 0;
 
     /** Whether TLS errors are ignored; default true. */
     virtual bool IgnoreSSLErrors() const = 0;
-    /** Sets that, for a try under way, too. */
+    /** Sets whether they are ignored, also for a try in progress. */
     virtual void SetIgnoreSSLErrors(bool ignore) = 0;
 
     /** Permissions added to those that the target gets when it is opened; default none. */
@@ -119,11 +119,11 @@ public:
      * Starts, or starts the next try at once if one is pending.
      *
      * @return false if the download could not start. failed() tells why, with one exception: a
-     *         transfer that is already under way goes on and nothing is emitted.
+     *         transfer in progress goes on and nothing is emitted.
      */
     virtual bool Start() = 0;
 
-    /** Stops a transfer or a pending try in silence. */
+    /** Stops a transfer or a pending try without a signal. */
     virtual void Abort() = 0;
 
     /**

@@ -42,7 +42,7 @@ class RequestState;
  *
  * A send that returned true ends with exactly one of requestFinished() and requestError(), unless
  * it is aborted, replaced by another send, or loses its manager, or a repeated attempt cannot be
- * sent (a file part has gone meanwhile, say): then it ends in silence. A send that returned false
+ * sent (a file part was removed meanwhile, say): then it emits neither. A send that returned false
  * emits nothing.
  *
  * An attempt is repeated, after GetAttemptIntervalOnNetworkProblem() seconds and up to
@@ -66,10 +66,10 @@ class RequestState;
  * SetPeerVerification() asks for it: the connection is encrypted, but the server is not
  * authenticated.
  *
- * @warning Where redirects are followed, every header that was set (Authorization, too) goes to
- * whatever host the server names, and with status 307 and 308 the body as well.
+ * @warning Where redirects are followed, all headers that were set (Authorization, too) are sent to
+ * any host that the server names, and with status 307 and 308 the body as well.
  *
- * @warning URLs go into the log and into error texts as they are, a password or token in them, too.
+ * @warning URLs appear unchanged in the log and in error texts, with any password or token.
  *
  * @warning A connection that breaks in the middle of a body may count as success with the part
  * that arrived: timing decides, in Qt's network layer. Check the length or a digest where that
@@ -92,7 +92,7 @@ public:
     using QObject::QObject;
     ~IHttpRequest() override;
 
-    /** Where to send to. The map of a GET goes behind a "?", also if there is one already. */
+    /** Where to send to. The map of a GET is appended after a "?", also if there is one already. */
     virtual void SetUrl(const QUrl& url) = 0;
     /** The URL as it was given, empty at first. */
     virtual QUrl GetUrl() const = 0;
@@ -149,12 +149,12 @@ public:
     /** Send(GET). */
     virtual bool Get() = 0;
 
-    /** Whether a transfer is under way. False while a retry is pending. */
+    /** Whether a transfer is in progress. False while a retry is pending. */
     virtual bool isRunning() const = 0;
 
     /** Whether TLS errors reported by the network layer are ignored; default false. */
     virtual bool IgnoreSSLErrors() const = 0;
-    /** Sets that, for a transfer under way, too. */
+    /** Sets whether they are ignored, also for a transfer in progress. */
     virtual void SetIgnoreSSLErrors(bool ignore) = 0;
 
     /** Client certificate, its key, and the CA certificates for later sends; all copied. */
@@ -203,7 +203,7 @@ public:
     bool SetPeerVerification(bool verify, const QList<QSslCertificate>& authorities = {});
 
 public Q_SLOTS:
-    /** Ends a transfer or a pending retry in silence: none of its signals is emitted. */
+    /** Ends a transfer or a pending retry without a signal. */
     virtual void Abort() = 0;
 
 Q_SIGNALS:

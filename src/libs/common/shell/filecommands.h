@@ -9,8 +9,8 @@
 namespace common {
 
 /**
- * File-system primitives that try again: another process (an indexer, a virus scanner, a file
- * manager) may hold a file for a moment.
+ * File operations that are tried five times, because another process (an indexer, a virus scanner, a
+ * file manager) may hold a file for a moment.
  *
  * @code
  * QFile file(path);

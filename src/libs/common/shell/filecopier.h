@@ -35,9 +35,9 @@ class JobRelay;
  * A job first scans its trees, then copies item by item: the files that were added, the files
  * found, the links that were added, the links found. An item that exists at the destination is
  * replaced, each operation is tried five times (see FileCommands), and the first item that fails
- * ends the job; what was copied until then stays. Every job that is not
- * replaced or deleted ends with exactly one of succesed()
- * and failed(), delivered through the event loop of the copier's thread.
+ * ends the job; what was copied until then stays. Every job that is not replaced or deleted ends
+ * with exactly one of succesed() and failed(), delivered through the event loop of the copier's
+ * thread.
  *
  * What is copied:
  * - Links are copied as links and become relative, so that a copied tree is self-contained. One
@@ -109,7 +109,7 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     /**
-     * So many of the items are done. Not emitted during the scan. Each report arrives, in order, but
+     * @p current of @p total items are done. Not emitted during the scan. Each report arrives, in order, but
      * the thread is woken for them every 10 ms at most.
      */
     void progress(int current, int total);
@@ -118,7 +118,7 @@ Q_SIGNALS:
     /** The job has ended early; see the codes above. @p errorText is for logs, in English. */
     void failed(int errorCode, const QString& errorText);
     /**
-     * So many bytes of all files are copied, for a progress bar that moves during a large file, too.
+     * @p done of @p total bytes are copied: for a progress bar that also moves during a large file.
      * Emitted every 10 ms at most, and at the end of a job that copied all of them; not during the
      * scan, which finds out @p total. Bytes are counted only if this was connected before Copy().
      */
@@ -164,7 +164,7 @@ Q_SIGNALS:
     void succesed();
     /** The end of any other job. */
     void failed(int errorCode, const QString& errorText);
-    /** So many bytes are copied. */
+    /** @p done of @p total bytes are copied. */
     void bytesProgress(qint64 done, qint64 total);
 
 protected:

@@ -22,9 +22,9 @@ namespace common {
  * It blocks until it is done, does not try again, does not log and cannot be aborted: for anything
  * large use FileRemover. All signals are emitted on the calling thread. Hidden entries,
  * dangling links, special files (a FIFO, say) and names that are not valid UTF-8 are not listed, so
- * a directory that holds one cannot be removed. Links are never followed,
- * also where a directory that was added is one, and nothing outside a tree is removed, whoever exchanges
- * its directories for links meanwhile.
+ * a directory that holds one cannot be removed. Links are never followed, not even where an added
+ * directory is one. Nothing outside a tree is removed, whoever exchanges its directories for links
+ * meanwhile.
  *
  * A slot may add to the lists, for the next scan, and may delete the helper: nothing more is done
  * then, and the operation returns false.

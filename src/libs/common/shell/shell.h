@@ -75,7 +75,7 @@ public:
      *
      * Of a path that is a link, only the link is removed. An empty path is no directory.
      *
-     * @return whether that is under way, or there is no such directory. A path with a single quote
+     * @return whether the removal was scheduled, or there is no such directory. A path with a single quote
      *         in it is refused. That the removal itself fails is not known.
      */
     static bool RemoveAfterExit(const QString& folder);
