@@ -79,7 +79,8 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     /**
-     * So many of the entries are done. Not emitted during the scan. Each report arrives, in order, but
+     * @p current of @p total entries are done. Not emitted during the scan. Each report arrives, in
+     * order, but
      * the thread is woken for them every 10 ms at most.
      */
     void progress(int current, int total);

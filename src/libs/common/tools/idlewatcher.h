@@ -49,7 +49,7 @@ private:
 };
 
 /**
- * Tells when the user has not touched keyboard and mouse for a minute, and when he is back.
+ * Tells when the user has not touched keyboard and mouse for a minute, and when input is back.
  *
  * @code
  * using common::IdleWatcher;
