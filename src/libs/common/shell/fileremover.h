@@ -80,8 +80,7 @@ public Q_SLOTS:
 Q_SIGNALS:
     /**
      * @p current of @p total entries are done. Not emitted during the scan. Each report arrives, in
-     * order, but
-     * the thread is woken for them every 10 ms at most.
+     * order, but the thread is woken for them every 10 ms at most.
      */
     void progress(int current, int total);
     /** The job has ended: everything was removed. */
