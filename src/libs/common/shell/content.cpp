@@ -16,15 +16,6 @@ constexpr qint64 maxOnItsWay = 16 * pieceSize; // to the disk
 constexpr qint64 toTheEnd = std::numeric_limits<qint64>::max();
 constexpr qint64 blockSize = 512; // that of st_blocks, everywhere
 
-qint64 ReadFrom(int file, char* data, qint64 size)
-{
-    ssize_t count = 0;
-    do {
-        count = read(file, data, size_t(size));
-    } while (count < 0 && errno == EINTR);
-    return count;
-}
-
 bool WriteTo(int file, const char* data, qint64 size)
 {
     while (size > 0) {
@@ -62,31 +53,42 @@ bool Content::Copy(int source, const struct stat& status, int destination)
     return CopyPart(source, destination, status.st_size > 0 ? status.st_size : toTheEnd);
 }
 
-bool Content::Copy(const Reader& read, int destination)
-{
-    const auto pass = [&](qint64 size) {
-        return Pass(read, destination, size);
-    };
-    return Repeat(pass, destination, toTheEnd);
-}
-
 bool Content::CopyPart(int source, int destination, qint64 size)
 {
-    const auto inKernel = [=](qint64 count) {
-        return copy_file_range(source, nullptr, destination, nullptr, size_t(count), 0);
-    };
-    if (size >= pieceSize && size != toTheEnd) { // pays for large files only
-        const qint64 count = inKernel(pieceSize);
-        if (count > 0)
-            return report_(count) && Repeat(inKernel, destination, size - count);
+    usesKernel_ = size >= pieceSize && size != toTheEnd; // pays for large files only
+    qint64 pending = 0;
+    while (size > 0) {
+        const qint64 count = CopySome(source, destination, qMin(pieceSize, size));
+        if (count <= 0)
+            return count == 0;
+        if (!report_(count))
+            return false;
+        size -= count;
+        pending += count;
+        if (pending >= pieceSize) {
+            WriteBack(destination, lseek(destination, 0, SEEK_CUR) - pending, pending);
+            pending = 0;
+        }
     }
-    const Reader read = [source](char* data, qint64 count) {
-        return ReadFrom(source, data, count);
-    };
-    const auto pass = [&](qint64 count) {
-        return Pass(read, destination, count);
-    };
-    return Repeat(pass, destination, size);
+    return true;
+}
+
+qint64 Content::CopySome(int source, int destination, qint64 size)
+{
+    if (usesKernel_) {
+        const ssize_t count =
+            copy_file_range(source, nullptr, destination, nullptr, size_t(size), 0);
+        if (count > 0)
+            return count;
+        usesKernel_ = false; // not between all file systems, and not from some files of the kernel
+    }
+    if (!buffer_)
+        buffer_.reset(new char[bufferSize]);
+    ssize_t count = 0;
+    do {
+        count = read(source, buffer_.get(), size_t(qMin(bufferSize, size)));
+    } while (count < 0 && errno == EINTR);
+    return count > 0 && !WriteTo(destination, buffer_.get(), count) ? -1 : count;
 }
 
 bool Content::CopyAround(int source, int destination, qint64 size)
@@ -109,33 +111,6 @@ bool Content::CopyAround(int source, int destination, qint64 size)
     }
     return errno == ENXIO && report_(qMax<qint64>(size - end, 0)) &&
            ftruncate(destination, qMax(size, end)) == 0;
-}
-
-bool Content::Repeat(const Step& step, int destination, qint64 size)
-{
-    qint64 pending = 0;
-    while (size > 0) {
-        const qint64 count = step(qMin(pieceSize, size));
-        if (count == 0)
-            return true;
-        if (count < 0 || !report_(count))
-            return false;
-        size -= count;
-        pending += count;
-        if (pending >= pieceSize) {
-            WriteBack(destination, lseek(destination, 0, SEEK_CUR) - pending, pending);
-            pending = 0;
-        }
-    }
-    return true;
-}
-
-qint64 Content::Pass(const Reader& read, int destination, qint64 size)
-{
-    if (!buffer_)
-        buffer_.reset(new char[bufferSize]);
-    const qint64 count = read(buffer_.get(), qMin(bufferSize, size));
-    return count > 0 && !WriteTo(destination, buffer_.get(), count) ? -1 : count;
 }
 
 } // namespace common

@@ -15,25 +15,20 @@ class Content
 public:
     /** Is told how many bytes were copied; with its result false the copying ends. */
     using Report = std::function<bool(qint64)>;
-    using Reader = std::function<qint64(char* data, qint64 size)>; ///< negative for a failure
 
     explicit Content(Report report) : report_(std::move(report)) {}
 
     /** From a file with that status to an empty one. What are holes there are holes in the copy. */
     bool Copy(int source, const struct stat& status, int destination);
-    /** From anything that can be read, up to its end. */
-    bool Copy(const Reader& read, int destination);
 
 private:
-    /** Copies some of the next bytes, and tells how many; 0 at the end, negative for a failure. */
-    using Step = std::function<qint64(qint64 size)>;
-
     bool CopyPart(int source, int destination, qint64 size);
     bool CopyAround(int source, int destination, qint64 size);
-    bool Repeat(const Step& step, int destination, qint64 size);
-    qint64 Pass(const Reader& read, int destination, qint64 size);
+    /** Copies some of the next bytes, and tells how many; 0 at the end, negative for a failure. */
+    qint64 CopySome(int source, int destination, qint64 size);
 
     Report report_;
+    bool usesKernel_ = false;
     std::unique_ptr<char[]> buffer_;
 };
 

@@ -1,42 +1,33 @@
 #include "common/shell/copysource_p.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <cerrno>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 
 namespace common {
 
 namespace {
 
-constexpr mode_t allPermissions = 0777; // without those bits that make a program somebody else's
+constexpr mode_t resourcePermissions = 0444;
 
 } // namespace
 
-Place GivenPlaces::At(const QString& path)
+int Place::OpenDirectory() const
 {
-    const QByteArray bytes = QFile::encodeName(path);
-    const int slash = bytes.lastIndexOf('/');
-    const QByteArray directory = slash < 0 ? "." : slash == 0 ? "/" : bytes.left(slash);
-    const bool isInPlace = IsInPlace();
-    haveMoved_ = haveMoved_ || !isInPlace;
-    if (!directories_ || directories_->Root() != directory || !isInPlace)
-        directories_.emplace(tree_, directory, rule_);
-    name_ = bytes.mid(slash + 1);
-    if (name_.isEmpty() && !bytes.isEmpty())
-        name_ = "."; // "directory/"
-    return {&*directories_, Tree::root, name_.constData()};
+    return directories ? directories->Open(directory) : AT_FDCWD;
 }
 
-bool GivenPlaces::IsInPlace()
+bool Place::Look(struct stat* status) const
 {
-    return !directories_ || !directories_->Seen(Tree::root).IsKnown() ||
-           directories_->IsInPlace(Tree::root);
+    return fstatat(OpenDirectory(), name, status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 CopySource::CopySource(Kind kind, const Place& place, const QString& path)
-    : kind_(kind), place_(place), file_(kind == OfQt ? path : QString())
+    : kind_(kind), place_(place), path_(path)
 {
 }
 
@@ -47,77 +38,60 @@ CopySource::State CopySource::Open()
     if (kind_ == Special)
         return Unfit;
     const State looked = kind_ == Given ? LookAtGiven() : Ready;
-    return looked == Ready ? OpenFound() : looked;
+    return looked == Ready ? OpenNative() : looked;
 }
 
 CopySource::State CopySource::OpenByQt()
 {
-    const QFileInfo info(file_.fileName());
+    const QFileInfo info(path_);
     if (!info.exists())
         return Missing;
     if (!info.isFile())
         return Unfit;
-    return file_.open(QIODevice::ReadOnly | QIODevice::Unbuffered) ? Ready : Failed;
+    QFile file(path_);
+    const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    descriptor_ = Descriptor(memfd_create("resource", MFD_CLOEXEC));
+    if (content.size() != info.size() ||
+        write(Number(), content.constData(), size_t(content.size())) != content.size() ||
+        lseek(Number(), 0, SEEK_SET) != 0 || fstat(Number(), &status_) != 0)
+        return Failed;
+    status_.st_mode = S_IFREG | resourcePermissions;
+    return Ready;
 }
 
 CopySource::State CopySource::LookAtGiven()
 {
-    const int directory = place_.OpenDirectory();
-    if (directory < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOMEM))
-        return Failed;
-    if (directory < 0 || fstatat(directory, place_.name, &status_, AT_SYMLINK_NOFOLLOW) != 0)
+    if (!place_.Look(&status_))
         return Missing;
-    if (S_ISLNK(status_.st_mode) && fstatat(directory, place_.name, &status_, 0) != 0)
+    if (S_ISLNK(status_.st_mode) && stat(place_.name, &status_) != 0)
         return Unfit;
     return S_ISREG(status_.st_mode) ? Ready : Unfit;
 }
 
-CopySource::State CopySource::OpenFound()
+CopySource::State CopySource::OpenNative()
 {
     const int directory = place_.OpenDirectory();
     const int links = kind_ == Found ? O_NOFOLLOW : 0;
-    if (directory >= 0)
+    if (directory != -1)
         descriptor_ = Descriptor(
             openat(directory, place_.name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | links));
     if (!descriptor_ && errno == ENOENT)
         return Missing;
     if (!descriptor_) {
-        fstatat(directory, place_.name, &status_, kind_ == Found ? AT_SYMLINK_NOFOLLOW : 0);
+        if (kind_ == Found)
+            place_.Look(&status_);
         return Failed;
     }
-    if (fstat(descriptor_.Number(), &status_) != 0 || !S_ISREG(status_.st_mode)) {
-        Close();
-        return Unfit;
-    }
-    return Ready;
-}
-
-void CopySource::Close()
-{
-    descriptor_.Close();
-    file_.close();
-}
-
-bool CopySource::CopyTo(int descriptor, Content& content)
-{
-    if (kind_ != OfQt)
-        return content.Copy(descriptor_.Number(), status_, descriptor);
-    return content.Copy([this](char* data, qint64 size) { return file_.read(data, size); },
-                        descriptor);
-}
-
-mode_t CopySource::Permissions() const
-{
-    if (kind_ != OfQt)
-        return status_.st_mode & allPermissions;
-    const auto qt = mode_t(file_.permissions()); // a hexadecimal digit for each class of users
-    return ((qt >> 6) & 0700) | ((qt >> 1) & 070) | (qt & 07);
+    if (fstat(Number(), &status_) == 0 && S_ISREG(status_.st_mode))
+        return Ready;
+    Close();
+    return Unfit;
 }
 
 bool CopySource::IsSame(const Place& other) const
 {
     struct stat status = {};
-    return kind_ != OfQt && fstatat(other.OpenDirectory(), other.name, &status, 0) == 0 &&
+    return fstatat(other.OpenDirectory(), other.name, &status, 0) == 0 &&
            Identity(status) == Identity(status_);
 }
 

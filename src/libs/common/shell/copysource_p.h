@@ -1,49 +1,22 @@
 #pragma once
 
-#include "common/shell/content_p.h"
 #include "common/shell/descriptor_p.h"
 #include "common/shell/opendirectories_p.h"
 
-#include <QFile>
-
-#include <optional>
+#include <QString>
 
 namespace common {
 
-/** A name in a directory of a tree. */
+/** A name in a directory of a tree; or a path, if there is none. */
 struct Place
 {
     OpenDirectories* directories;
     Tree::Directory directory;
     const char* name;
 
-    int OpenDirectory() const { return directories->Open(directory); }
-};
-
-/** The places of paths that were given one by one. The last one's directory stays open. */
-class GivenPlaces
-{
-public:
-    explicit GivenPlaces(OpenDirectories::Rule rule) : rule_(rule) {}
-
-    /** Valid until the next call. */
-    Place At(const QString& path);
-    /** Whether a directory that was opened was exchanged for another one since Forget(). */
-    bool HaveMoved() { return haveMoved_ || !IsInPlace(); }
-    void Forget()
-    {
-        directories_.reset();
-        haveMoved_ = false;
-    }
-
-private:
-    bool IsInPlace();
-
-    OpenDirectories::Rule rule_;
-    bool haveMoved_ = false;
-    Tree tree_;
-    std::optional<OpenDirectories> directories_;
-    QByteArray name_;
+    int OpenDirectory() const;
+    /** Looks at what is there itself, a link or not. */
+    bool Look(struct stat* status) const;
 };
 
 /** A file that is to be copied. */
@@ -65,23 +38,22 @@ public:
      * the next time.
      */
     State Open();
-    void Close();
+    void Close() { descriptor_.Close(); }
 
-    /** Copies the content once it is open. */
-    bool CopyTo(int descriptor, Content& content);
-    /** The permissions of the copy. */
-    mode_t Permissions() const;
+    int Number() const { return descriptor_.Number(); }
+    /** Of the open file. */
+    const struct stat& Status() const { return status_; }
     /** Whether it is the same file as that in the other place. */
     bool IsSame(const Place& other) const;
 
 private:
     State OpenByQt();
-    State OpenFound();
+    State OpenNative();
     State LookAtGiven();
 
     Kind kind_;
     Place place_;
-    QFile file_; // as Qt knows it
+    QString path_; // as Qt knows it
     Descriptor descriptor_;
     struct stat status_ = {};
 };

@@ -5,7 +5,6 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <cstring>
 
 #include <fcntl.h>
 
@@ -51,12 +50,9 @@ qint64 CopyTree::SizeOf(const Tree::Entry& file)
 
 bool CopyTree::HasFile(const CopyPaths& item) const
 {
-    const QByteArray name = QFile::encodeName(item.first.section(QLatin1Char('/'), -1));
-    return item.first.startsWith(given.first) &&
-           std::any_of(files.cbegin(), files.cend(), [&](const Tree::Entry& file) {
-               return names.Name(file.name) == name && SourceOf(file) == item.first &&
-                      DestinationOf(file) == item.second;
-           });
+    return std::any_of(files.cbegin(), files.cend(), [&](const Tree::Entry& file) {
+        return SourceOf(file) == item.first && DestinationOf(file) == item.second;
+    });
 }
 
 void CopyTree::Close()
@@ -70,40 +66,29 @@ CopySources::CopySources(const std::deque<CopyTree>& trees, const QList<CopyPath
     for (const CopyTree& tree : trees) {
         for (const auto* entries : {&tree.files, &tree.links}) {
             for (const Tree::Entry& entry : *entries)
-                keys_.push_back(
-                    KeyOf(tree.from.Seen(entry.directory), tree.names.Name(entry.name)));
+                Add(tree.from.Seen(entry.directory), tree.names.Name(entry.name));
         }
     }
-    names_.reserve(size_t(given.size())); // which are pointed to
     for (const CopyPaths& item : given) {
         const QFileInfo source(item.first);
         struct stat status = {};
-        if (stat(QFile::encodeName(source.path()).constData(), &status) != 0)
-            continue;
-        names_.push_back(QFile::encodeName(source.fileName()));
-        keys_.push_back(KeyOf(Identity(status), names_.back().constData()));
+        if (stat(QFile::encodeName(source.path()).constData(), &status) == 0)
+            Add(Identity(status),
+                names_.emplace_back(QFile::encodeName(source.fileName())).constData());
     }
-    std::sort(keys_.begin(), keys_.end(), &IsLess);
+    std::sort(keys_.begin(), keys_.end());
+}
+
+void CopySources::Add(const Identity& directory, const char* name)
+{
+    keys_.emplace_back(directory.device, directory.inode, name);
 }
 
 bool CopySources::Contain(const Place& place) const
 {
-    const Key key = KeyOf(place.directories->Seen(place.directory), place.name);
-    return std::binary_search(keys_.cbegin(), keys_.cend(), key, &IsLess);
-}
-
-CopySources::Key CopySources::KeyOf(const Identity& directory, const char* name)
-{
-    return {directory.device, directory.inode, name};
-}
-
-bool CopySources::IsLess(const Key& first, const Key& second)
-{
-    const auto& [device, inode, name] = first;
-    const auto& [otherDevice, otherInode, otherName] = second;
-    return std::tie(device, inode) != std::tie(otherDevice, otherInode)
-               ? std::tie(device, inode) < std::tie(otherDevice, otherInode)
-               : std::strcmp(name, otherName) < 0;
+    const Identity directory = place.directories->Seen(place.directory);
+    return std::binary_search(keys_.cbegin(), keys_.cend(),
+                              Key(directory.device, directory.inode, place.name));
 }
 
 } // namespace common

@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <deque>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -46,12 +47,11 @@ public:
     bool Contain(const Place& place) const;
 
 private:
-    using Key = std::tuple<dev_t, ino_t, const char*>;
+    using Key = std::tuple<dev_t, ino_t, std::string_view>;
 
-    static Key KeyOf(const Identity& directory, const char* name);
-    static bool IsLess(const Key& first, const Key& second);
+    void Add(const Identity& directory, const char* name);
 
-    std::vector<QByteArray> names_; // of those that were given
+    std::deque<QByteArray> names_; // of those that were given: keys point to them
     std::vector<Key> keys_;
 };
 

@@ -21,6 +21,19 @@ namespace {
 constexpr const logger::ICategory& logCategory = copyJob.logCategory;
 constexpr const char* logSource = copyJob.logSource;
 
+constexpr mode_t allPermissions = 0777; // without those bits that make a program somebody else's
+
+// What became of an item in the end, told in the name of that function.
+template <typename Describe>
+int Tell(const char* function, int code, Describe describe)
+{
+    if (code == 0)
+        QVLOG_FROM(function, DEBUG) << "Successfully copied " << describe();
+    else if (code == copyError)
+        QVLOG_FROM(function, ERROR) << "Cannot copy " << describe();
+    return code;
+}
+
 // Whether the destination could be removed. The kernel looks for anything against that first, and
 // then finds that it is no directory.
 bool IsRemovable(const Place& place)
@@ -41,11 +54,6 @@ int FindRoom(const CopyItem& item)
             "RemoveFile", [&] { return IsRemovable(item.to); },
             [&] { return FailedToRemoveFile(destination); });
     });
-}
-
-bool Look(const Place& place, struct stat* status)
-{
-    return fstatat(place.OpenDirectory(), place.name, status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 // The text of the link; empty, and errno, if it is none.
@@ -70,12 +78,38 @@ CopyItem CopyWork::Given(const CopyPaths& item)
     const QString path = IsName(item.first) ? item.first : QString();
     const QFileInfo source(path);
     const bool isNative = path.isEmpty() || source.isNativePath();
+    from_ = QFile::encodeName(source.filePath());
     return {isNative ? CopySource::Given : CopySource::OfQt,
-            from_.At(isNative ? source.filePath() : path),
-            to_.At(item.second),
+            {nullptr, Tree::root, from_.constData()},
+            GivenDestination(item.second),
             item,
             nullptr,
             {}};
+}
+
+// The directory of the one before stays open, as long as it is in its place.
+Place CopyWork::GivenDestination(const QString& path)
+{
+    const QByteArray bytes = QFile::encodeName(path);
+    const int slash = bytes.lastIndexOf('/');
+    const QByteArray directory = slash < 0 ? "." : slash == 0 ? "/" : bytes.left(slash);
+    if (!to_ || HasMoved() || to_->Root() != directory)
+        to_.emplace(noNames_, directory, OpenDirectories::MakeMissing);
+    toName_ = bytes.mid(slash + 1);
+    if (toName_.isEmpty() && !bytes.isEmpty())
+        toName_ = "."; // "directory/"
+    return {&*to_, Tree::root, toName_.constData()};
+}
+
+// Whether any directory of a given destination was exchanged for another one.
+bool CopyWork::HasMoved()
+{
+    const bool isInPlace = !to_ || !to_->Seen(Tree::root).IsKnown() || to_->IsInPlace(Tree::root);
+    if (!isInPlace) {
+        to_.reset();
+        hasMoved_ = true;
+    }
+    return hasMoved_;
 }
 
 CopyItem CopyWork::Found(CopyTree& tree, const Tree::Entry& entry)
@@ -98,7 +132,8 @@ void CopyWork::Clear(bool countsBytes)
     trees.clear();
     countsBytes_ = countsBytes;
     sources_.reset();
-    to_.Forget();
+    to_.reset();
+    hasMoved_ = false;
     bytesDone_ = 0;
     bytesTotal_ = 0;
 }
@@ -166,7 +201,7 @@ int CopyWork::FinishCopying()
         }
         tree.Close();
     }
-    if (to_.HaveMoved()) {
+    if (HasMoved()) {
         QVLOG_FROM("CopyAll", ERROR) << "A destination's directory was exchanged for another one!";
         return createDirectoryError;
     }
@@ -214,7 +249,7 @@ int CopyWork::Prepare(const CopyItem& item, bool isFree, const std::function<boo
 {
     const int code = MakeParent(item);
     struct stat old = {};
-    if (code != 0 || isFree || !Look(item.to, &old))
+    if (code != 0 || isFree || !item.to.Look(&old))
         return code;
     *publication = NewFile::Replacement;
     const bool losesSource =
@@ -240,13 +275,9 @@ int CopyWork::CopyFile(const CopyItem& item)
         state == CopySource::Unfit ? copyError : Prepare(item, isFree, isSource, &publication);
     if (code == 0)
         code = TryToCopy(item, source, state == CopySource::Ready, publication);
-    if (code == 0)
-        QVLOG_FROM("CopyFile", DEBUG) << "Successfully copied from '" << item.Source() << "' to '"
-                                      << item.Destination() << '\'';
-    if (code == copyError)
-        QVLOG_FROM("CopyFile", ERROR)
-            << "Cannot copy from '" << item.Source() << "' to '" << item.Destination() << '\'';
-    return code;
+    return Tell("CopyFile", code, [&] {
+        return QStringLiteral("from '%1' to '%2'").arg(item.Source(), item.Destination());
+    });
 }
 
 int CopyWork::TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
@@ -271,15 +302,17 @@ int CopyWork::TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
     return isOver ? 0 : copyError;
 }
 
-bool CopyWork::CopyOnce(const CopyItem& item, CopySource& source, NewFile::Publication publication)
+bool CopyWork::CopyOnce(const CopyItem& item, const CopySource& source,
+                        NewFile::Publication publication)
 {
     const int directory = item.to.OpenDirectory();
     NewFile file(directory, item.to.name);
-    if (directory < 0 || !file.Open() || !source.CopyTo(file.Number(), content_))
+    if (directory < 0 || !file.Open() ||
+        !content_.Copy(source.Number(), source.Status(), file.Number()))
         return false;
     // Some file systems have no permissions.
-    if (fchmod(file.Number(), source.Permissions()) != 0 && errno != EPERM && errno != EOPNOTSUPP &&
-        errno != ENOSYS)
+    if (fchmod(file.Number(), source.Status().st_mode & allPermissions) != 0 && errno != EPERM &&
+        errno != EOPNOTSUPP && errno != ENOSYS)
         return false;
     const bool isFlushed = flush_.IsForEach() || publication == NewFile::Replacement;
     if ((isFlushed && fdatasync(file.Number()) != 0) || !file.Publish(publication))
@@ -321,14 +354,10 @@ int CopyWork::CopySymlink(const CopyItem& item)
     if (code == 0 && !Retry("CreateSymlink", attempt,
                             [&] { return FailedToCreateLink(item.Destination(), target); }))
         code = copyError;
-    if (code == 0)
-        QVLOG_FROM("CopySymlink", DEBUG)
-            << "Successfully copied link from '" << item.Source() << "' to '" << item.Destination()
-            << "' -> '" << target << "'.";
-    if (code == copyError)
-        QVLOG_FROM("CopySymlink", ERROR) << "Cannot copy link from '" << item.Source() << "' to '"
-                                         << item.Destination() << "' -> '" << target << "'.";
-    return code;
+    return Tell("CopySymlink", code, [&] {
+        return QStringLiteral("link from '%1' to '%2' -> '%3'.")
+            .arg(item.Source(), item.Destination(), target);
+    });
 }
 
 } // namespace common

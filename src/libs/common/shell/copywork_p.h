@@ -75,19 +75,24 @@ public:
     std::deque<CopyTree> trees;
 
 private:
+    Place GivenDestination(const QString& path);
+    bool HasMoved();
     bool IsAborted(const char* function) const { return copyJob.IsAborted(abort_, function); }
     int Prepare(const CopyItem& item, bool isFree, const std::function<bool()>& isSource,
                 NewFile::Publication* publication);
     int TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
                   NewFile::Publication publication);
-    bool CopyOnce(const CopyItem& item, CopySource& source, NewFile::Publication publication);
+    bool CopyOnce(const CopyItem& item, const CopySource& source, NewFile::Publication publication);
     bool Report(qint64 bytes);
     bool IsSourceOfAny(const Place& place);
 
     FileCopyTask* task_;
     const QAtomicInt& abort_;
-    GivenPlaces from_{OpenDirectories::FollowRoot};
-    GivenPlaces to_{OpenDirectories::MakeMissing};
+    QByteArray from_; // of the given item
+    Tree noNames_;
+    std::optional<OpenDirectories> to_;
+    QByteArray toName_;
+    bool hasMoved_ = false;
     QList<CopyPaths> given_;
     std::optional<CopySources> sources_; // where anything is replaced
     DiskFlush flush_{1};

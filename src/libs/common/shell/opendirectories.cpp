@@ -14,14 +14,13 @@ namespace {
 
 constexpr size_t window = 64;
 
-// A descriptor to go through a directory, which takes no permission to read it.
-constexpr int passing = O_PATH | O_DIRECTORY | O_CLOEXEC;
-
-Identity Distrusted()
+// To list it; or, without the permission to read it, only to go through it.
+Descriptor OpenDirectory(int parent, const char* name, int flags = 0)
 {
-    Identity identity;
-    identity.inode = ~ino_t(0);
-    return identity;
+    flags |= O_DIRECTORY | O_CLOEXEC;
+    Descriptor readable(openat(parent, name, O_RDONLY | flags));
+    return readable || errno != EACCES ? std::move(readable)
+                                       : Descriptor(openat(parent, name, O_PATH | flags));
 }
 
 } // namespace
@@ -63,7 +62,7 @@ bool OpenDirectories::GoUpTo(Tree::Directory directory)
     while (way_.back().directory != directory) {
         Step& above = way_[way_.size() - 2];
         if (!above.descriptor) {
-            above.descriptor = Descriptor(openat(way_.back().descriptor.Number(), "..", passing));
+            above.descriptor = OpenDirectory(way_.back().descriptor.Number(), "..");
             if (!above.descriptor || !Recognise(above.directory, above.descriptor.Number()))
                 return false;
         }
@@ -85,23 +84,24 @@ bool OpenDirectories::GoDownTo(Tree::Directory directory)
 
 Descriptor OpenDirectories::OpenBelow(Tree::Directory directory) const
 {
-    const bool follows = rule_ == FollowAll || (directory == Tree::root && rule_ != FollowNothing);
-    const int flags = follows ? passing : passing | O_NOFOLLOW;
-    return Descriptor(directory == Tree::root ? open(root_.constData(), flags)
-                                              : openat(way_.back().descriptor.Number(),
-                                                       tree_.NameOf(directory), flags));
+    const bool isRoot = directory == Tree::root;
+    const bool follows = rule_ == FollowAll || (isRoot && rule_ != FollowNothing);
+    return OpenDirectory(isRoot ? AT_FDCWD : way_.back().descriptor.Number(),
+                         isRoot ? root_.constData() : tree_.NameOf(directory),
+                         follows ? 0 : O_NOFOLLOW);
 }
 
 Descriptor OpenDirectories::OpenOrMake(Tree::Directory directory)
 {
-    Descriptor found = OpenBelow(directory);
-    if (found || errno != ENOENT)
-        return found;
+    const bool isNew = !Seen(directory).IsKnown(); // one that was there is not made again
     if (directory == Tree::root) {
+        Descriptor found = OpenBelow(directory);
+        if (found || errno != ENOENT || !isNew)
+            return found;
         QDir().mkpath(QFileInfo(QFile::decodeName(root_)).absoluteFilePath());
-        return Descriptor(open(root_.constData(), passing | O_NOFOLLOW));
+        return OpenDirectory(AT_FDCWD, root_.constData(), O_NOFOLLOW);
     }
-    if (mkdirat(way_.back().descriptor.Number(), tree_.NameOf(directory), 0777) == 0) {
+    if (isNew && mkdirat(way_.back().descriptor.Number(), tree_.NameOf(directory), 0777) == 0) {
         made_.resize(tree_.DirectoryCount());
         made_[directory] = true;
     }
@@ -115,16 +115,22 @@ void OpenDirectories::LookAtRoot()
         Recognise(Tree::root, root.Number());
 }
 
+Identity& OpenDirectories::Remembered(Tree::Directory directory)
+{
+    if (directory >= seen_.size())
+        seen_.resize(tree_.DirectoryCount());
+    return seen_[directory];
+}
+
 bool OpenDirectories::Recognise(Tree::Directory directory, int descriptor)
 {
     struct stat status = {};
     if (fstat(descriptor, &status) != 0)
         return false;
-    if (directory >= seen_.size())
-        seen_.resize(tree_.DirectoryCount());
-    if (!seen_[directory].IsKnown())
-        seen_[directory] = Identity(status);
-    if (seen_[directory] == Identity(status))
+    Identity& remembered = Remembered(directory);
+    if (!remembered.IsKnown())
+        remembered = Identity(status);
+    if (remembered == Identity(status))
         return true;
     errno = ESTALE;
     return false;
@@ -153,9 +159,7 @@ bool OpenDirectories::IsLoop(Tree::Directory directory) const
 
 void OpenDirectories::Distrust(Tree::Directory directory)
 {
-    if (directory >= seen_.size())
-        seen_.resize(tree_.DirectoryCount());
-    seen_[directory] = Distrusted();
+    Remembered(directory).inode = ~ino_t(0);
 }
 
 bool OpenDirectories::IsInPlace(Tree::Directory directory)
@@ -179,7 +183,7 @@ bool OpenDirectories::AreInPlace(bool mayBeGone, Tree::Directory* missing)
 {
     Close();
     for (*missing = Tree::root; *missing < seen_.size(); ++*missing) {
-        if (Seen(*missing).IsKnown() && !IsInPlace(*missing) && !(mayBeGone && errno == ENOENT))
+        if (Seen(*missing).IsKnown() && Open(*missing) < 0 && !(mayBeGone && errno == ENOENT))
             return false;
     }
     return true;

@@ -84,6 +84,7 @@ private:
     bool GoDownTo(Tree::Directory directory);
     Descriptor OpenBelow(Tree::Directory directory) const;
     Descriptor OpenOrMake(Tree::Directory directory);
+    Identity& Remembered(Tree::Directory directory);
     bool Recognise(Tree::Directory directory, int descriptor);
 
     const Tree& tree_;

@@ -101,17 +101,17 @@ void TreeWalk::Read(Tree::Directory directory)
     const int place = directories_.Open(directory);
     if (listed_ == LinksAsWhatTheyLeadTo && place >= 0 && directories_.IsLoop(directory))
         return;
-    const Descriptor reader(place < 0 ? -1
-                                      : openat(place, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if ((!reader || !ReadNames(place, reader.Number())) && errno != EACCES && errno != ENOENT)
+    const bool isRead = place >= 0 && ReadNames(place);
+    const bool mustNotBeRead = errno == EACCES || errno == EBADF; // not opened, or not for that
+    if (!isRead && !mustNotBeRead && errno != ENOENT)
         directories_.Distrust(directory);
 }
 
-bool TreeWalk::ReadNames(int place, int reader)
+bool TreeWalk::ReadNames(int place)
 {
     alignas(dirent64) std::array<char, 32768> entries;
     ssize_t size = 0;
-    while ((size = getdents64(reader, entries.data(), entries.size())) > 0) {
+    while ((size = getdents64(place, entries.data(), entries.size())) > 0) {
         for (ssize_t at = 0; at < size;) {
             const auto* entry = reinterpret_cast<const dirent64*>(entries.data() + at);
             at += entry->d_reclen;

@@ -49,7 +49,7 @@ private:
 
     void Enter(Tree::Directory directory);
     void Read(Tree::Directory directory);
-    bool ReadNames(int place, int reader);
+    bool ReadNames(int place);
     void ReadByQt(Tree::Directory directory);
     bool Matches(const char* name) const;
     std::optional<Tree::Kind> KindToList(int directory, const char* name, unsigned char type) const;
