@@ -14,6 +14,7 @@ struct Place
     Tree::Directory directory;
     const char* name;
 
+    /** The descriptor to use the name with; or -1 and errno. */
     int OpenDirectory() const;
     /** Looks at what is there itself, a link or not. */
     bool Look(struct stat* status) const;

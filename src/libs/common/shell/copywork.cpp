@@ -60,7 +60,7 @@ int FindRoom(const CopyItem& item)
 QByteArray ReadLink(const Place& link)
 {
     const int directory = link.OpenDirectory();
-    if (directory < 0)
+    if (directory == -1)
         return {};
     QByteArray text(256, '\0');
     ssize_t length = 0;

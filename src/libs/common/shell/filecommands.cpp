@@ -17,31 +17,6 @@ void LogAttempt(const char* function, const QString& failure, int attempt)
     QVLOG_FROM(function, WARN) << failure << ", attempt '" << attempt << '\'';
 }
 
-QString FailedToCreateDirectory(const QString& path)
-{
-    return QStringLiteral("Failed to create directory '%1'").arg(path);
-}
-
-QString FailedToRemoveDirectory(const QString& path)
-{
-    return QStringLiteral("Failed to remove directory '%1'").arg(path);
-}
-
-QString FailedToRemoveFile(const QString& path)
-{
-    return QStringLiteral("Failed to remove file '%1'").arg(path);
-}
-
-QString FailedToCopyFile(const QString& source, const QString& destination)
-{
-    return QStringLiteral("Failed to copy file '%1' to '%2'").arg(source, destination);
-}
-
-QString FailedToCreateLink(const QString& link, const QString& target)
-{
-    return QStringLiteral("Failed to create link '%1' --> '%2'").arg(link, target);
-}
-
 bool FileCommands::RenameDirectory(QDir& dir, const QString& oldName, const QString& newName)
 {
     return Retry(

@@ -30,10 +30,29 @@ bool Retry(const char* function, Operation operation, Describe describe)
 }
 
 /** The texts of failures. */
-QString FailedToCreateDirectory(const QString& path);
-QString FailedToRemoveDirectory(const QString& path);
-QString FailedToRemoveFile(const QString& path);
-QString FailedToCopyFile(const QString& source, const QString& destination);
-QString FailedToCreateLink(const QString& link, const QString& target);
+inline QString FailedToCreateDirectory(const QString& path)
+{
+    return QStringLiteral("Failed to create directory '%1'").arg(path);
+}
+
+inline QString FailedToRemoveDirectory(const QString& path)
+{
+    return QStringLiteral("Failed to remove directory '%1'").arg(path);
+}
+
+inline QString FailedToRemoveFile(const QString& path)
+{
+    return QStringLiteral("Failed to remove file '%1'").arg(path);
+}
+
+inline QString FailedToCopyFile(const QString& source, const QString& destination)
+{
+    return QStringLiteral("Failed to copy file '%1' to '%2'").arg(source, destination);
+}
+
+inline QString FailedToCreateLink(const QString& link, const QString& target)
+{
+    return QStringLiteral("Failed to create link '%1' --> '%2'").arg(link, target);
+}
 
 } // namespace common

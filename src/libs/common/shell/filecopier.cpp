@@ -70,9 +70,8 @@ FileCopyTask::FileCopyTask(const QList<CopyPaths>& files, QList<CopyPaths> direc
     : files_(files),
       symlinks_(std::move(symlinks)),
       directories_(std::move(directories)),
-      thread_(new JobThread<CopyWork>(this, abort_))
+      thread_(new JobThread<CopyWork>(this, this, abort_))
 {
-    FileJob::Connect(this, thread_.data());
 }
 
 FileCopyTask::~FileCopyTask()
@@ -189,11 +188,11 @@ int FileCopyTask::CopyAll()
     }
     for (CopyTree& tree : work.trees) {
         for (const Tree::Entry& link : tree.links) {
-            const bool isFile =
-                !given.isEmpty() && given.contains({tree.SourceOf(link), tree.DestinationOf(link)});
-            const CopyPaths paths =
-                isFile ? CopyPaths(tree.SourceOf(link), tree.DestinationOf(link)) : CopyPaths();
-            if (!copy(isFile, isFile ? work.Given(paths) : work.Found(tree, link)))
+            const CopyPaths item = given.isEmpty()
+                                       ? CopyPaths()
+                                       : CopyPaths(tree.SourceOf(link), tree.DestinationOf(link));
+            const bool isFile = given.contains(item);
+            if (!copy(isFile, isFile ? work.Given(item) : work.Found(tree, link)))
                 return code;
         }
         tree.Close();

@@ -5,34 +5,20 @@
 #include "common/shell/treewalk_p.h"
 
 #include <QDir>
-#include <QFile>
 #include <QPointer>
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace common {
 
 namespace {
 
-struct FoundTree
-{
-    explicit FoundTree(const QString& path)
-        : directories(tree, QFile::encodeName(RealPlace(path)), OpenDirectories::FollowNothing)
-    {
-    }
-
-    Tree tree;
-    OpenDirectories directories;
-};
-
-// Where a found entry is: a directory of a tree, or an entry in one; without a tree by its path.
+// Where a found entry is: in a tree, or without one by its path.
 struct Place
 {
-    std::shared_ptr<FoundTree> tree;
-    Tree::Entry entry;
-    std::optional<Tree::Directory> directory;
+    std::shared_ptr<RemovalTree> tree;
+    RemovalTree::Item item;
 };
 
 // The places of the found entries.
@@ -52,11 +38,9 @@ std::vector<Place>& PlacesOf(const QObject* helper)
 bool RemoveFrom(const Place& place, const QFileInfo& found)
 {
     if (place.tree) {
-        OpenDirectories& directories = place.tree->directories;
-        const Removal removal = place.directory ? RemoveDirectoryFrom(directories, *place.directory)
-                                                : RemoveFileFrom(directories, place.entry);
-        if (place.directory == Tree::root) // the last one of the tree
-            directories.Close();
+        const Removal removal = place.tree->Remove(place.item);
+        if (place.item.directory == Tree::root) // the last one of the tree
+            place.tree->directories.Close();
         return removal == Removal::Done;
     }
     const QString path = found.absoluteFilePath();
@@ -121,21 +105,19 @@ void FileHelper::ScanPath(const QString& path)
     const QPointer<FileHelper> self(this);
     const QFileInfo root(path);
     const QString below = PathBelow(root.absoluteFilePath());
-    const auto found = std::make_shared<FoundTree>(path);
-    TreeWalk walk(found->tree, found->directories, path, TreeWalk::UsualFiles, nameFilters_);
+    const auto tree = std::make_shared<RemovalTree>(path);
+    TreeWalk walk(tree->names, tree->directories, path, TreeWalk::UsualFiles, nameFilters_);
     for (auto step = walk.Next(); self && step != TreeWalk::End; step = walk.Next()) {
         if (step == TreeWalk::Found && walk.Kind() == Tree::DirectoryKind)
             continue; // it comes after its contents
-        const bool isDirectory = step == TreeWalk::Left;
-        const Tree::Entry entry =
-            isDirectory ? found->tree.AsEntry(walk.Directory()) : walk.Entry();
-        const bool isRoot = isDirectory && walk.Directory() == Tree::root;
-        const QFileInfo info = isRoot ? root : QFileInfo(below + found->tree.Path(entry));
-        PlacesOf(this).push_back(
-            {found, entry, isDirectory ? std::make_optional(walk.Directory()) : std::nullopt});
+        const auto item = step == TreeWalk::Left ? tree->At(walk.Directory())
+                                                 : RemovalTree::Item{walk.Entry(), {}};
+        const bool isRoot = item.directory == Tree::root;
+        const QFileInfo info = isRoot ? root : QFileInfo(below + tree->names.Path(item.entry));
+        PlacesOf(this).push_back({tree, item});
         AddFound(info, info.absoluteFilePath());
     }
-    found->directories.Close();
+    tree->directories.Close();
 }
 
 void FileHelper::AddFound(const QFileInfo& entry, const QString& path)

@@ -13,14 +13,17 @@
 
 namespace common {
 
-/** The thread of a worker, and what the worker knows there. */
+/** The thread of a worker, which deletes itself after that, and what the worker knows there. */
 template <typename Work>
 class JobThread : public QThread
 {
 public:
-    template <typename... Arguments>
-    explicit JobThread(Arguments&&... arguments) : work(std::forward<Arguments>(arguments)...)
+    template <typename Task, typename... Arguments>
+    explicit JobThread(Task* task, Arguments&&... arguments)
+        : work(std::forward<Arguments>(arguments)...)
     {
+        connect(this, &QThread::started, task, &Task::run, Qt::DirectConnection);
+        connect(this, &QThread::finished, task, &Task::deleteLater, Qt::QueuedConnection);
     }
 
     static Work& Of(const QScopedPointer<QThread>& thread)
@@ -67,14 +70,6 @@ struct FileJob
     }
 
     // Of the worker.
-
-    template <typename Task>
-    static void Connect(Task* task, QThread* thread)
-    {
-        QObject::connect(thread, &QThread::started, task, &Task::run, Qt::DirectConnection);
-        QObject::connect(thread, &QThread::finished, task, &Task::deleteLater,
-                         Qt::QueuedConnection);
-    }
 
     template <typename Task>
     void StartThread(Task* task, QThread* thread) const

@@ -27,26 +27,7 @@ constexpr FileJob job = {
 constexpr const logger::ICategory& logCategory = job.logCategory;
 constexpr const char* logSource = job.logSource;
 
-// A tree to be removed.
-struct FoundTree
-{
-    FoundTree(const QString& given, OpenDirectories::Rule rule)
-        : path(given), directories(tree, QFile::encodeName(RealPlace(given)), rule)
-    {
-    }
-
-    QString PathOf(const Tree::Entry& entry) const
-    {
-        return path + QDir::separator() + tree.Path(entry);
-    }
-
-    QString path;
-    Tree tree;
-    OpenDirectories directories;
-    std::vector<Tree::Entry> files;
-};
-
-using Work = std::deque<FoundTree>;
+using Work = std::deque<RemovalTree>;
 
 // What is told of a kind of entries.
 struct EntryKind
@@ -86,48 +67,39 @@ int RemoveEntry(const EntryKind& kind, Attempt attempt, Path path)
     return 0;
 }
 
-int RemoveFound(FoundTree& found, const Tree::Entry& file)
+const EntryKind& KindOf(const RemovalTree::Item& item)
 {
-    return RemoveEntry(
-        fileKind, [&] { return RemoveFileFrom(found.directories, file); },
-        [&] { return found.PathOf(file); });
+    return item.directory ? directoryKind : fileKind;
 }
 
-int RemoveFound(FoundTree& found, Tree::Directory directory)
+int RemoveFound(RemovalTree& tree, const RemovalTree::Item& item)
 {
     return RemoveEntry(
-        directoryKind, [&] { return RemoveDirectoryFrom(found.directories, directory); },
-        [&] {
-            return directory == Tree::root ? found.path
-                                           : found.PathOf(found.tree.AsEntry(directory));
-        });
+        KindOf(item), [&] { return tree.Remove(item); }, [&] { return tree.PathOf(item); });
 }
 
 // Finds what is in the tree.
-int List(FoundTree& found, const QAtomicInt& abort)
+int List(RemovalTree& tree, const QAtomicInt& abort)
 {
-    if (!IsTree(found.path)) {
-        QVLOG_FROM("ScanPath", WARN) << "Path '" << found.path << "' doesn't exists!";
+    if (!IsTree(tree.path)) {
+        QVLOG_FROM("ScanPath", WARN) << "Path '" << tree.path << "' doesn't exists!";
         return 0;
     }
-    if (!QFileInfo(found.path).isNativePath())
+    if (!QFileInfo(tree.path).isNativePath())
         return 0;
-    TreeWalk walk(found.tree, found.directories, found.path, TreeWalk::Everything);
-    for (;;) {
-        const TreeWalk::Step step = walk.Next();
-        if (step == TreeWalk::End)
-            break;
+    TreeWalk walk(tree.names, tree.directories, tree.path, TreeWalk::Everything);
+    for (auto step = walk.Next(); step != TreeWalk::End; step = walk.Next()) {
         if (step == TreeWalk::Left)
             continue;
         if (job.IsAborted(abort, "ScanPath"))
             return abortedError;
         const bool isDirectory = walk.Kind() == Tree::DirectoryKind;
         QVLOG_FROM("ScanPath", DEBUG) << (isDirectory ? "Found directory: '" : "Found file: '")
-                                      << found.tree.Path(walk.Entry()) << "'.";
+                                      << tree.names.Path(walk.Entry()) << "'.";
         if (!isDirectory)
-            found.files.push_back(walk.Entry());
+            tree.files.push_back(walk.Entry());
     }
-    found.directories.Close();
+    tree.directories.Close();
     return 0;
 }
 
@@ -163,9 +135,8 @@ void FileRemover::Abort(bool force)
 }
 
 FileRemoveTask::FileRemoveTask(const QStringList& files, const QStringList& directories)
-    : files_(files), directories_(directories), thread_(new JobThread<Work>)
+    : files_(files), directories_(directories), thread_(new JobThread<Work>(this))
 {
-    FileJob::Connect(this, thread_.data());
 }
 
 FileRemoveTask::~FileRemoveTask()
@@ -202,10 +173,10 @@ int FileRemoveTask::Scan()
     for (const QString& path : qAsConst(directories_)) {
         if (job.IsAborted(abort_, __func__))
             return abortedError;
-        FoundTree& found = work.emplace_back(path, OpenDirectories::FollowNothing);
+        RemovalTree& tree = work.emplace_back(path);
         if (IsLink(path))
             continue; // removed as a link: what it leads to is not ours
-        const int code = List(found, abort_);
+        const int code = List(tree, abort_);
         if (code != 0) {
             QVLOG(ERROR) << "Scanning directory '" << path << "' failed with error '" << code
                          << "'!";
@@ -219,15 +190,15 @@ int FileRemoveTask::Scan()
 int FileRemoveTask::ScanPath(const QString& root, const QString& path, QStringList& files,
                              QStringList& directories)
 {
-    FoundTree found(path, OpenDirectories::FollowRoot);
-    const int code = List(found, abort_);
-    const auto relative = [&](const Tree::Entry& entry) {
-        return QDir(root).relativeFilePath(QFileInfo(found.PathOf(entry)).absoluteFilePath());
+    RemovalTree tree(path, OpenDirectories::FollowRoot);
+    const int code = List(tree, abort_);
+    const auto relative = [&](const RemovalTree::Item& item) {
+        return QDir(root).relativeFilePath(QFileInfo(tree.PathOf(item)).absoluteFilePath());
     };
-    for (const Tree::Entry& file : found.files)
-        files << relative(file);
-    for (Tree::Directory directory = 1; directory < found.tree.DirectoryCount(); ++directory)
-        directories << relative(found.tree.AsEntry(directory));
+    for (const Tree::Entry& file : tree.files)
+        files << relative({file, {}});
+    for (Tree::Directory directory = 1; directory < tree.names.DirectoryCount(); ++directory)
+        directories << relative(tree.At(directory));
     return code;
 }
 
@@ -235,53 +206,57 @@ int FileRemoveTask::RemoveAll()
 {
     Work& work = JobThread<Work>::Of(thread_);
     int total = files_.size() + directories_.size();
-    for (const FoundTree& found : work)
-        total += int(found.files.size() + found.tree.DirectoryCount()) - 1;
+    for (const RemovalTree& tree : work)
+        total += int(tree.files.size() + tree.names.DirectoryCount()) - 1;
     int current = 0;
+    int code = 0;
 
     // Whether the job goes on after the removal of an entry.
-    const auto next = [&](const EntryKind& kind, const auto& remove, const auto& path) {
-        if (job.IsAborted(abort_, "RemoveAll"))
-            return abortedError;
-        const int code = remove();
-        if (code != 0)
+    const auto remove = [&](const EntryKind& kind, const auto& step, const auto& path) {
+        code = job.IsAborted(abort_, "RemoveAll") ? abortedError : step();
+        if (code == 0)
+            Q_EMIT progress(++current, total);
+        else if (code != abortedError)
             QVLOG_FROM("RemoveAll", ERROR) << "Removing " << kind.noun << " '" << path()
                                            << "' failed with error '" << code << "'!";
-        else
-            Q_EMIT progress(++current, total);
-        return code;
+        return code == 0;
     };
-    int code = 0;
-    for (int i = 0; i < files_.size() && code == 0; ++i)
-        code = next(
-            fileKind, [&] { return RemoveFile(files_[i]); }, [&] { return files_[i]; });
-    for (auto found = work.begin(); found != work.end() && code == 0; ++found) {
-        for (size_t i = 0; i < found->files.size() && code == 0; ++i) {
-            const Tree::Entry& file = found->files[i];
-            code = next(
-                fileKind, [&] { return RemoveFound(*found, file); },
-                [&] { return found->PathOf(file); });
+    const auto removeFound = [&](RemovalTree& tree, const RemovalTree::Item& item) {
+        return remove(
+            KindOf(item), [&] { return RemoveFound(tree, item); },
+            [&] { return tree.PathOf(item); });
+    };
+    for (const QString& file : qAsConst(files_)) {
+        if (!remove(
+                fileKind, [&] { return RemoveFile(file); }, [&] { return file; }))
+            return code;
+    }
+    for (RemovalTree& tree : work) {
+        for (const Tree::Entry& file : tree.files) {
+            if (!removeFound(tree, {file, {}}))
+                return code;
         }
-        found->directories.Close();
+        tree.directories.Close();
     }
     // Found parents first: from the last to the first, every directory comes after what it holds.
-    for (auto found = work.rbegin(); found != work.rend() && code == 0; ++found) {
-        for (Tree::Directory left = found->tree.DirectoryCount() - 1; left > 0 && code == 0; --left)
-            code = next(
-                directoryKind, [&] { return RemoveFound(*found, left); },
-                [&] { return found->PathOf(found->tree.AsEntry(left)); });
-        found->directories.Close();
+    for (auto tree = work.rbegin(); tree != work.rend(); ++tree) {
+        for (Tree::Directory left = tree->names.DirectoryCount() - 1; left > 0; --left) {
+            if (!removeFound(*tree, tree->At(left)))
+                return code;
+        }
+        tree->directories.Close();
     }
-    for (int i = 0; i < directories_.size() && code == 0; ++i) {
-        const auto remove = [&] {
+    for (int i = 0; i < directories_.size(); ++i) {
+        const auto step = [&] {
             const bool wasFound =
                 size_t(i) < work.size() && work[size_t(i)].directories.Seen(Tree::root).IsKnown();
-            return wasFound ? RemoveFound(work[size_t(i)], Tree::root)
+            return wasFound ? RemoveFound(work[size_t(i)], work[size_t(i)].At(Tree::root))
                             : RemoveDirectory(directories_[i]);
         };
-        code = next(directoryKind, remove, [&] { return directories_[i]; });
+        if (!remove(directoryKind, step, [&] { return directories_[i]; }))
+            return code;
     }
-    return code;
+    return 0;
 }
 
 int FileRemoveTask::RemoveFile(const QString& path)

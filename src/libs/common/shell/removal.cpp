@@ -1,38 +1,41 @@
 #include "common/shell/removal_p.h"
 
+#include "common/shell/paths_p.h"
+
+#include <QDir>
+#include <QFile>
+
 #include <cerrno>
 
 #include <fcntl.h>
 
 namespace common {
 
-namespace {
-
-// That of a system call: its result, and errno if that is negative.
-Removal RemovalOf(int result)
+RemovalTree::RemovalTree(const QString& given, OpenDirectories::Rule rule)
+    : path(given), directories(names, QFile::encodeName(RealPlace(given)), rule)
 {
-    if (result >= 0)
+}
+
+QString RemovalTree::PathOf(const Item& item) const
+{
+    return item.directory == Tree::root ? path : path + QDir::separator() + names.Path(item.entry);
+}
+
+Removal RemovalTree::Remove(const Item& item)
+{
+    int result = -1;
+    if (item.directory == Tree::root) {
+        if (directories.IsInPlace(Tree::root))
+            result = rmdir(directories.Root().constData());
+    } else if (!item.directory || directories.IsInPlace(*item.directory)) {
+        const int parent = directories.Open(item.entry.directory);
+        if (parent >= 0)
+            result =
+                unlinkat(parent, names.Name(item.entry.name), item.directory ? AT_REMOVEDIR : 0);
+    }
+    if (result == 0)
         return Removal::Done;
     return errno == ENOENT ? Removal::Missing : Removal::Failed;
-}
-
-} // namespace
-
-Removal RemoveFileFrom(OpenDirectories& directories, const Tree::Entry& file)
-{
-    const int parent = directories.Open(file.directory);
-    return RemovalOf(parent < 0 ? -1 : unlinkat(parent, directories.Names().Name(file.name), 0));
-}
-
-Removal RemoveDirectoryFrom(OpenDirectories& directories, Tree::Directory directory)
-{
-    if (!directories.IsInPlace(directory))
-        return RemovalOf(-1);
-    if (directory == Tree::root)
-        return RemovalOf(rmdir(directories.Root().constData()));
-    const Tree& tree = directories.Names();
-    const int parent = directories.Open(tree.Parent(directory));
-    return RemovalOf(parent < 0 ? -1 : unlinkat(parent, tree.NameOf(directory), AT_REMOVEDIR));
 }
 
 } // namespace common

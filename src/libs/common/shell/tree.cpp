@@ -14,7 +14,7 @@ Tree::Tree()
 
 void Tree::AddName(Kind kind, const char* name)
 {
-    names_.push_back(kind);
+    names_.push_back(char(kind));
     names_.append(name, std::strlen(name) + 1);
 }
 

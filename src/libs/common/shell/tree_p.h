@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <dirent.h>
+
 namespace common {
 
 /**
@@ -18,7 +20,8 @@ public:
 
     static constexpr Directory root = 0;
 
-    enum Kind : char { DirectoryKind, LinkKind, FileKind, SpecialKind };
+    /** As the system calls tell it; there are others. */
+    enum Kind : unsigned char { DirectoryKind = DT_DIR, LinkKind = DT_LNK, FileKind = DT_REG };
 
     struct Entry
     {

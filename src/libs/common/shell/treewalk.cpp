@@ -26,20 +26,6 @@ unsigned char TypeAt(int directory, const char* name, int flags)
     return IFTODT(status.st_mode);
 }
 
-Tree::Kind KindOfType(unsigned char type)
-{
-    switch (type) {
-    case DT_DIR:
-        return Tree::DirectoryKind;
-    case DT_LNK:
-        return Tree::LinkKind;
-    case DT_REG:
-        return Tree::FileKind;
-    default:
-        return Tree::SpecialKind;
-    }
-}
-
 bool IsDecodable(const char* name)
 {
     const bool isAscii =
@@ -154,15 +140,12 @@ std::optional<Tree::Kind> TreeWalk::KindToList(int directory, const char* name,
 {
     if (type == DT_UNKNOWN)
         type = TypeAt(directory, name, AT_SYMLINK_NOFOLLOW);
-    const bool isLink = type == DT_LNK;
-    if (listed_ == LinksAsWhatTheyLeadTo && isLink)
+    if (listed_ == LinksAsWhatTheyLeadTo && type == DT_LNK)
         type = TypeAt(directory, name, 0);
-    const Tree::Kind kind = KindOfType(type);
-    const bool isUnusual =
-        kind == Tree::SpecialKind || (isLink && TypeAt(directory, name, 0) == DT_UNKNOWN);
-    if (listed_ == UsualFiles && isUnusual)
+    if (listed_ == UsualFiles && type != DT_DIR && type != DT_REG &&
+        (type != DT_LNK || TypeAt(directory, name, 0) == DT_UNKNOWN))
         return std::nullopt;
-    return kind;
+    return Tree::Kind(type);
 }
 
 bool IsTree(const QString& root)
