@@ -148,7 +148,7 @@ void CopyWork::CountBytes(const QList<CopyPaths>& files)
 int CopyWork::List(CopyTree& tree)
 {
     const QString& path = tree.given.first;
-    if (path.isEmpty() || !IsTree(path)) {
+    if (!QFileInfo(path).isDir()) {
         QVLOG_FROM("ScanPath", WARN) << "Path '" << path << "' doesn't exists!";
         return noDirectoryError;
     }

@@ -8,8 +8,9 @@
 namespace common {
 
 /**
- * Has what a job wrote on the disk before it ends: of a small job each file, and then its directory;
- * of a larger one all that is in the file systems, which costs the same however many files it is.
+ * Has what a job wrote on the disk before it ends: of a small job each file, and then its directory,
+ * with which a file system that keeps a journal writes the new directories above, too; of a larger
+ * one all that is in the file systems, which costs the same however many files it is.
  */
 class DiskFlush
 {

@@ -100,10 +100,10 @@ void FileHelper::Scan()
 
 void FileHelper::ScanPath(const QString& path)
 {
-    if (path.isEmpty() || !IsTree(path))
+    const QFileInfo root(path);
+    if (!root.isDir())
         return;
     const QPointer<FileHelper> self(this);
-    const QFileInfo root(path);
     const QString below = PathBelow(root.absoluteFilePath());
     const auto tree = std::make_shared<RemovalTree>(path);
     TreeWalk walk(tree->names, tree->directories, path, TreeWalk::UsualFiles, nameFilters_);

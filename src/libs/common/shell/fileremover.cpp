@@ -81,7 +81,7 @@ int RemoveFound(RemovalTree& tree, const RemovalTree::Item& item)
 // Finds what is in the tree.
 int List(RemovalTree& tree, const QAtomicInt& abort)
 {
-    if (!IsTree(tree.path)) {
+    if (!QFileInfo(tree.path).isDir()) {
         QVLOG_FROM("ScanPath", WARN) << "Path '" << tree.path << "' doesn't exists!";
         return 0;
     }

@@ -1,5 +1,7 @@
 #include "common/shell/newfile_p.h"
 
+#include "common/shell/identity_p.h"
+
 #include <QCryptographicHash>
 
 #include <atomic>
@@ -30,7 +32,7 @@ bool IsFile(int descriptor, int directory, const QByteArray& name)
     struct stat named = {};
     return fstat(descriptor, &own) == 0 &&
            fstatat(directory, name.constData(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-           own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+           Identity(own) == Identity(named);
 }
 
 bool Busy()

@@ -1,30 +1,14 @@
 #pragma once
 
 #include "common/shell/descriptor_p.h"
+#include "common/shell/identity_p.h"
 #include "common/shell/tree_p.h"
 
 #include <QByteArray>
 
 #include <vector>
 
-#include <sys/stat.h>
-
 namespace common {
-
-/** What a directory keeps wherever it is moved. */
-struct Identity
-{
-    dev_t device = 0;
-    ino_t inode = 0;
-
-    Identity() = default;
-    explicit Identity(const struct stat& status) : device(status.st_dev), inode(status.st_ino) {}
-    bool IsKnown() const { return inode != 0; }
-    bool operator==(const Identity& other) const
-    {
-        return device == other.device && inode == other.inode;
-    }
-};
 
 /**
  * Opens the directories of a tree, so that nobody can lead us out of it: each by its name in the one

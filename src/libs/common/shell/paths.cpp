@@ -1,12 +1,11 @@
 #include "common/shell/paths_p.h"
 
+#include "common/shell/identity_p.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
-#include <optional>
-
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace common {
@@ -18,17 +17,13 @@ using Status = struct stat;
 constexpr int maxHops = 40; // what Linux follows
 const auto up = QLatin1String("..");
 
-std::optional<Status> Read(int (*call)(const char*, Status*), const QString& path)
+// Of what is there, or what it leads to; all zero if there is nothing.
+Status StatusOf(const QString& path, int (*call)(const char*, Status*) = stat)
 {
     Status status = {};
-    if (!IsName(path) || call(QFile::encodeName(path).constData(), &status) != 0)
-        return std::nullopt;
+    if (IsName(path))
+        call(QFile::encodeName(path).constData(), &status);
     return status;
-}
-
-bool Same(const std::optional<Status>& first, const std::optional<Status>& second)
-{
-    return first && second && first->st_dev == second->st_dev && first->st_ino == second->st_ino;
 }
 
 } // namespace
@@ -46,26 +41,21 @@ QString PathBelow(const QString& directory)
 
 bool Exists(const QString& path)
 {
-    return Read(lstat, path).has_value();
-}
-
-bool IsDirectory(const QString& path)
-{
-    const auto status = Read(stat, path);
-    return status && S_ISDIR(status->st_mode);
+    return Identity(StatusOf(path, lstat)).IsKnown();
 }
 
 bool IsSameFile(const QString& first, const QString& second)
 {
-    return Same(Read(stat, first), Read(stat, second));
+    const Identity identity(StatusOf(first));
+    return identity.IsKnown() && identity == Identity(StatusOf(second));
 }
 
 bool LinkLeadsThrough(const QString& link, const QString& path)
 {
-    const auto place = Read(lstat, path);
+    const Identity place(StatusOf(path, lstat));
     QFileInfo hop(QFileInfo(link).absoluteFilePath());
-    for (int hops = 0; hops < maxHops && place; ++hops) {
-        if (Same(Read(lstat, hop.filePath()), place))
+    for (int hops = 0; hops < maxHops && place.IsKnown(); ++hops) {
+        if (Identity(StatusOf(hop.filePath(), lstat)) == place)
             return true;
         if (!hop.isSymLink())
             return false;
@@ -84,8 +74,7 @@ bool GoesThroughLink(const QString& path, const QString& link)
 
 bool IsReadableFile(const QString& path)
 {
-    const auto status = Read(stat, path);
-    return status && S_ISREG(status->st_mode) &&
+    return S_ISREG(StatusOf(path).st_mode) &&
            access(QFile::encodeName(path).constData(), R_OK) == 0;
 }
 

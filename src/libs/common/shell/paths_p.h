@@ -15,9 +15,6 @@ QString PathBelow(const QString& directory);
 /** Whether anything is at the path; a link that leads nowhere counts. */
 bool Exists(const QString& path);
 
-/** Whether the path leads, through links, to a directory. */
-bool IsDirectory(const QString& path);
-
 /** Whether both paths lead, through links, to the same existing file. */
 bool IsSameFile(const QString& first, const QString& second);
 

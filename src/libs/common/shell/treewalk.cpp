@@ -1,7 +1,5 @@
 #include "common/shell/treewalk_p.h"
 
-#include "common/shell/paths_p.h"
-
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -146,12 +144,6 @@ std::optional<Tree::Kind> TreeWalk::KindToList(int directory, const char* name,
         (type != DT_LNK || TypeAt(directory, name, 0) == DT_UNKNOWN))
         return std::nullopt;
     return Tree::Kind(type);
-}
-
-bool IsTree(const QString& root)
-{
-    const QFileInfo info(root); // which looks up search paths
-    return info.isNativePath() ? IsDirectory(info.filePath()) : info.isDir();
 }
 
 } // namespace common

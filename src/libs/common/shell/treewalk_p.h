@@ -66,7 +66,4 @@ private:
     Tree::Directory directory_ = Tree::root;
 };
 
-/** Whether something is at the root's place that can be listed, if only in vain. */
-bool IsTree(const QString& root);
-
 } // namespace common
