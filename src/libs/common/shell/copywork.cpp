@@ -138,12 +138,6 @@ void CopyWork::Clear(bool countsBytes)
     bytesTotal_ = 0;
 }
 
-void CopyWork::CountBytes(const QList<CopyPaths>& files)
-{
-    for (const CopyPaths& file : files)
-        bytesTotal_ += countsBytes_ ? QFileInfo(file.first).size() : 0;
-}
-
 // Finds what is in the tree.
 int CopyWork::List(CopyTree& tree)
 {
@@ -172,10 +166,16 @@ int CopyWork::List(CopyTree& tree)
     return 0;
 }
 
-void CopyWork::BeginCopying(size_t items, const QList<CopyPaths>& given)
+size_t CopyWork::BeginCopying(const QList<CopyPaths>& files, const QList<CopyPaths>& links)
 {
+    for (const CopyPaths& file : files)
+        bytesTotal_ += countsBytes_ ? QFileInfo(file.first).size() : 0;
+    given_ = files + links;
+    size_t items = size_t(given_.size());
+    for (const CopyTree& tree : trees)
+        items += tree.files.size() + tree.links.size();
     flush_ = DiskFlush(items);
-    given_ = given;
+    return items;
 }
 
 bool CopyWork::IsSourceOfAny(const Place& place)

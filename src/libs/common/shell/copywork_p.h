@@ -59,11 +59,8 @@ public:
     void Clear(bool countsBytes);
     /** Finds what is in the tree. */
     int List(CopyTree& tree);
-    /** Adds the sizes of files to the bytes in all. */
-    void CountBytes(const QList<CopyPaths>& files);
-
-    /** For so many items, those among them that were given one by one. */
-    void BeginCopying(size_t items, const QList<CopyPaths>& given);
+    /** With these besides what was found; tells how many it is in all. */
+    size_t BeginCopying(const QList<CopyPaths>& files, const QList<CopyPaths>& links);
     /** Looks at all directories once more, and waits for the disk. */
     int FinishCopying();
 

@@ -143,12 +143,7 @@ int FileCopyTask::ScanPath(const QString& root, const QString& path, QStringList
 int FileCopyTask::CopyAll()
 {
     CopyWork& work = JobThread<CopyWork>::Of(thread_);
-    size_t total = size_t(files_.size()) + size_t(symlinks_.size());
-    for (const CopyTree& tree : work.trees)
-        total += tree.files.size() + tree.links.size();
-    work.CountBytes(files_);
-    work.BeginCopying(total, files_ + symlinks_);
-
+    const auto total = int(work.BeginCopying(files_, symlinks_));
     int current = 0;
     int code = 0;
     // Whether the job goes on after an item.
@@ -162,7 +157,7 @@ int FileCopyTask::CopyAll()
                 << "Copying from '" << item.Source() << "' to '" << item.Destination()
                 << "' failed with error '" << code << "'!";
         else
-            Q_EMIT progress(++current, int(total));
+            Q_EMIT progress(++current, total);
         return code == 0;
     };
     for (const CopyPaths& item : qAsConst(files_)) {
