@@ -22,7 +22,7 @@ void JobRelay::Drop()
 void JobRelay::Keep(int current, int total)
 {
     const std::lock_guard lock(mutex_);
-    reports_.enqueue({current, total});
+    last_ = {current, total};
     Schedule();
 }
 
@@ -45,7 +45,7 @@ void JobRelay::Deliver()
 {
     {
         const std::lock_guard lock(mutex_);
-        deliveryIsDue_ = !reports_.isEmpty() || bytes_;
+        deliveryIsDue_ = told_ < last_.first || bytes_;
         if (!deliveryIsDue_)
             return;
     }
@@ -72,9 +72,9 @@ bool JobRelay::DeliverKept(QDeadlineTimer end)
 std::optional<JobRelay::Report> JobRelay::NextReport()
 {
     const std::lock_guard lock(mutex_);
-    if (reports_.isEmpty())
+    if (told_ == last_.first)
         return std::nullopt;
-    return reports_.dequeue();
+    return Report(++told_, last_.second);
 }
 
 std::optional<JobRelay::Bytes> JobRelay::TakeBytes()

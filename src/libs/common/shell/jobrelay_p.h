@@ -3,7 +3,6 @@
 #include <QDeadlineTimer>
 #include <QObject>
 #include <QPair>
-#include <QQueue>
 
 #include <mutex>
 #include <optional>
@@ -70,7 +69,8 @@ private:
     void OnFailed(int errorCode, const QString& errorText);
 
     std::mutex mutex_; // the thread sanitizer sees this one
-    QQueue<Report> reports_;
+    Report last_;      // they count up by one, from 1
+    int told_ = 0;     // how many of them are passed on
     std::optional<Bytes> bytes_;
     bool deliveryIsDue_ = false;
 };
