@@ -22,7 +22,7 @@ void JobRelay::Drop()
 void JobRelay::Keep(int current, int total)
 {
     const std::lock_guard lock(mutex_);
-    last_ = {current, total};
+    reports_.enqueue({current, total});
     Schedule();
 }
 
@@ -45,7 +45,7 @@ void JobRelay::Deliver()
 {
     {
         const std::lock_guard lock(mutex_);
-        deliveryIsDue_ = told_ < last_.first || bytes_;
+        deliveryIsDue_ = !reports_.isEmpty() || bytes_;
         if (!deliveryIsDue_)
             return;
     }
@@ -72,9 +72,9 @@ bool JobRelay::DeliverKept(QDeadlineTimer end)
 std::optional<JobRelay::Report> JobRelay::NextReport()
 {
     const std::lock_guard lock(mutex_);
-    if (told_ == last_.first)
+    if (reports_.isEmpty())
         return std::nullopt;
-    return Report(++told_, last_.second);
+    return reports_.dequeue();
 }
 
 std::optional<JobRelay::Bytes> JobRelay::TakeBytes()

@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QObject>
 #include <QPair>
+#include <QQueue>
 
 #include <mutex>
 #include <optional>
@@ -69,8 +70,7 @@ private:
     void OnFailed(int errorCode, const QString& errorText);
 
     std::mutex mutex_; // the thread sanitizer sees this one
-    Report last_;      // they count up by one, from 1
-    int told_ = 0;     // how many of them are passed on
+    QQueue<Report> reports_;
     std::optional<Bytes> bytes_;
     bool deliveryIsDue_ = false;
 };
