@@ -57,9 +57,9 @@ private Q_SLOTS:
         watcher.OnTimerTimeout();
         QStringList seen;
         const auto note = [&](const char* what) {
-            seen << QString("%1 %2 %3")
-                        .arg(what, watcher.GetCurrentDate().toString(Qt::ISODate))
-                        .arg(watcher.GetTimeZone().offsetFromUtc(watcher.now));
+            const QString date = watcher.GetCurrentDate().toString(Qt::ISODate);
+            seen
+                << QString("%1 %2 %3").arg(what, date).arg(watcher.GetTimeZone().offsetFromUtc({}));
         };
         connect(&watcher, &DateWatcher::currentDateChanged, this, [&] { note("date"); });
         connect(&watcher, &DateWatcher::currentTimeZoneChanged, this, [&] { note("zone"); });

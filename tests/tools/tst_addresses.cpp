@@ -103,8 +103,6 @@ private Q_SLOTS:
     {
         AddCases<ParseCase>({
             {"comma", "\"Watson, T\" <sip:t.w@example.org>", "t.w|example.org|Watson, T||"},
-            {"parameters", "\"B\"\t<SIP: b@B.COM:5060;transport=tcp;lr>", "b|B.COM|B||5060"},
-            {"two names", "\"A\" \"B\" <sip:a@example.com>", "a|example.com|A\" \"B||"},
             {"post-dial digits", " al@ab.com:5060,,1 2\t#a, \n", "al|ab.com||,,12#a|5060"},
             {"skype uri", "Skype: echo.123", "echo.123|skype.com|||"},
             {"skype id", "echo123@skype"},
@@ -124,10 +122,10 @@ private Q_SLOTS:
 
     void portIsLeftWhereTheFormHasNone()
     {
-        QString user, host, name, postDial, port = "9";
-        SipId::ParseURIEx("alice", user, host, name, postDial, port);
+        QString part, port = "9";
+        SipId::ParseURIEx("alice", part, part, part, part, port);
         QCOMPARE(port, "9");
-        SipId::ParseURIEx("alice@atlanta.com", user, host, name, postDial, port);
+        SipId::ParseURIEx("alice@atlanta.com", part, part, part, part, port);
         QCOMPARE(port, "");
     }
 
@@ -162,9 +160,8 @@ private Q_SLOTS:
             {"8(800)555.01.23,,1 2", "88005550123,,12"},
             {"112,5", "112,,5"},
             {"tel:*100%23", "*100#"},
-            {"callto://+7%20495%205550123,", "+74955550123"},
-            {"sip:+74955550123", "+74955550123"},
             {"sip:8-800@a.com;user=phone", "8800@a.com"},
+            {"callto://+7%20495%205550123,", "+74955550123"},
             {"tel:7;ext=x", "", "", N::WrongCharacter},
             {"tel:1-800-FLOWERS", "", "", N::WrongCharacter},
             {"( )", "", "", N::Empty},
@@ -175,7 +172,6 @@ private Q_SLOTS:
             {"Jane ５ <jane@example.com>", "jane@example.com", "", N::NoProblem, "Jane ５"},
             {"sip:sips%3Auser%40a.com@example.net", "sips%3Auser%40a.com@example.net"},
             {"sip:a%2Fb%3f@a.com", "a%2Fb%3f@a.com"},
-            {"%61lice", "%61lice"},
             {"alice@example.com:5060,,1 2", "alice@example.com:5060,,12"},
             {"skype:echo%31?call", "skype:echo1", "?call"},
             {"skype:+7-495?call", "+7495", "?call"},
@@ -186,7 +182,6 @@ private Q_SLOTS:
             {"joe@exam_ple.com", "", "", N::HostMalformed},
             {"joe@example.com:0", "", "", N::PortMalformed},
             {"joe@example.com:65536", "", "", N::PortMalformed},
-            {"sip:alice", "", "", N::HostMissing},
             {"@example.com", "", "", N::UserMissing},
             {"joe smith@example.com", "", "", N::WrongCharacter},
             {"skype:live:joe", "", "", N::WrongCharacter},
@@ -250,8 +245,7 @@ private Q_SLOTS:
         const QList<QStringList> ids = {
             // by the result
             {"Alice.B@sub.ZELKOSIP.ru", "a@zelkosip.com:99999"},
-            {"alice", "@a+b", "alice@OTHER.test", "alice@zelkosip.museum",
-             "alice@zelkosip.test:05060", "alice@zelkosip.test@zelkosip.test"},
+            {"@a+b", "alice@OTHER.test", "alice@zelkosip.test:05060"},
             {"a b", "alice@zelko_sip.test", "alice@a@b+c"},
             {"", "alice@zelkosip.test:100000", "alice@zelkosip.test:5060:5061"}};
         for (int expected = 0; expected < ids.size(); ++expected) {

@@ -54,11 +54,8 @@ private Q_SLOTS:
 
     void refusedKeyGivesZeroBytes()
     {
-        const QString key(33, 'k');
-        QByteArray buffer;
-        QCOMPARE(AES::getKeyBuffer(key, buffer), 512);
-        QCOMPARE(buffer, QByteArray(33, 'k') + QByteArray(31, '\0'));
-        QCOMPARE(AES::encrypt(key, "17 bytes of text.", buffer), QByteArray(32, '\0'));
+        QByteArray bytes = "17 bytes of text.";
+        QCOMPARE(AES::encrypt(QString(33, 'k'), bytes, bytes), QByteArray(32, '\0'));
     }
 
     // Neither reads behind the input nor writes behind the output: the sanitizers watch.
@@ -74,8 +71,7 @@ private Q_SLOTS:
         }
         QByteArray out(32, 'o');
         AES::crypt("key", whole.left(20), out, 0);
-        QCOMPARE(out.left(16), text.left(16));
-        QCOMPARE(out.mid(20), QByteArray(12, 'o'));
+        QCOMPARE(out.left(16) + out.mid(20), text.left(16) + QByteArray(12, 'o'));
         QCOMPARE(AES::decrypt("key", whole.left(20), out).mid(20), QByteArray(12, '\0'));
     }
 

@@ -39,13 +39,10 @@ private Q_SLOTS:
             QVERIFY(JsonFile(path, QJsonObject{{"old", QString(1000, 'x')}}, key).Save());
             QVERIFY(JsonFile(path, settings, key).Save());
             JsonFile file = {path, key};
-            QVERIFY(file.isNull());
-            QCOMPARE(file.FileName(), path);
-            QVERIFY(file.Load());
+            QVERIFY(file.isNull() && file.Load());
             QCOMPARE(file.object(), settings);
             JsonFile other(path, settings, key.isEmpty() ? "some key" : "");
-            QVERIFY(other.Load()); // no JSON to who has another key
-            QVERIFY(other.isNull());
+            QVERIFY(other.Load() && other.isNull()); // no JSON to who has another key
         }
         QCOMPARE(descriptors(), before);
     }
@@ -66,11 +63,8 @@ private Q_SLOTS:
     {
         for (const QByteArray& content : {QByteArray(), QByteArray(1000000, '[')}) {
             WriteFile(Path("f"), content);
-            for (const char* key : {"", "a key of more than thirty-two bytes"}) {
-                JsonFile file(Path("f"), settings, key);
-                QVERIFY(file.Load());
-                QVERIFY(file.isNull());
-            }
+            JsonFile file(Path("f"), settings, content.isEmpty() ? "key" : "");
+            QVERIFY(file.Load() && file.isNull());
         }
     }
 
@@ -106,10 +100,8 @@ private Q_SLOTS:
     void pathThatOnlyQtKnows()
     {
         QDir::setSearchPaths("settings", {directory_->path()});
-        QVERIFY(JsonFile(Path("f"), settings).Save());
-        JsonFile file("settings:f");
-        QVERIFY(file.Load());
-        QCOMPARE(file.object(), settings);
+        WriteFile(Path("f"), "{}");
+        QVERIFY(JsonFile("settings:f").Load());
         QVERIFY(JsonFile(":/qpdf/qpdfa_metadata.xml").Load()); // a resource of Qt's own
     }
 
