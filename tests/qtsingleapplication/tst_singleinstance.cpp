@@ -123,7 +123,7 @@ private Q_SLOTS:
 
         const pid_t child = fork(); // has both files, and their locks
         if (child == 0)
-            _exit(pause());
+            _exit(int(sleep(20)));
         second.close();
         QVERIFY(!second.isLocked() && first.lock(File::WriteLock, false));
         ::kill(child, SIGKILL);

@@ -62,8 +62,8 @@ int main(int argc, char* argv[])
         {"save a JSON file", settings.Save()},
         {"copy it", CopiesFile(file, directory.filePath("copy/settings.json"))},
         {"parse an address", contact->User() == "zoe"},
-        {"cast by meta-object", qobject_cast<common::http::IHttpRequest*>(request)},
-        {"cast by run-time type", dynamic_cast<common::http::HttpRequest*>(request)},
+        {"cast by meta-object", qobject_cast<common::http::IHttpRequest*>(request) != nullptr},
+        {"cast by run-time type", dynamic_cast<common::http::HttpRequest*>(request) != nullptr},
         {"log through an own logger", lines.texts.filter("volume").size() == 1},
         {"ask objects of fixed answers", !tools::Keyboard().IsCapsLock() &&
                                              common::ClickToCall().availableProtocols().isEmpty() &&
