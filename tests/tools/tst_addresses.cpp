@@ -172,6 +172,7 @@ private Q_SLOTS:
             {"Jane ５ <jane@example.com>", "jane@example.com", "", N::NoProblem, "Jane ５"},
             {"sip:sips%3Auser%40a.com@example.net", "sips%3Auser%40a.com@example.net"},
             {"sip:a%2Fb%3f@a.com", "a%2Fb%3f@a.com"},
+            {"sip:a%%341@a.com", "a%2541@a.com"},
             {"alice@example.com:5060,,1 2", "alice@example.com:5060,,12"},
             {"skype:echo%31?call", "skype:echo1", "?call"},
             {"skype:+7-495?call", "+7495", "?call"},
