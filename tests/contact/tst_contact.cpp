@@ -94,7 +94,7 @@ private Q_SLOTS:
     {
         const auto isRight = [](const char* id, int expected) {
             bool right = true;
-            for (int round = 0; round < 5000 && right; ++round)
+            for (int round = 0; round < 20000 && right; ++round)
                 right = tools::sip::SipId::Check(id) == expected;
             return right;
         };
