@@ -5,34 +5,28 @@
 
 namespace {
 
-using NotifierRequests = struct ext_idle_notifier_v1_interface;
-using NotificationRequests = struct ext_idle_notification_v1_interface;
-
-void Destroy(wl_client*, wl_resource* resource)
+// Of either interface 0 is "destroy"; 1 asks a notifier to tell when the user is idle.
+int Dispatch(const void*, void* target, uint32_t opcode, const wl_message*, wl_argument* arguments)
 {
-    wl_resource_destroy(resource);
-}
-
-const NotificationRequests notificationRequests{Destroy};
-
-void Notify(wl_client* client, wl_resource* notifier, uint32_t id, uint32_t, wl_resource*)
-{
-    auto* compositor = static_cast<Compositor*>(wl_resource_get_user_data(notifier));
-    auto* notification = wl_resource_create(client, &ext_idle_notification_v1_interface, 1, id);
-    const auto forget = [](wl_resource* resource) {
-        static_cast<Compositor*>(wl_resource_get_user_data(resource))
-            ->notifications.removeAll(resource);
-    };
-    wl_resource_set_implementation(notification, &notificationRequests, compositor, forget);
+    auto* resource = static_cast<wl_resource*>(target);
+    auto* compositor = static_cast<Compositor*>(wl_resource_get_user_data(resource));
+    if (opcode == 0) {
+        wl_resource_destroy(resource);
+        return 0;
+    }
+    auto* notification = wl_resource_create(wl_resource_get_client(resource),
+                                            &ext_idle_notification_v1_interface, 1, arguments[0].n);
+    wl_resource_set_dispatcher(notification, Dispatch, nullptr, compositor, [](wl_resource* gone) {
+        static_cast<Compositor*>(wl_resource_get_user_data(gone))->notifications.removeAll(gone);
+    });
     compositor->notifications << notification;
+    return 0;
 }
-
-const NotifierRequests notifierRequests{Destroy, Notify};
 
 void BindNotifier(wl_client* client, void* compositor, uint32_t version, uint32_t id)
 {
-    auto* resource = wl_resource_create(client, &ext_idle_notifier_v1_interface, int(version), id);
-    wl_resource_set_implementation(resource, &notifierRequests, compositor, nullptr);
+    auto* notifier = wl_resource_create(client, &ext_idle_notifier_v1_interface, int(version), id);
+    wl_resource_set_dispatcher(notifier, Dispatch, nullptr, compositor, nullptr);
 }
 
 void BindSeat(wl_client* client, void*, uint32_t version, uint32_t id)

@@ -54,8 +54,6 @@ mv "$prefix" "$work/moved"
 library=$work/moved${library#"$prefix"}
 export PKG_CONFIG_PATH="$library/pkgconfig"
 mkdir "$work/pkgconfig"
-moc=$(pkg-config --variable=host_bins Qt5Core)/moc
-"$moc" "$source/main.cpp" -o "$work/pkgconfig/main.moc"
 eval "set -- $(pkg-config --cflags --libs qvcommon)" # which quotes what is no plain word
-c++ -std=c++17 -fPIC "$source/main.cpp" -I"$work/pkgconfig" "$@" -o "$work/pkgconfig/client"
+c++ -std=c++17 -fPIC "$source/main.cpp" "$@" -o "$work/pkgconfig/client"
 LD_LIBRARY_PATH=$library QT_QPA_PLATFORM=offscreen "$work/pkgconfig/client"

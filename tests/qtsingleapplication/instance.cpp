@@ -35,10 +35,9 @@ int Run(Application& application, const QString& text)
 
 } // namespace
 
-int main(int argc, char* argv[])
+int main(int argc, char* argv[]) // ID TEXT
 {
-    const QString id = QString::fromLocal8Bit(argc > 1 ? argv[1] : "");
-    const QString text = QString::fromLocal8Bit(argc > 2 ? argv[2] : "");
+    const QString id = argv[1], text = argv[2];
     if (!id.startsWith("window")) {
         QtSingleCoreApplication application(id, argc, argv);
         return Run(application, text);

@@ -4,12 +4,16 @@
 #include <QRegExp>
 #include <QStringList>
 
+#include <array>
+
 /** A pattern of the grammar, written out a second time. */
 struct PlainPattern
 {
     const char* name;
     QRegExp (*pattern)();
-    QString text;
+    QRegExp stored;
+    /** Which groups are user, host, display name, post-dial digits and port, if it tells them. */
+    std::array<int, 5> groups = {};
 };
 
 const QList<PlainPattern>& PlainPatterns();

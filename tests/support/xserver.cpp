@@ -18,3 +18,10 @@ XServer::~XServer()
     process_.terminate();
     process_.waitForFinished();
 }
+
+void RunOnXServer(const QStringList& options)
+{
+    static const XServer server(options);
+    qputenv("DISPLAY", server.Display().toLatin1());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+}

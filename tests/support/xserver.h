@@ -19,3 +19,6 @@ private:
     QProcess process_;
     QString display_;
 };
+
+/** For initMain(): the test's windows are on an X server of its own. */
+void RunOnXServer(const QStringList& options = {});

@@ -1,25 +1,18 @@
 #include <common/tools/jsonfile.h>
 
-#include "support/cases.h"
 #include "support/process.h"
 #include "support/recordinglogger.h"
 #include "support/tree.h"
 
 #include <QDir>
 #include <QTemporaryDir>
+#include <QtTest>
 
 using tools::JsonFile;
 
 namespace {
 
 const QJsonObject settings{{"name", "Zoë"}, {"lines", QJsonArray{1, 2.5, true, QJsonValue::Null}}};
-
-struct KeyCase
-{
-    const char* name;
-    int bits;
-    QString key;
-};
 
 } // namespace
 
@@ -35,63 +28,50 @@ private:
 private Q_SLOTS:
     void init() { directory_.reset(new QTemporaryDir); }
 
-    void roundTrip_data()
-    {
-        AddCases<KeyCase>({{"plain", 0, ""},
-                           {"short key", 128, "key"},
-                           {"longest key", 256, "as many as 32 bytes, but no more"}});
-    }
-
     void roundTrip()
     {
-        const auto& [name, bits, key] = CurrentCase<KeyCase>();
         const QString path = Path("a/b/settings.json");
-        QVERIFY(JsonFile(path, QJsonObject{{"old", QString(1000, 'x')}}, key).Save());
-        QVERIFY(JsonFile(path, settings, key).Save());
-
-        QByteArray content = ContentOf(path);
-        if (bits > 0) {
-            content = OutputOf("openssl",
-                               {"enc", "-d", QString("-aes-%1-cbc").arg(bits), "-nopad", "-K",
-                                key.toUtf8().leftJustified(bits / 8, '\0').toHex(), "-iv",
-                                QByteArray("5D3A9C0E71B24F68").toHex()},
-                               content);
-            while (content.endsWith('\0'))
-                content.chop(1);
-        }
-        QCOMPARE(content, QJsonDocument(settings).toJson());
-
         const auto descriptors = [] {
             return QDir("/proc/self/fd").count();
         };
         const uint before = descriptors();
-        JsonFile file = {path, key};
-        QVERIFY(file.isNull());
-        QCOMPARE(file.FileName(), path);
-        QVERIFY(file.Load());
-        QCOMPARE(file.object(), settings);
-        JsonFile other(path, settings, key.isEmpty() ? "some key" : "");
-        QVERIFY(other.Load()); // no JSON to who has another key
-        QVERIFY(other.isNull());
+        for (const QString key : {"", "as many as 32 bytes, but no more"}) {
+            QVERIFY(JsonFile(path, QJsonObject{{"old", QString(1000, 'x')}}, key).Save());
+            QVERIFY(JsonFile(path, settings, key).Save());
+            JsonFile file = {path, key};
+            QVERIFY(file.isNull() && file.Load());
+            QCOMPARE(file.object(), settings);
+            JsonFile other(path, settings, key.isEmpty() ? "some key" : "");
+            QVERIFY(other.Load() && other.isNull()); // no JSON to who has another key
+        }
         QCOMPARE(descriptors(), before);
+    }
+
+    void fileOfAKeyIsItsTextEncryptedByOpenssl()
+    {
+        QVERIFY(JsonFile(Path("f"), settings, "key").Save());
+        const QByteArray key = QByteArray("key").leftJustified(16, '\0').toHex();
+        const QByteArray iv = QByteArray("5D3A9C0E71B24F68").toHex();
+        const QByteArray content =
+            OutputOf("openssl", {"enc", "-d", "-aes-128-cbc", "-nopad", "-K", key, "-iv", iv},
+                     ContentOf(Path("f")));
+        const QByteArray text = QJsonDocument(settings).toJson();
+        QCOMPARE(content, text.leftJustified(content.size(), '\0'));
     }
 
     void contentThatIsNoJson()
     {
         for (const QByteArray& content : {QByteArray(), QByteArray(1000000, '[')}) {
             WriteFile(Path("f"), content);
-            for (const char* key : {"", "key", "a key of more than thirty-two bytes"}) {
-                JsonFile file(Path("f"), settings, key);
-                QVERIFY(file.Load());
-                QVERIFY(file.isNull());
-            }
+            JsonFile file(Path("f"), settings, content.isEmpty() ? "key" : "");
+            QVERIFY(file.Load() && file.isNull());
         }
     }
 
     void failures()
     {
         const RecordingLogger log;
-        MakeTree(directory_->path(), {"file=kept", "pipe|", "sparse="});
+        MakeTree(directory_->path(), {"file=", "pipe|", "sparse="});
         QVERIFY(QFile::resize(Path("sparse"), 3LL << 30));
         QVERIFY(!JsonFile("").Load());
         QStringList lines = {"3 jsonfile Load: FileName is empty!"};
@@ -102,19 +82,16 @@ private Q_SLOTS:
             lines << "3 jsonfile Load: Failed to open file '" + Path(name) + "' for read!";
         }
 
-        const QString longKey(33, 'k');
         QVERIFY(!JsonFile("", settings).Save());
         QVERIFY(!JsonFile(Path("file/below/f"), settings).Save());
         QVERIFY(!JsonFile(Path("."), settings).Save());
         QVERIFY(!JsonFile("/dev/full", settings).Save());
-        QVERIFY(!JsonFile(Path("file"), settings, longKey).Save());
-        QVERIFY(!JsonFile(Path("new/f"), settings, QString(17, QChar(0xEB))).Save());
-        QCOMPARE(ContentOf(Path("file")), QByteArray("kept"));
+        QVERIFY(!JsonFile(Path("new/f"), settings, QString(17, QChar(0xEB))).Save()); // 34 bytes
         QVERIFY(!QDir(Path("new")).exists());
         lines << "3 jsonfile Save: FileName is empty!"
               << "3 jsonfile Save: Failed to create directory '" + Path("file/below") + "'!"
               << "3 jsonfile Save: Failed to open file '" + Path(".") + "' for write!";
-        for (const QString& path : {QString("/dev/full"), Path("file"), Path("new/f")})
+        for (const QString& path : {QString("/dev/full"), Path("new/f")})
             lines << "3 jsonfile Save: Failed to save document in file '" + path + "'!";
         QCOMPARE(log.Lines(), lines);
         QCOMPARE(log.Files(), QStringList("src/libs/common/tools/jsonfile"));
@@ -123,10 +100,8 @@ private Q_SLOTS:
     void pathThatOnlyQtKnows()
     {
         QDir::setSearchPaths("settings", {directory_->path()});
-        QVERIFY(JsonFile(Path("f"), settings).Save());
-        JsonFile file("settings:f");
-        QVERIFY(file.Load());
-        QCOMPARE(file.object(), settings);
+        WriteFile(Path("f"), "{}");
+        QVERIFY(JsonFile("settings:f").Load());
         QVERIFY(JsonFile(":/qpdf/qpdfa_metadata.xml").Load()); // a resource of Qt's own
     }
 

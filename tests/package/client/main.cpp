@@ -25,44 +25,21 @@ namespace {
 constexpr common::logger::ICategory logCategory{"client"};
 constexpr char logSource[] = "client";
 
-class Lines : public common::logger::Logger
+struct Lines : common::logger::Logger
 {
-public:
     Lines() { SetLevel(common::logger::IMessage::DEBUG); }
     void Append(const common::logger::IMessage& message) override { texts += message.Text(); }
 
     QStringList texts;
 };
 
-class Outcome : public QObject
-{
-    Q_OBJECT
-
-public Q_SLOTS:
-    void Succeed() { QCoreApplication::exit(0); }
-    void Fail(int code, const QString& text)
-    {
-        qCritical() << code << text;
-        QCoreApplication::exit(1);
-    }
-};
-
-bool Check(bool ok, const char* what)
-{
-    if (!ok)
-        qCritical() << "failed:" << what;
-    return ok;
-}
-
 bool CopiesFile(const QString& from, const QString& to)
 {
-    Outcome outcome;
     common::FileCopier copier;
-    const bool connected =
-        QObject::connect(&copier, SIGNAL(succesed()), &outcome, SLOT(Succeed())) &&
-        QObject::connect(&copier, SIGNAL(failed(int, QString)), &outcome, SLOT(Fail(int, QString)));
+    for (const char* end : {SIGNAL(succesed()), SIGNAL(failed(int, QString))})
+        QObject::connect(&copier, end, qApp, SLOT(quit()));
     copier.AddFile(from, to);
-    return connected && copier.Copy() && QCoreApplication::exec() == 0 && QFile::exists(to);
+    return copier.Copy() && QCoreApplication::exec() == 0 && QFile::exists(to);
 }
 
 } // namespace
@@ -75,31 +52,28 @@ int main(int argc, char* argv[])
     Lines lines;
     common::logger::SetLogger(&lines);
 
-    const QString file = directory.filePath(QStringLiteral("settings.json"));
-    tools::JsonFile settings(file, QJsonObject{{QStringLiteral("volume"), 7}});
-    const auto contact =
-        common::contact::CreateInstance(QStringLiteral("sip:zoe@example.com"), QString());
+    const QString file = directory.filePath("settings.json");
+    tools::JsonFile settings(file, QJsonObject{{"volume", 7}});
+    const auto contact = common::contact::CreateInstance("sip:zoe@example.com", "");
     QObject* request = common::http::CreateHttpRequest(&manager, &manager);
     QVLOG(INFO) << "settings " << settings.object();
 
-    const bool ok =
-        Check(settings.Save(), "save a JSON file") &&
-        Check(CopiesFile(file, directory.filePath(QStringLiteral("copy/settings.json"))),
-              "copy it") &&
-        Check(contact->User() == QLatin1String("zoe"), "parse an address") &&
-        Check(qobject_cast<common::http::IHttpRequest*>(request), "cast by meta-object") &&
-        Check(dynamic_cast<common::http::HttpRequest*>(request), "cast by run-time type") &&
-        Check(lines.texts.filter(QStringLiteral("volume")).size() == 1,
-              "log through an own logger") &&
-        Check(!tools::Keyboard().IsCapsLock() &&
-                  common::ClickToCall().availableProtocols().isEmpty() &&
-                  tools::process::ProcHelper().FindProcessId({}) == 0,
-              "ask objects of fixed answers") &&
-        Check(!app.isRunning(), "be the first instance");
+    const QList<QPair<const char*, bool>> checks = {
+        {"save a JSON file", settings.Save()},
+        {"copy it", CopiesFile(file, directory.filePath("copy/settings.json"))},
+        {"parse an address", contact->User() == "zoe"},
+        {"cast by meta-object", qobject_cast<common::http::IHttpRequest*>(request) != nullptr},
+        {"cast by run-time type", dynamic_cast<common::http::HttpRequest*>(request) != nullptr},
+        {"log through an own logger", lines.texts.filter("volume").size() == 1},
+        {"ask objects of fixed answers", !tools::Keyboard().IsCapsLock() &&
+                                             common::ClickToCall().availableProtocols().isEmpty() &&
+                                             tools::process::ProcHelper().FindProcessId({}) == 0},
+        {"be the first instance", !app.isRunning()}};
     common::logger::SetLogger(nullptr);
-    if (ok)
-        qInfo("client: all well");
-    return ok ? 0 : 1;
+    int failures = 0;
+    for (const auto& [what, ok] : checks) {
+        if (!ok)
+            qCritical() << "failed:" << what << ++failures;
+    }
+    return failures;
 }
-
-#include "main.moc"
