@@ -50,6 +50,7 @@ function(qvcommon_configure_target target)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:qvcommon_build_options>)
     set_target_properties(${target} PROPERTIES
         AUTOMOC ON
+        BUILD_RPATH_USE_ORIGIN ON # what is built does not tell where
         CXX_EXTENSIONS OFF
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON)

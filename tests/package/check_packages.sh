@@ -28,9 +28,9 @@ step "a fresh system with the packages, a compiler and CMake"
 codename=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
 # shellcheck disable=SC2046 # several sources, several arguments
 mmdebstrap --quiet --variant=apt --hook-dir=/usr/share/mmdebstrap/hooks/file-mirror-automount \
-    --include="g++ cmake make $(find "$debs" -name '*.deb' -printf '%p ')" "$codename" "$root" \
+    --include="g++ cmake make $(find "$debs" -name '*.deb' ! -name '*-dbgsym_*' -printf '%p ')" "$codename" "$root" \
     $(find /etc/apt/sources.list /etc/apt/sources.list.d -type f -size +0 2>/dev/null)
-in_root dpkg-query -W libqvcommon1 libqvcommon-dev qvcommon-tools
+in_root dpkg-query -W 'libqvcommon*' qvcommon-tools
 
 step "qvtool demo"
 in_root qvtool demo

@@ -1,12 +1,12 @@
-#!/bin/sh
-# Compares what a library exports with the checked-in list: check_symbols.sh LIBRARY LIST
-# With --update before them it rewrites the list.
-set -eu
+#!/usr/bin/env bash
+# Compares what a library exports with the list of the Debian package: check_symbols.sh LIBRARY LIST
+# With "--update VERSION" before them it rewrites the list; names that are new came with VERSION.
+set -euo pipefail
 
-update=
-if [ "$1" = --update ]; then
-    update=yes
-    shift
+since=
+if [[ $1 == --update ]]; then
+    since=$2
+    shift 2
 fi
 library=$1
 list=$2
@@ -17,10 +17,19 @@ exported() {
         sed -E -e '/^[0-9a-f]+ A /d' -e 's/^[0-9a-f]* *[A-Za-z] //' | LC_ALL=C sort -u
 }
 
-if [ -n "$update" ]; then
-    exported >"$list"
-elif exported | diff -u --label "$list" --label "$library" "$list" -; then
-    echo "the library exports what the list says: $(wc -l <"$list") names"
+listed() {
+    sed -nE 's/^ \(c\+\+\)"(.*)@QVCOMMON_1" .*/\1/p' "$list"
+}
+
+if [[ -n $since ]]; then
+    exported | sed 's/.*/ (c++)"&@QVCOMMON_1"/' | awk -v since="$since" '
+        { name = $0 }
+        NR == FNR && sub(/^ \(c\+\+\).*" /, "") { sub(/ [^ ]+$/, "", name); known[name] = $0; next }
+        NR == FNR { print; next }
+        { print name, name in known ? known[name] : since }' "$list" - >"$list.new"
+    mv "$list.new" "$list"
+elif diff -u --label "$list" --label "$library" <(listed) <(exported); then
+    echo "the library exports what the list says: $(listed | wc -l) names"
 else
     echo "The exported symbols differ. A name that went breaks clients; see docs/abi.md." >&2
     echo "If the change is meant: ./qv symbols" >&2
