@@ -1,6 +1,6 @@
 #!/bin/sh
 # Whether binaries are hardened as a release is: check_hardening.sh FILE...
-# Of _FORTIFY_SOURCE nothing shows where the compiler can prove all copies to fit, as it can here.
+# Of _FORTIFY_SOURCE nothing shows: what is copied fits provably, or goes where the compiler knows no size.
 set -eu
 
 problems=0
