@@ -21,6 +21,8 @@
 #include <utility>
 #include <vector>
 
+#include <sys/stat.h>
+
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
 #endif
@@ -141,6 +143,7 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
+        umask(0); // what is closed, the logger closes
         logger_ = l4cpp::Logger::Instance();
         QCOMPARE(GetLog4cpp(), logger_);
         SetLogger(logger_);
