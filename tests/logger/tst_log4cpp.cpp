@@ -66,12 +66,6 @@ struct LayoutCase
     QString line;
 };
 
-struct BrokenCase
-{
-    const char* name;
-    QByteArray content;
-};
-
 int OpenFiles()
 {
     return static_cast<int>(QDir("/proc/self/fd").count());
@@ -157,23 +151,14 @@ private Q_SLOTS:
         QFile::remove(path_);
     }
 
-    // What the position looks like is the default logger's affair, too, and tested with that.
-    void builtInPattern()
-    {
-        Configure(fileOutput, patternFormat | positionFormat | functionFormat, {});
-        QVERIFY(logger_->IsPositionEnabled());
-        Append(IMessage::ERROR, "grüß %s %1");
-        const QRegularExpression line(
-            "\\A\\d{4}\\.m\\.\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}  ERROR \\[ *\\d+\\] "
-            "test\\.category: " +
-            QRegularExpression::escape("grüß %s %1 (Load: file: src/file(40))") + "\\z");
-        QVERIFY2(line.match(Lines().value(0)).hasMatch(), qPrintable(Lines().value(0)));
-    }
-
     void layouts_data()
     {
         const QString basic = "\\A\\d+ WARN test\\.category : text\\z";
         AddCases<LayoutCase>({
+            {"built in", patternFormat | positionFormat | functionFormat, "",
+             "\\A\\d{4}\\.m\\.\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}   WARN \\[ *\\d+\\] "
+             "test\\.category: "
+             "text \\(Load: file: src/file\\(40\\)\\)\\z"},
             {"pattern first", patternFormat | basicFormat | simpleFormat, "%m%n", "\\Atext\\z"},
             {"basic before simple", basicFormat | simpleFormat, "%m%n", basic},
             {"simple", simpleFormat, "%m%n", "\\AWARN +: text\\z"},
@@ -276,12 +261,6 @@ private Q_SLOTS:
                 QCOMPARE(&logger_->getCategory(&category), &Category::getInstance(name));
             }
         }
-        const ICategory nameless{nullptr};
-        QVERIFY_EXCEPTION_THROWN(logger_->getCategory(&nameless), std::logic_error);
-
-        Configure(fileOutput);
-        logger_->getCategory(&logCategory) << IMessage::NOTICE << "streamed";
-        QCOMPARE(Lines(), QStringList("NOTICE test.category: streamed"));
     }
 
     void fileLoggingIsSwitched()
@@ -336,32 +315,26 @@ private Q_SLOTS:
         log4cpp::Category::getInstance("test.category").setPriority(log4cpp::Priority::NOTSET);
     }
 
-    void brokenPropertyFileFallsBack_data()
-    {
-        const QByteArray pattern = "rootCategory=INFO, A\nappender.A=ConsoleAppender\n"
-                                   "appender.A.layout=PatternLayout\n"
-                                   "appender.A.layout.ConversionPattern=";
-        AddCases<BrokenCase>({
-            {"empty", ""},
-            {"no properties", QByteArray("\0\xFF garbage\n====\n", 16)},
-            {"unknown type", "rootCategory=INFO, A\nappender.A=Nonsense\n"},
-            {"after an appender was attached",
-             "rootCategory=DEBUG, A\n" + FileAppender("RollingFileAppender") +
-                 "appender.A.maxFileSize=1\nappender.A.maxBackupIndex=-1\ncategory.x=LOUD\n"},
-            {"bad pattern", pattern + "%!\n"},
-            {"unwritable pattern", pattern + "%9999999999m\n"},
-        });
-    }
-
     void brokenPropertyFileFallsBack()
     {
         [[maybe_unused]] const LeaksAreForgiven forgiven;
-        const QString config = WriteConfig(CurrentCase<BrokenCase>().content);
-        for (const QString& file : {config, QString(), Path("missing"), directory_.path()})
-            QVERIFY(!logger_->Configure(file));
-        Configure(fileOutput, patternFormat, plainPattern, IMessage::DEBUG, config);
-        Append(IMessage::INFO, "text");
-        QCOMPARE(Lines(), QStringList("INFO test.category: text"));
+        const QByteArray pattern = "rootCategory=INFO, A\nappender.A=ConsoleAppender\n"
+                                   "appender.A.layout=PatternLayout\n"
+                                   "appender.A.layout.ConversionPattern=";
+        for (const QByteArray& content :
+             {QByteArray(), QByteArray("\0\xFF garbage\n====\n", 16),
+              QByteArray("rootCategory=INFO, A\nappender.A=Nonsense\n"), pattern + "%!\n",
+              pattern + "%9999999999m\n",
+              "rootCategory=DEBUG, A\n" + FileAppender("RollingFileAppender") +
+                  "appender.A.maxFileSize=1\nappender.A.maxBackupIndex=-1\ncategory.x=LOUD\n"}) {
+            const QString config = WriteConfig(content);
+            for (const QString& file : {config, QString(), Path("missing"), directory_.path()})
+                QVERIFY2(!logger_->Configure(file), content.constData());
+            Configure(fileOutput, patternFormat, plainPattern, IMessage::DEBUG, config);
+            Append(IMessage::INFO, "text");
+            QCOMPARE(Lines(), QStringList("INFO test.category: text"));
+            cleanup();
+        }
     }
 
     // log4cpp knows it by then, whatever has become of it.
@@ -511,18 +484,6 @@ private Q_SLOTS:
             QVERIFY2(line.match(client.err[0]).hasMatch(), qPrintable(client.err[0]));
             QVERIFY2(client.err[1].endsWith(": twice "), qPrintable(client.err[1]));
         }
-    }
-
-    // The last one: no logger after it takes in Qt's messages.
-    void subclassDecidesOnPosition()
-    {
-        Configure(fileOutput);
-        struct : l4cpp::Logger
-        {
-            bool IsPositionEnabled() const override { return true; }
-        } logger;
-        Message(&logger, &logCategory, IMessage::INFO, "src/file", "Load", 40) << "x";
-        QCOMPARE(Lines(), QStringList("INFO test.category: x (file: src/file(40))"));
     }
 };
 

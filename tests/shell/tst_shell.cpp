@@ -86,16 +86,12 @@ private Q_SLOTS:
     {
         const QString copy = "Copy file ";
         AddCases<CopyCase>({
-            {"new", "a", "x/y/z", ""},
             {"over", "a", "b", ""},
             {"onto itself", "a", "d/../a", copy},
             {"onto its hard link", "a", "hard", copy},
             {"onto a link to it", "a", "link", copy},
-            {"missing source", "none", "b", copy},
             {"by search path, onto itself", "here:a", "a", copy},
-            {"onto itself by search path", "a", "here:a", copy},
             {"resource", ":/qpdf/qpdfa_metadata.xml", "b", ""},
-            {"missing resource", ":/none", "b", copy},
             {"pipe as source", "fifo", "b", copy},
             {"directory as destination", "a", "d", "Failed to remove file "},
             {"below a file", "a", "b/c", "Failed to create path "},
@@ -161,26 +157,23 @@ private Q_SLOTS:
 
     void removeAfterExit()
     {
-        MakeTree(directory_->path(),
+        MakeTree(".",
                  {"it is $HOME \"gone\"/a/b=1", "it is $HOME \"gone\"/.h=1", "kept/f=1", "it's/f=1",
                   "it/f=1", "x/link->../y/z", "x/sub/f=1", "y/z/", "y/sub/f=1", "tree->kept"});
+        QStringList left = DescribeTree(".");
         const RecordingLogger log;
-        QDir::setCurrent(Path("kept"));
-        QVERIFY(Shell::RemoveAfterExit(Path("missing")));
+        QDir::setCurrent("kept");
+        QVERIFY(Shell::RemoveAfterExit("missing"));
         QVERIFY(Shell::RemoveAfterExit(QString()));
         QVERIFY(!Shell::RemoveAfterExit(Path("it's")));
-        QCOMPARE(log.Lines(),
-                 QStringList("3 common.shell RemoveAfterExit: Failed to start shell for "
-                             "folder remove!"));
+        QCOMPARE(log.Lines(), QStringList("3 common.shell RemoveAfterExit: Failed to start shell "
+                                          "for folder remove!"));
         QVERIFY(Shell::RemoveAfterExit("../it is $HOME \"gone\"")); // relative
         QVERIFY(Shell::RemoveAfterExit(Path("x/link/../sub")));     // below y
         QVERIFY(Shell::RemoveAfterExit(Path("tree/")));
-        QVERIFY(QFile::exists(Path("it is $HOME \"gone\"/a/b")));
-        QTRY_VERIFY_WITH_TIMEOUT(!QFile::exists(Path("it is $HOME \"gone\"")), 15000);
-        QTRY_VERIFY(!QFile::exists(Path("y/sub")) && !QFileInfo(Path("tree")).isSymLink());
-        QCOMPARE(DescribeTree(directory_->path()),
-                 QStringList({"it's/", "it's/f=1", "it/", "it/f=1", "kept/", "kept/f=1", "x/",
-                              "x/link->../y/z", "x/sub/", "x/sub/f=1", "y/", "y/z/"}));
+        QCOMPARE(DescribeTree(".."), left);
+        left = left.filter(QRegularExpression("^(?!it is |y/sub|tree)"));
+        QTRY_COMPARE_WITH_TIMEOUT(DescribeTree(".."), left, 15000);
     }
 
     void showFile_data()

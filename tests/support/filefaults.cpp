@@ -16,7 +16,7 @@ using namespace filefaults;
 
 namespace {
 
-enum Call { Other, Write, Name, Replace, FlushDirectory, FlushFile, FlushAll };
+constexpr char other = '-';
 
 std::atomic<bool> isArmed{false};
 std::mutex mutex; // of what follows: Qt's own threads read at any time
@@ -26,14 +26,7 @@ Fault fault = Fault::Fails;
 int faulty = 0;
 int calls = 0;
 
-// What is in memory only.
-struct
-{
-    bool content;
-    bool namedContent;
-    bool names;
-    bool replaced; // and so lost if the power fails
-} unflushed;
+QByteArray made; // calls, but for those of no matter
 
 template <typename Function>
 Function Next(Function, const char* name)
@@ -58,35 +51,8 @@ bool IsBelowRoot(int descriptor, const char* path)
            QByteArray(directory).startsWith(root);
 }
 
-void Note(Call call)
-{
-    switch (call) {
-    case Write:
-        unflushed.content = true;
-        break;
-    case Replace:
-        unflushed.replaced = unflushed.replaced || unflushed.content;
-        [[fallthrough]];
-    case Name:
-        unflushed.namedContent = unflushed.namedContent || unflushed.content;
-        unflushed.names = true;
-        break;
-    case FlushFile:
-        unflushed.content = false;
-        break;
-    case FlushDirectory:
-        unflushed.names = false;
-        break;
-    case FlushAll:
-        unflushed.content = unflushed.namedContent = unflushed.names = false;
-        break;
-    case Other:
-        break;
-    }
-}
-
 // Counts the call, and says whether it fails.
-bool Fails(Call call, int descriptor, const char* path = "", size_t* size = nullptr)
+bool Fails(char call, int descriptor, const char* path = "", size_t* size = nullptr)
 {
     if (!isArmed)
         return false;
@@ -98,14 +64,15 @@ bool Fails(Call call, int descriptor, const char* path = "", size_t* size = null
         raise(SIGKILL);
     if (calls == faulty && fault == Fault::Shortened && size)
         *size = (*size + 1) / 2;
-    const bool needsSpace = call == Write || call == Name || call == Replace;
+    const bool needsSpace = call == 'w' || call == 'n' || call == 'r';
     if ((calls == faulty && fault == Fault::Fails) ||
         (calls >= faulty &&
          (fault == Fault::DiskGone || (fault == Fault::DiskFull && needsSpace)))) {
         errno = EIO;
         return true;
     }
-    Note(call);
+    if (call != other)
+        made += call;
     return false;
 }
 
@@ -129,7 +96,7 @@ void Arm(const QByteArray& directory, Support newSupport, Fault newFault, int ca
     fault = newFault;
     faulty = call;
     calls = 0;
-    unflushed = {};
+    made.clear();
     isArmed = true;
 }
 
@@ -139,9 +106,9 @@ bool Disarm()
     return calls >= faulty;
 }
 
-bool IsOnDisk()
+QByteArray CallsMade()
 {
-    return !unflushed.namedContent && !unflushed.names && !unflushed.replaced;
+    return made;
 }
 
 } // namespace filefaults
@@ -174,48 +141,48 @@ bool IsOnDisk()
 #pragma GCC visibility push(default)
 extern "C" {
 
-OPEN(open64, (const char* path, int flags, ...), (Other, -1, path), (path, flags, mode))
-OPEN(openat, (int at, const char* path, int flags, ...), (Other, at, path), (at, path, flags, mode))
+OPEN(open64, (const char* path, int flags, ...), (other, -1, path), (path, flags, mode))
+OPEN(openat, (int at, const char* path, int flags, ...), (other, at, path), (at, path, flags, mode))
 
 ssize_t read(int file, void* data, size_t size)
 {
-    FAIL_IF(Fails(Other, file, "", &size));
+    FAIL_IF(Fails(other, file, "", &size));
     return NEXT(read)(file, data, size);
 }
 
 ssize_t write(int file, const void* data, size_t size)
 {
-    FAIL_IF(Fails(Write, file, "", &size));
+    FAIL_IF(Fails('w', file, "", &size));
     return NEXT(write)(file, data, size);
 }
 
 int linkat(int at, const char* from, int toAt, const char* to, int flags) noexcept
 {
     FAIL_IF((flags & AT_EMPTY_PATH) && IsMissing(Support::NamesByProc, ENOENT));
-    FAIL_IF(Fails(Name, toAt, to));
+    FAIL_IF(Fails('n', toAt, to));
     return NEXT(linkat)(at, from, toAt, to, flags);
 }
 
-CALL(renameat, (Replace, toAt, to), (int at, const char* from, int toAt, const char* to),
+CALL(renameat, ('r', toAt, to), (int at, const char* from, int toAt, const char* to),
      (at, from, toAt, to))
-CALL(renameat2, (Name, toAt, to), (int at, const char* from, int toAt, const char* to, unsigned f),
+CALL(renameat2, ('n', toAt, to), (int at, const char* from, int toAt, const char* to, unsigned f),
      (at, from, toAt, to, f))
-CALL(unlinkat, (Other, at, path), (int at, const char* path, int flags), (at, path, flags))
-CALL(mkdirat, (Other, at, path), (int at, const char* path, mode_t mode), (at, path, mode))
+CALL(unlinkat, (other, at, path), (int at, const char* path, int flags), (at, path, flags))
+CALL(mkdirat, (other, at, path), (int at, const char* path, mode_t mode), (at, path, mode))
 
 int fdatasync(int file)
 {
-    return Fails(FlushFile, file) ? -1 : 0;
+    return Fails('f', file) ? -1 : 0;
 }
 
 int fsync(int file)
 {
-    return Fails(FlushDirectory, file) ? -1 : 0;
+    return Fails('d', file) ? -1 : 0;
 }
 
 int syncfs(int file) noexcept
 {
-    return Fails(FlushAll, file) ? -1 : 0;
+    return Fails('a', file) ? -1 : 0;
 }
 
 int nanosleep(const timespec*, timespec*)

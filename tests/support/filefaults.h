@@ -24,7 +24,10 @@ enum class Support { Full, NamesByProc, NoNameless };
 void Arm(const QByteArray& directory, Support support, Fault fault, int call);
 /** Back to normal. Whether there was such a call. */
 bool Disarm();
-/** Whether all that got a name since Arm() is on the disk, and was before it replaced anything. */
-bool IsOnDisk();
+/**
+ * The calls since Arm() that matter for what is on the disk: w writes content, n gives it a name, r
+ * one that replaces another, f flushes content, d a directory, a all.
+ */
+QByteArray CallsMade();
 
 } // namespace filefaults
