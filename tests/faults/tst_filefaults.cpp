@@ -6,14 +6,12 @@
 #include "support/filefaults.h"
 #include "support/tree.h"
 
+#include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
 #include <functional>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace filefaults;
 using common::FileCopyTask;
@@ -88,6 +86,32 @@ QStringList Damage(const FaultCase& job, const QStringList& found)
     return damage;
 }
 
+const QStringList source = {"source/a=small", "source/big=" + large, "source/link->sub/tool",
+                            "source/sub/tool:755=run"};
+const QStringList old = {"copy/a=old", "copy/big=" + large.toUpper(), "copy/link=old",
+                         "copy/sub/other=kept"};
+const QStringList copied = {"copy/a=small", "copy/big=" + large, "copy/link->sub/tool",
+                            "copy/sub/other=kept", "copy/sub/tool:755=run"};
+const FaultCase namedCopy = {"copy, nothing nameless", CopyTree, source + old, source + copied,
+                             Support::NoNameless};
+
+struct Run
+{
+    bool hadFault;
+    bool succeeded;
+    bool isOnDisk;
+};
+
+Run RunWith(const FaultCase& job, const QString& root, Fault fault, int call)
+{
+    Arm(QFile::encodeName(root), job.support, fault, call);
+    const bool succeeded = job.run(root);
+    const bool hadFault = Disarm();
+    // Content before it replaces other content, or at least in the end; names in the end.
+    static const QRegularExpression unflushed("w[^f]*r|w[^fa]*n[^a]*$|[nr][^da]*$");
+    return {hadFault, succeeded, !unflushed.match(CallsMade()).hasMatch()};
+}
+
 } // namespace
 
 class TestFileFaults : public QObject
@@ -95,33 +119,6 @@ class TestFileFaults : public QObject
     Q_OBJECT
 
 private:
-    struct Run
-    {
-        bool hadFault;
-        bool succeeded;
-        bool isOnDisk;
-    };
-
-    static Run RunWith(const FaultCase& job, const QString& root, Fault fault, int call)
-    {
-        Arm(QFile::encodeName(root), job.support, fault, call);
-        const bool succeeded = job.run(root);
-        const bool hadFault = Disarm();
-        // Content before it replaces other content, or at least in the end; names in the end.
-        static const QRegularExpression unflushed("w[^f]*r|w[^fa]*n[^a]*$|[nr][^da]*$");
-        return {hadFault, succeeded, !unflushed.match(CallsMade()).hasMatch()};
-    }
-
-    static Run RunKilled(const FaultCase& job, const QString& root, int call)
-    {
-        const pid_t child = fork();
-        if (child == 0)
-            _exit(RunWith(job, root, Fault::Killed, call).succeeded ? 0 : 1);
-        int status = 0;
-        waitpid(child, &status, 0);
-        return {WIFSIGNALED(status), status == 0, true};
-    }
-
     static QStringList FilesBelow(const QString& root)
     {
         return DescribeTree(root).filter(QRegularExpression("[^/]$"));
@@ -153,20 +150,13 @@ private Q_SLOTS:
 
     void eachCall_data()
     {
-        const QStringList source = {"source/a=small", "source/big=" + large,
-                                    "source/link->sub/tool", "source/sub/tool:755=run"};
-        const QStringList old = {"copy/a=old", "copy/big=" + large.toUpper(), "copy/link=old",
-                                 "copy/sub/other=kept"};
-        const QStringList copied = {"copy/a=small", "copy/big=" + large, "copy/link->sub/tool",
-                                    "copy/sub/other=kept", "copy/sub/tool:755=run"};
         const QStringList tree = {"tree/a=1", "tree/sub/b=2", "tree/link->../out", "out/kept=kept"};
         const QString json =
             "{\n    \"text\": \"" + QString(large).replace('\n', "\\n") + "\"\n}\n";
         AddCases<FaultCase>({
+            namedCopy,
             {"copy", CopyTree, source + old, source + copied},
             {"copy, names by /proc", CopyTree, source + old, source + copied, Support::NamesByProc},
-            {"copy, nothing nameless", CopyTree, source + old, source + copied,
-             Support::NoNameless},
             {"remove", RemoveTree, tree, {"out/kept=kept"}},
             {"remove at once", RemoveAtOnce, tree, {"out/kept=kept"}},
         });
@@ -177,19 +167,32 @@ private Q_SLOTS:
     {
         const auto& job = CurrentCase<FaultCase>();
         for (const Fault fault :
-             {Fault::Fails, Fault::Shortened, Fault::DiskFull, Fault::DiskGone, Fault::Killed}) {
+             {Fault::Fails, Fault::Shortened, Fault::DiskFull, Fault::DiskGone}) {
             bool hadFault = true;
             for (int call = 1; hadFault && !QTest::currentTestFailed(); ++call) {
                 const QTemporaryDir directory;
                 MakeTree(directory.path(), job.before);
-                const Run run = fault == Fault::Killed
-                                    ? RunKilled(job, directory.path(), call)
-                                    : RunWith(job, directory.path(), fault, call);
+                const Run run = RunWith(job, directory.path(), fault, call);
                 Judge(job, directory.path(), fault, run);
                 hadFault = run.hadFault;
                 if (QTest::currentTestFailed())
                     qInfo("with fault %d of call %d", int(fault), call);
             }
+        }
+    }
+
+    void killedAtEachCall()
+    {
+        bool wasKilled = true;
+        for (int call = 1; wasKilled && !QTest::currentTestFailed(); ++call) {
+            const QTemporaryDir directory;
+            MakeTree(directory.path(), namedCopy.before);
+            QProcess process;
+            process.start(QCoreApplication::applicationFilePath(),
+                          {directory.path(), QString::number(call)});
+            process.waitForFinished();
+            wasKilled = process.exitStatus() == QProcess::CrashExit;
+            Judge(namedCopy, directory.path(), Fault::Killed, {wasKilled, !wasKilled, true});
         }
     }
 
@@ -205,5 +208,14 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFileFaults)
+// DIRECTORY CALL: copies, and is killed at that call.
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    if (argc == 3 && QDir::isAbsolutePath(argv[1]))
+        return RunWith(namedCopy, argv[1], Fault::Killed, atoi(argv[2])).succeeded ? 0 : 1;
+    TestFileFaults test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_filefaults.moc"
