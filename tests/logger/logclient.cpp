@@ -10,7 +10,6 @@
 #include <QtGlobal>
 
 #include <cstdio>
-#include <cstring>
 #include <thread>
 
 #include <sys/wait.h>
@@ -88,20 +87,17 @@ int ForkDuringStatement()
 
 int main(int argc, char* argv[])
 {
-    const bool loop = argc > 1 && strcmp(argv[1], "loop") == 0;
-    if (loop)
+    const QString mode = QString::fromLocal8Bit(argc > 1 ? argv[1] : "");
+    const QString path = QString::fromLocal8Bit(argv[argc - 1]);
+    if (mode == "loop")
         return Loop(argc > 2 ? l4cpp::Logger::MessageHandler : PrintQtMessage);
-    if (argc > 2 && strcmp(argv[1], "threads") == 0)
-        return LogFromThreads(QString::fromLocal8Bit(argv[2]));
-    if (argc > 1 && strcmp(argv[1], "fork") == 0)
+    if (mode == "threads")
+        return LogFromThreads(path);
+    if (mode == "fork")
         return ForkDuringStatement();
-    if (argc < 2)
-        return 2;
-    const QString config = QString::fromLocal8Bit(argc > 2 ? argv[2] : "");
-
     SetLogger(GetLog4cpp());
     GetLogger()->Configure(IMessage::DEBUG, consoleOutput | fileOutput, patternFormat,
-                           "%p %c: %m%n", "qt", config, QString::fromLocal8Bit(argv[1]), 0, 0);
+                           "%p %c: %m%n", "qt", {}, path, 0, 0);
     static const LogsWhenDestroyed beforeTheBackend{"before the backend"};
     QVLOG(INFO) << "in main";
     qCritical("in main, by Qt");

@@ -2,10 +2,10 @@
 #include <common/logger/logger.h>
 #include <common/tools/jsonfile/jsonfile.h>
 
+#include "support/cases.h"
 #include "support/recordinglogger.h"
 
 #include <QRegularExpression>
-#include <QtTest>
 
 #include <thread>
 
@@ -18,28 +18,35 @@ constexpr char logSource[] = "tests/logger/tst_logger";
 
 struct QtLine
 {
-    QtMsgType type;
+    QtMsgType type = QtFatalMsg;
     QString category;
     QString text;
 };
-QList<QtLine> qtLines;
-
-void RecordQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
-{
-    qtLines << QtLine{type, QString::fromUtf8(context.category), text};
-}
+QtLine qtLine;
 
 // What the default logger makes of one message, with Qt's output caught.
-QList<QtLine> Append(Logger& logger, IMessage::Priority level, const QString& text,
-                     const ICategory* category = &logCategory, const char* file = "src/file",
-                     const char* function = "Load")
+QtLine Append(Logger& logger, IMessage::Priority level, const ICategory* category = &logCategory,
+              const char* file = "src/file", const char* function = "Load")
 {
-    qtLines.clear();
-    const QtMessageHandler previous = qInstallMessageHandler(RecordQtMessage);
-    Message(&logger, category, level, file, function, 40) << text;
+    qtLine = {};
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType type, const QMessageLogContext& context, const QString& text) {
+            qtLine = {type, QString::fromUtf8(context.category), text};
+        });
+    Message(&logger, category, level, file, function, 40) << "text";
     qInstallMessageHandler(previous);
-    return qtLines;
+    return qtLine;
 }
+
+struct LineCase
+{
+    const char* name;
+    unsigned format;
+    const ICategory* category;
+    const char* file;
+    const char* function;
+    QString ending;
+};
 
 } // namespace
 
@@ -66,21 +73,13 @@ private Q_SLOTS:
         const ICategory own{"own"};
         QVLOG_TO(own, INFO) << "text";
         QVLOG(NOTSET) << "never appended";
-        Message(&logger, &logCategory, IMessage::INFO, logSource, "temporary", 1)
-            << "hex " << Qt::hex << 255 << qSetFieldWidth(4) << 'x';
-        {
-            Message message(&logger, &logCategory, IMessage::INFO, logSource, "lvalue", 1);
-            message << "not ";
-            message << QJsonValue("JSON") << Qt::endl;
-        }
+        Message(&logger, &logCategory, IMessage::INFO, logSource, "own", 1)
+            << "hex " << Qt::hex << 255 << qSetFieldWidth(4) << 'x' << QJsonValue("JSON");
 
-        const QStringList expected = {QString("4 test.category statementFillsMessage: text 42") +
-                                          QChar(0xE4) + QChar(0xE4),
-                                      "6 test.category statementFillsMessage: ",
-                                      "3 test.category Other: helper",
-                                      "6 own statementFillsMessage: text",
-                                      "6 test.category temporary: hex ff   x",
-                                      "6 test.category lvalue: not JSON\n"};
+        const QStringList expected = {
+            QString("4 test.category statementFillsMessage: text 42") + QChar(0xE4) + QChar(0xE4),
+            "6 test.category statementFillsMessage: ", "3 test.category Other: helper",
+            "6 own statementFillsMessage: text", "6 test.category own: hex ff   xJSON"};
         QCOMPARE(logger.Lines(), expected);
         QCOMPARE(logger.Files(), QStringList(logSource));
     }
@@ -120,76 +119,59 @@ private Q_SLOTS:
         QCOMPARE(GetLogger(), Logger::Instance());
     }
 
-    void levelAndType_data()
-    {
-        QTest::addColumn<int>("level");
-        QTest::addColumn<int>("reportedLevel");
-        QTest::addColumn<int>("lastWritten");
-        QTest::newRow("unset") << -1 << 8 << -1;
-        QTest::newRow("emergencies") << 0 << 0 << 0;
-        QTest::newRow("errors") << 3 << 3 << 3;
-        QTest::newRow("all") << 7 << 7 << 7;
-        QTest::newRow("beyond the scale") << 9 << 8 << 7;
-    }
-
     void levelAndType()
     {
-        QFETCH(int, level);
-        QFETCH(int, lastWritten);
         const QtMsgType types[] = {QtCriticalMsg, QtCriticalMsg, QtCriticalMsg, QtCriticalMsg,
                                    QtWarningMsg,  QtInfoMsg,     QtInfoMsg,     QtDebugMsg};
         Logger logger;
-        if (level >= 0)
+        QCOMPARE(logger.GetLevel(), IMessage::NOTSET);
+        QVERIFY(Append(logger, IMessage::EMERG).text.isEmpty());
+        for (const int level : {0, 3, 7, 9}) {
             logger.SetLevel(static_cast<IMessage::Priority>(level));
-        QTEST(static_cast<int>(logger.GetLevel()), "reportedLevel");
-        for (int priority = 0; priority < 8; ++priority) {
-            const auto lines = Append(logger, static_cast<IMessage::Priority>(priority), "x");
-            QCOMPARE(lines.size(), priority <= lastWritten ? 1 : 0);
-            if (!lines.isEmpty())
-                QCOMPARE(lines[0].type, types[priority]);
+            QCOMPARE(int(logger.GetLevel()), qMin(level, 8));
+            for (int priority = 0; priority < 8; ++priority) {
+                const QtLine line = Append(logger, static_cast<IMessage::Priority>(priority));
+                QCOMPARE(line.text.isEmpty(), priority > level);
+                QVERIFY(priority > level || line.type == types[priority]);
+            }
         }
     }
 
     void line_data()
     {
-        QTest::addColumn<unsigned>("format");
-        QTest::addColumn<bool>("hasFile");
-        QTest::addColumn<bool>("hasFunction");
-        QTest::addColumn<QString>("ending");
-        QTest::newRow("no position") << 0x2u << true << true << "text ";
-        QTest::newRow("file") << 0x1u << true << true << "text  (file: src/file(40))";
-        QTest::newRow("function") << 0x3u << true << true << "text  (Load: file: src/file(40))";
-        QTest::newRow("no function") << 0x3u << true << false << "text  (file: src/file(40))";
-        QTest::newRow("no file") << 0x3u << false << true << "text ";
+        static const ICategory nameless{nullptr};
+        const QString position = "text  (file: src/file(40))";
+        AddCases<LineCase>({
+            {"no position", 0x2u, &logCategory, "src/file", "Load", "text "},
+            {"file", 0x1u, &logCategory, "src/file", "Load", position},
+            {"function", 0x3u, &logCategory, "src/file", "Load",
+             "text  (Load: file: src/file(40))"},
+            {"no function", 0x3u, &logCategory, "src/file", nullptr, position},
+            {"no file", 0x3u, &logCategory, nullptr, "Load", "text "},
+            {"no category", 0x1u, nullptr, "src/file", "Load", position},
+            {"category without a name", 0x1u, &nameless, "src/file", "Load", position},
+        });
     }
 
     void line()
     {
-        QFETCH(unsigned, format);
-        QFETCH(bool, hasFile);
-        QFETCH(bool, hasFunction);
-        QFETCH(QString, ending);
+        const auto& row = CurrentCase<LineCase>();
         Logger logger;
-        QVERIFY(logger.Configure(IMessage::DEBUG, 0, format, {}, {}, {}, {}, 0, 0));
-        QCOMPARE(logger.IsPositionEnabled(), (format & 1) != 0);
-
-        const auto lines = Append(logger, IMessage::INFO, "text", &logCategory,
-                                  hasFile ? "src/file" : nullptr, hasFunction ? "Load" : nullptr);
-        const QRegularExpression whole(
-            "\\A\\d{4}\\.\\d\\d\\.\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}: " +
-            QRegularExpression::escape(ending) + "\\z");
-        QVERIFY2(whole.match(lines.value(0).text).hasMatch(), qPrintable(lines.value(0).text));
-        QCOMPARE(lines[0].category, QString(logCategory.name));
-    }
-
-    void positionSwitchKeepsOtherBits()
-    {
-        Logger logger;
-        logger.Configure(IMessage::DEBUG, 0, 0x2, {}, {}, {}, {}, 0, 0);
-        logger.EnablePosition(true);
-        QVERIFY(Append(logger, IMessage::INFO, "x").value(0).text.contains("(Load: file: "));
-        logger.EnablePosition(false);
-        QVERIFY(!logger.IsPositionEnabled());
+        QVERIFY(logger.Configure(IMessage::DEBUG, 0, row.format, {}, {}, {}, {}, 0, 0));
+        const bool hasPosition = row.format & 0x1;
+        for (int round = 0; round < 2; ++round) {
+            QCOMPARE(logger.IsPositionEnabled(), hasPosition);
+            const QtLine line =
+                Append(logger, IMessage::INFO, row.category, row.file, row.function);
+            const QRegularExpression whole(
+                "\\A\\d{4}\\.\\d\\d\\.\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}: " +
+                QRegularExpression::escape(row.ending) + "\\z");
+            QVERIFY2(whole.match(line.text).hasMatch(), qPrintable(line.text));
+            QCOMPARE(line.category, QString(row.category ? row.category->name : ""));
+            logger.EnablePosition(false); // which keeps the other bits
+            QVERIFY(!logger.IsPositionEnabled());
+            logger.EnablePosition(hasPosition);
+        }
     }
 
     void subclassDecidesOnPosition()
@@ -199,36 +181,24 @@ private Q_SLOTS:
             bool IsPositionEnabled() const override { return true; }
         } logger;
         logger.SetLevel(IMessage::DEBUG);
-        QVERIFY(Append(logger, IMessage::INFO, "x").value(0).text.endsWith("(file: src/file(40))"));
+        QVERIFY(Append(logger, IMessage::INFO).text.endsWith("(file: src/file(40))"));
     }
 
     // For the thread sanitizer.
     void settingsMayChangeWhileThreadsLog()
     {
         Logger logger;
-        const QtMessageHandler previous =
-            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+        logger.SetLevel(IMessage::EMERG);
         std::thread other([&logger] {
             for (int i = 0; i < 1000; ++i)
-                Message(&logger, &logCategory, IMessage::EMERG, logSource, "run", 1) << i;
+                Append(logger, IMessage::EMERG);
         });
         for (int i = 0; i < 1000; ++i) {
             logger.SetLevel(i % 2 ? IMessage::EMERG : IMessage::ALERT);
             logger.EnablePosition(i % 2);
         }
         other.join();
-        qInstallMessageHandler(previous);
-        QCOMPARE(logger.GetLevel(), IMessage::EMERG);
         QVERIFY(logger.IsPositionEnabled());
-    }
-
-    void missingCategoryIsEmpty()
-    {
-        Logger logger;
-        logger.SetLevel(IMessage::DEBUG);
-        const ICategory nameless{nullptr};
-        QCOMPARE(Append(logger, IMessage::INFO, "x", nullptr).value(0).category, QString(""));
-        QCOMPARE(Append(logger, IMessage::INFO, "x", &nameless).value(0).category, QString(""));
     }
 };
 

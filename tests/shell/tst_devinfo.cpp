@@ -52,7 +52,7 @@ struct IdentityCase
     const char* name;
     QStringList files; // name=content
     QString identity;
-    QStringList failures = {};
+    QString failures = {};
 };
 
 } // namespace
@@ -71,31 +71,31 @@ private Q_SLOTS:
             "stepping\t: 2\nmicrocode\t: 3\ncache size\t: 4\nphysical id\t: 0\nsiblings\t: 2\n"
             "core id\t\t: 0\ncpu cores\t: 1\ncpuid level\t: 5\nflags\t: fpu\naddress sizes\t: 6";
         const QString cpuInfo = "cpuinfo=bogomips\t: 7\nProcessor: x\n\n" + described;
-        const QString noDisk = "GetHHDSerialNumber: Failed to open HDD device 'DIR/%1'.";
-        const QString noId = "GetDBUSMachineID: Failed to open 'DIR/%1'!";
-        AddCases<IdentityCase>(
-            {{"all",
-              {"sda=SERIAL  ", cpuInfo, "id1=abc\n"},
-              id + "SERIAL  " + converter::ToMD5(QString(described).remove('\n')) + "host"},
-             {"serial of full length",
-              {"sda=12345678901234567890", "cpuinfo=", "id1=abc\n"},
-              id + "12345678901234567890host"},
-             {"second disk",
-              {"sda=refused", "hda=S2", "cpuinfo=none\n", "id1=abc\n"},
-              id + "S2host",
-              {"GetHHDSerialNumber: Failed to HDIO_GET_IDENTITY from device 'DIR/sda'."}},
-             {"disk without serial, empty machine id",
-              {"sda=", "hda=S", "cpuinfo=", "id1=", "id2=abc\n"},
-              id + "S"},
-             {"only a name",
-              {},
-              "host",
-              {noDisk.arg("sda"), noDisk.arg("hda"),
-               "GetCPUInfoHash: Failed to open 'DIR/cpuinfo'!", noId.arg("id1"), noId.arg("id2")}},
-             {"nothing",
-              {"sda=", "hda=", "cpuinfo=", "id1=", "id2="},
-              "",
-              {"GetSystemUUID: Failed to get system GUID!"}}});
+        AddCases<IdentityCase>({
+            {"all, serial of full length",
+             {"sda=12345678901234567890", cpuInfo, "id1=abc\n"},
+             id + "12345678901234567890" + converter::ToMD5(QString(described).remove('\n')) +
+                 "host"},
+            {"second disk",
+             {"sda=refused", "hda=S2", "cpuinfo=none\n", "id1=abc\n"},
+             id + "S2host",
+             "GetHHDSerialNumber: Failed to HDIO_GET_IDENTITY from device 'DIR/sda'."},
+            {"disk without serial, empty machine id",
+             {"sda=", "hda=S", "cpuinfo=", "id1=", "id2=abc\n"},
+             id + "S"},
+            {"only a name",
+             {},
+             "host",
+             "GetHHDSerialNumber: Failed to open HDD device 'DIR/sda'.\n"
+             "GetHHDSerialNumber: Failed to open HDD device 'DIR/hda'.\n"
+             "GetCPUInfoHash: Failed to open 'DIR/cpuinfo'!\n"
+             "GetDBUSMachineID: Failed to open 'DIR/id1'!\n"
+             "GetDBUSMachineID: Failed to open 'DIR/id2'!"},
+            {"nothing",
+             {"sda=", "hda=", "cpuinfo=", "id1=", "id2="},
+             "",
+             "GetSystemUUID: Failed to get system GUID!"},
+        });
     }
 
     void identity()
@@ -105,9 +105,7 @@ private Q_SLOTS:
         MakeTree(directory.path(), row.files);
         Machine machine(directory.path());
         const RecordingLogger log;
-        const uint descriptors = QDir("/proc/self/fd").count();
         const QString serial = machine.SerialNumber();
-        QCOMPARE(QDir("/proc/self/fd").count(), descriptors);
         if (row.identity.isEmpty())
             QVERIFY(serial.size() == 32 && serial != Machine(directory.path()).SerialNumber());
         else
@@ -117,15 +115,11 @@ private Q_SLOTS:
         machine.Log(); // nothing is left
         const QStringList debug = log.Lines("7 common.devinfo GetSystemUUID: ");
         QCOMPARE(debug.size(), 6);
-        for (int i = 0; i < 6; ++i) {
-            const char* const begins[] = {"HDD=", "CPU=", "MACHINE-ID=", "HOST=", "ID=", "MD5ID="};
-            QVERIFY2(debug[i].section(' ', 3).startsWith(begins[i]), qPrintable(debug[i]));
-        }
         QVERIFY(debug[4].endsWith(": ID=" + row.identity));
-        QCOMPARE(log.Files(), QStringList("src/libs/common/shell/linux/devinfo"));
         QCOMPARE(log.Lines("3 common.devinfo ")
                      .replaceInStrings("3 common.devinfo ", "")
-                     .replaceInStrings(directory.path(), "DIR"),
+                     .replaceInStrings(directory.path(), "DIR")
+                     .join('\n'),
                  row.failures);
     }
 

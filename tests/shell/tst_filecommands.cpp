@@ -17,7 +17,7 @@ struct CommandCase
     QString obstacle;
     QString instead; // takes the place of the obstacle for the command to succeed
     QString failure;
-    QStringList after;
+    QString after = {};
 };
 
 bool Run(const QString& command, QDir root)
@@ -28,7 +28,7 @@ bool Run(const QString& command, QDir root)
     if (command == "RemoveDirectory")
         return FileCommands::RemoveDirectory(root, "dir%1");
     if (command == "CreateDirectory")
-        return FileCommands::CreateDirectory(root, "a/b/c");
+        return FileCommands::CreateDirectory(root, "a/b");
     if (command == "RemoveFile")
         return FileCommands::RemoveFile(file);
     if (command == "CopyFile")
@@ -45,21 +45,15 @@ class TestFileCommands : public QObject
 private Q_SLOTS:
     void command_data()
     {
-        AddCases<CommandCase>(
-            {{"RenameDirectory", "new/x=", "dir%1/", "rename directory 'dir%1' to 'new'", {"new/"}},
-             {"RemoveDirectory", "dir%1/x=", "dir%1/", "remove directory 'dir%1'", {}},
-             {"CreateDirectory", "a=", "a/", "create directory 'a/b/c'", {"a/", "a/b/", "a/b/c/"}},
-             {"RemoveFile", "file%1/", "file%1=", "remove file 'ROOT/file%1'", {}},
-             {"CopyFile",
-              "copy=",
-              "file%1=x",
-              "copy file 'ROOT/file%1' to 'ROOT/copy'",
-              {"copy=x", "file%1=x"}},
-             {"CreateSymlink",
-              "link=",
-              "a/",
-              "create link 'ROOT/link' --> 'a/b'",
-              {"a/", "link->a/b"}}});
+        AddCases<CommandCase>({
+            {"RenameDirectory", "new/x=", "dir%1/", "rename directory 'dir%1' to 'new'", "new/"},
+            {"RemoveDirectory", "dir%1/x=", "dir%1/", "remove directory 'dir%1'"},
+            {"CreateDirectory", "a=", "a/", "create directory 'a/b'", "a/ a/b/"},
+            {"RemoveFile", "file%1/", "file%1=", "remove file 'ROOT/file%1'"},
+            {"CopyFile", "copy=", "file%1=x", "copy file 'ROOT/file%1' to 'ROOT/copy'",
+             "copy=x file%1=x"},
+            {"CreateSymlink", "link=", "a/", "create link 'ROOT/link' --> 'a/b'", "a/ link->a/b"},
+        });
     }
 
     void command()
@@ -92,21 +86,7 @@ private Q_SLOTS:
         QVERIFY(Run(row.name, root));
         QVERIFY(clock.elapsed() >= 100);
         QCOMPARE(log.Lines(), lines + lines.mid(0, 2));
-        QCOMPARE(DescribeTree(root.path()), row.after);
-        QCOMPARE(log.Files(), QStringList("src/libs/common/shell/filecommands"));
-    }
-
-    void firstAttemptDoesNotWait()
-    {
-        qint64 fastest = 1000;
-        for (int i = 0; i < 5; ++i) { // as the machine may be busy
-            QElapsedTimer clock;
-            clock.start();
-            QDir root("/");
-            QVERIFY(FileCommands::CreateDirectory(root, "tmp"));
-            fastest = qMin(fastest, clock.elapsed());
-        }
-        QVERIFY(fastest < 50);
+        QCOMPARE(DescribeTree(root.path()), row.after.split(' ', Qt::SkipEmptyParts));
     }
 };
 

@@ -10,20 +10,23 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace filefaults;
 
 namespace {
 
-std::mutex mutex; // of these two: Qt's own threads read at any time
-QByteArray root;
-Fault armed = {};
+constexpr char other = '-';
+
 std::atomic<bool> isArmed{false};
-std::atomic<int> calls{0};
-std::atomic<int> failures{0};
-std::atomic<bool> namelessAllowed{true};
+std::mutex mutex; // of what follows: Qt's own threads read at any time
+QByteArray root;
+Support support = Support::Full;
+Fault fault = Fault::Fails;
+int faulty = 0;
+int calls = 0;
+
+QByteArray made; // calls, but for those of no matter
 
 template <typename Function>
 Function Next(Function, const char* name)
@@ -48,76 +51,78 @@ bool IsBelowRoot(int descriptor, const char* path)
            QByteArray(directory).startsWith(root);
 }
 
-enum class Verdict { HandOn, Shorten, Fail };
-
-// Counts the call if it is one of those meant, and tells what becomes of it.
-Verdict Judge(Call call, int descriptor, const char* path = "")
+// Counts the call, and says whether it fails.
+bool Fails(char call, int descriptor, const char* path = "", size_t* size = nullptr)
 {
     if (!isArmed)
-        return Verdict::HandOn;
+        return false;
     const std::lock_guard lock(mutex);
-    if ((armed.call != call && armed.call != Any) || !IsBelowRoot(descriptor, path))
-        return Verdict::HandOn;
-    const int number = ++calls;
-    if (number < armed.from || number > armed.to)
-        return Verdict::HandOn;
-    ++failures;
-    if (armed.error == KillSelf)
+    if (!IsBelowRoot(descriptor, path))
+        return false;
+    ++calls;
+    if (calls == faulty && fault == Fault::Killed)
         raise(SIGKILL);
-    if (armed.error == Short)
-        return Verdict::Shorten;
-    errno = armed.error;
-    return Verdict::Fail;
+    if (calls == faulty && fault == Fault::Shortened && size)
+        *size = (*size + 1) / 2;
+    const bool needsSpace = call == 'w' || call == 'n' || call == 'r';
+    if ((calls == faulty && fault == Fault::Fails) ||
+        (calls >= faulty &&
+         (fault == Fault::DiskGone || (fault == Fault::DiskFull && needsSpace)))) {
+        errno = EIO;
+        return true;
+    }
+    if (call != other)
+        made += call;
+    return false;
+}
+
+bool IsMissing(Support needed, int error)
+{
+    if (!isArmed || support < needed)
+        return false;
+    errno = error;
+    return true;
 }
 
 } // namespace
 
 namespace filefaults {
 
-void Arm(const QByteArray& directory, const Fault& fault)
+void Arm(const QByteArray& directory, Support newSupport, Fault newFault, int call)
 {
     const std::lock_guard lock(mutex);
     root = directory;
-    armed = fault;
+    support = newSupport;
+    fault = newFault;
+    faulty = call;
     calls = 0;
-    failures = 0;
+    made.clear();
     isArmed = true;
 }
 
-int Disarm()
+bool Disarm()
 {
     isArmed = false;
-    return failures;
+    return calls >= faulty;
 }
 
-void AllowNameless(bool allow)
+QByteArray CallsMade()
 {
-    namelessAllowed = allow;
+    return made;
 }
 
 } // namespace filefaults
 
-// NOLINTBEGIN(bugprone-macro-parentheses): lists of parameters and arguments have theirs.
-#define FAIL_IF_TOLD(...)                                                                          \
-    if (Judge(__VA_ARGS__) == Verdict::Fail)                                                       \
+#define FAIL_IF(condition)                                                                         \
+    if (condition)                                                                                 \
     return -1
 
-// A call of the same parameters that only may fail.
-#define MAY_FAIL(name, call, judged, parameters, arguments)                                        \
-    int name parameters noexcept                                                                   \
-    {                                                                                              \
-        FAIL_IF_TOLD judged;                                                                       \
-        return NEXT(name) arguments;                                                               \
-    }
-
-#define MAY_OPEN(name, parameters, judged, arguments)                                              \
+// NOLINTBEGIN(bugprone-macro-parentheses): lists of parameters and arguments have theirs.
+#define OPEN(name, parameters, judged, arguments)                                                  \
     int name parameters                                                                            \
     {                                                                                              \
-        FAIL_IF_TOLD judged;                                                                       \
-        if (!namelessAllowed && (flags & O_TMPFILE) == O_TMPFILE) {                                \
-            errno = EOPNOTSUPP;                                                                    \
-            return -1;                                                                             \
-        }                                                                                          \
+        FAIL_IF(Fails judged);                                                                     \
+        FAIL_IF((flags & O_TMPFILE) == O_TMPFILE && IsMissing(Support::NoNameless, EOPNOTSUPP));   \
         va_list rest;                                                                              \
         va_start(rest, flags);                                                                     \
         const auto mode = va_arg(rest, mode_t); /* means nothing unless a file is made */          \
@@ -125,65 +130,59 @@ void AllowNameless(bool allow)
         return NEXT(name) arguments;                                                               \
     }
 
+#define CALL(name, judged, parameters, arguments)                                                  \
+    int name parameters noexcept                                                                   \
+    {                                                                                              \
+        FAIL_IF(Fails judged);                                                                     \
+        return NEXT(name) arguments;                                                               \
+    }
 // NOLINTEND(bugprone-macro-parentheses)
 
 #pragma GCC visibility push(default)
 extern "C" {
 
-MAY_OPEN(open64, (const char* path, int flags, ...), (Open, -1, path), (path, flags, mode))
-MAY_OPEN(openat, (int folder, const char* path, int flags, ...), (Open, folder, path),
-         (folder, path, flags, mode))
+OPEN(open64, (const char* path, int flags, ...), (other, -1, path), (path, flags, mode))
+OPEN(openat, (int at, const char* path, int flags, ...), (other, at, path), (at, path, flags, mode))
 
 ssize_t read(int file, void* data, size_t size)
 {
-    const Verdict verdict = Judge(Read, file);
-    return verdict == Verdict::Fail
-               ? -1
-               : NEXT(read)(file, data, verdict == Verdict::Shorten ? (size + 1) / 2 : size);
+    FAIL_IF(Fails(other, file, "", &size));
+    return NEXT(read)(file, data, size);
 }
 
 ssize_t write(int file, const void* data, size_t size)
 {
-    const Verdict verdict = Judge(Write, file);
-    return verdict == Verdict::Fail
-               ? -1
-               : NEXT(write)(file, data, verdict == Verdict::Shorten ? (size + 1) / 2 : size);
+    FAIL_IF(Fails('w', file, "", &size));
+    return NEXT(write)(file, data, size);
 }
 
-MAY_FAIL(linkat, Name, (Name, toFolder, to),
-         (int folder, const char* from, int toFolder, const char* to, int flags),
-         (folder, from, toFolder, to, flags))
-MAY_FAIL(renameat, Name, (Name, toFolder, to),
-         (int folder, const char* from, int toFolder, const char* to), (folder, from, toFolder, to))
-MAY_FAIL(renameat2, Name, (Name, toFolder, to),
-         (int folder, const char* from, int toFolder, const char* to, unsigned flags),
-         (folder, from, toFolder, to, flags))
-MAY_FAIL(symlinkat, Name, (Name, folder, path), (const char* target, int folder, const char* path),
-         (target, folder, path))
-MAY_FAIL(unlinkat, Remove, (Remove, folder, path), (int folder, const char* path, int flags),
-         (folder, path, flags))
-MAY_FAIL(unlink, Remove, (Remove, -1, path), (const char* path), (path))
-MAY_FAIL(rmdir, Remove, (Remove, -1, path), (const char* path), (path))
-MAY_FAIL(mkdirat, Make, (Make, folder, path), (int folder, const char* path, mode_t mode),
-         (folder, path, mode))
-MAY_FAIL(fchmod, Make, (Make, file), (int file, mode_t mode), (file, mode))
+int linkat(int at, const char* from, int toAt, const char* to, int flags) noexcept
+{
+    FAIL_IF((flags & AT_EMPTY_PATH) && IsMissing(Support::NamesByProc, ENOENT));
+    FAIL_IF(Fails('n', toAt, to));
+    return NEXT(linkat)(at, from, toAt, to, flags);
+}
+
+CALL(renameat, ('r', toAt, to), (int at, const char* from, int toAt, const char* to),
+     (at, from, toAt, to))
+CALL(renameat2, ('n', toAt, to), (int at, const char* from, int toAt, const char* to, unsigned f),
+     (at, from, toAt, to, f))
+CALL(unlinkat, (other, at, path), (int at, const char* path, int flags), (at, path, flags))
+CALL(mkdirat, (other, at, path), (int at, const char* path, mode_t mode), (at, path, mode))
 
 int fdatasync(int file)
 {
-    FAIL_IF_TOLD(Sync, file);
-    return 0;
+    return Fails('f', file) ? -1 : 0;
 }
 
 int fsync(int file)
 {
-    FAIL_IF_TOLD(Sync, file);
-    return 0;
+    return Fails('d', file) ? -1 : 0;
 }
 
 int syncfs(int file) noexcept
 {
-    FAIL_IF_TOLD(Sync, file);
-    return 0;
+    return Fails('a', file) ? -1 : 0;
 }
 
 int nanosleep(const timespec*, timespec*)

@@ -9,26 +9,25 @@
  */
 namespace filefaults {
 
-enum Call { Open, Read, Write, Name, Remove, Make, Sync, Any };
-
-// Instead of an error number.
-constexpr int Short = 0;     ///< half of the bytes only
-constexpr int KillSelf = -1; ///< the process ends there and then, as by kill -9
-
-struct Fault
-{
-    Call call;
-    int error;
-    int from; ///< which of the calls fails, counted from 1 ...
-    int to;   ///< ... and the last one that does
+enum class Fault {
+    Fails,     ///< with EIO
+    Shortened, ///< to half of the bytes
+    DiskFull,  ///< from then on nothing can be written or named
+    DiskGone,  ///< it and all calls after it fail
+    Killed,    ///< the process ends there and then, as by kill -9
 };
 
-/** From now on the calls below the directory, which is absolute, are counted and fail. */
-void Arm(const QByteArray& directory, const Fault& fault);
-/** Back to normal. How many calls have failed. */
-int Disarm();
+/** What the file system can do: not all of them make files without a name, or give them one. */
+enum class Support { Full, NamesByProc, NoNameless };
 
-/** Whether files can be made without a name: not everywhere. */
-void AllowNameless(bool allow);
+/** From now on calls below the directory, which is absolute, are counted; that one has the fault. */
+void Arm(const QByteArray& directory, Support support, Fault fault, int call);
+/** Back to normal. Whether there was such a call. */
+bool Disarm();
+/**
+ * The calls since Arm() that matter for what is on the disk: w writes content, n gives it a name, r
+ * one that replaces another, f flushes content, d a directory, a all.
+ */
+QByteArray CallsMade();
 
 } // namespace filefaults

@@ -33,15 +33,10 @@ void RecordingLogger::SetListener(std::function<void(const QString&)> listener)
     listener_ = std::move(listener);
 }
 
-QStringList RecordingLogger::Lines() const
-{
-    const QMutexLocker lock(&mutex_);
-    return lines_;
-}
-
 QStringList RecordingLogger::Lines(const QString& part) const
 {
-    return Lines().filter(part);
+    const QMutexLocker lock(&mutex_);
+    return lines_.filter(part);
 }
 
 QStringList RecordingLogger::Files() const

@@ -20,12 +20,10 @@ public:
     void SetListener(std::function<void(const QString& line)> listener);
 
     /**
-     * The messages so far as "priority category function: text", without the numbers in brackets
-     * that tell objects apart.
+     * The messages so far that contain the text, as "priority category function: text", without the
+     * numbers in brackets that tell objects apart.
      */
-    QStringList Lines() const;
-    /** Those of them that contain the text. */
-    QStringList Lines(const QString& part) const;
+    QStringList Lines(const QString& part = {}) const;
     /** The source files that logged, each once. */
     QStringList Files() const;
 
