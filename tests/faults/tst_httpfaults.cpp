@@ -244,7 +244,7 @@ private:
 
 int OpenFiles()
 {
-    return QDir("/proc/self/fd").entryList(QDir::NoDotAndDotDot | QDir::System).size();
+    return QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System).size();
 }
 
 } // namespace

@@ -52,9 +52,11 @@ class TestFileDownload : public QObject
     Q_OBJECT
 
 private:
-    Transfer NewDownload(const QString& fileName = "target", const QString& path = "/file")
+    Transfer NewDownload(const QString& fileName = "target", const QString& path = "/file",
+                         QNetworkAccessManager* manager = nullptr)
     {
-        std::unique_ptr<IFileDownload> download(CreateFileDownload(&manager_, nullptr));
+        std::unique_ptr<IFileDownload> download(
+            CreateFileDownload(manager ? manager : &manager_, nullptr));
         download->SetUrl(server_.Url(path));
         download->SetFileName(directory_.filePath(fileName));
         return {std::move(download)};
@@ -89,6 +91,12 @@ private Q_SLOTS:
         QCOMPARE(download.failed[0][0].toInt(), 900100);
         download->Abort();
         QCOMPARE(log.Lines("2 http.download").size(), 2);
+
+        auto manager = std::make_unique<QNetworkAccessManager>();
+        Transfer orphan = NewDownload("target", "/file", manager.get());
+        manager.reset();
+        orphan.Await();
+        QCOMPARE(orphan.failed[0][0].toInt(), 900101);
     }
 
     void verification_data()
@@ -171,6 +179,7 @@ private Q_SLOTS:
         QSignalSpy progress(download.download.get(), &IFileDownload::progress);
         QVERIFY(download->Start());
         QTRY_VERIFY(!progress.isEmpty());
+        QCOMPARE(progress[0][1].toInt(), 1000);
         QVERIFY(!download->isRunning());
         QVERIFY(!download->Start());
         QCOMPARE(log.Lines("2 "), QStringList("2 http.download Start: Can't start download: "
@@ -224,6 +233,7 @@ private Q_SLOTS:
         qint64 largestBuffer = 0;
         QVERIFY(download->Start());
         const auto* reply = download->findChild<IHttpRequest*>()->Reply();
+        QVERIFY(reply->readBufferSize() > 0); // for an event loop that stands still
         connect(reply, &QNetworkReply::readyRead, this,
                 [&] { largestBuffer = qMax(largestBuffer, reply->bytesAvailable()); });
         QTRY_COMPARE_WITH_TIMEOUT(download.complete.size(), 1, 30000);

@@ -37,6 +37,13 @@ struct OutcomeCase
     QString url = {}; // without a script
 };
 
+struct PendingCase
+{
+    const char* name;
+    Reply first;
+    bool timesOut = false;
+};
+
 struct WireCase
 {
     const char* name;
@@ -117,7 +124,9 @@ private Q_SLOTS:
         const QByteArray zero("ab\0cd", 5);
         const QByteArray most(1000, 'x');
         const QByteArray more(5000, 'x');
+        QByteArray packedMost;
         QByteArray packedMore;
+        tools::QCompressor::gzipCompress(most, packedMost, 9);
         tools::QCompressor::gzipCompress(most + 'x', packedMore, 9);
         Reply packedError = Gzip(packedMore);
         packedError.status = 500;
@@ -160,6 +169,7 @@ private Q_SLOTS:
             {"empty URL", {}, 1, {"error 301 "}},
 
             {"most bytes", {Reply::Ok(most)}, 3, raw(most), "", 1000},
+            {"most, unpacked", {Gzip(packedMost)}, 3, raw(most), "", 1000},
             {"too many", {Drip(more.repeated(20), 600, 2)}, 3, {"error 299 "}, "", 1000},
             {"too many, local", {}, 3, {"error 299 "}, "", 1000, "data:," + more},
             {"too many, unpacked", {Gzip(packedMore)}, 3, {"error 299 "}, "", 1000},
@@ -189,7 +199,7 @@ private Q_SLOTS:
             QCOMPARE(record.Signals(), row.signalsSeen);
             const QString logged = QString(row.logged).replace("%1", request->GetUrl().toString());
             QVERIFY2(!log.Lines(logged).isEmpty(), qPrintable(log.Lines().join('\n')));
-            QVERIFY(row.maxReplySize == 0 || log.Lines().size() == 1);
+            QVERIFY(row.maxReplySize == 0 || log.Lines().size() == 1); // nothing follows the abort
             QVERIFY(!request->isRunning());
         }
     }
@@ -199,8 +209,9 @@ private Q_SLOTS:
         RecordingLogger log;
         const auto request = NewRequest({Reply::Dropped()});
         request->SetAttemptCountOnNetworkProblem(2);
+        request->SetAttemptIntervalOnNetworkProblem(-1); // at once, too
         log.SetListener([this](const QString& line) {
-            if (line == nextAttemptLine)
+            if (line.endsWith("The next request attempt will be taken in '-1' seconds."))
                 server_.Script(path_, {Reply::Ok("body")});
         });
         const RequestRecord record(request.get());
@@ -384,11 +395,19 @@ private Q_SLOTS:
         QTRY_COMPARE(record.Signals(), body);
     }
 
+    void newSendReplacesEverythingPending_data()
+    {
+        Reply large = Drip(QByteArray(5000, 'x'), 900, 50);
+        large.status = 429;
+        AddCases<PendingCase>({{"429", Reply::Status(429, "Slow Down")},
+                               {"429, too large", large},
+                               {"timed out", Silent(), true}});
+    }
+
     void newSendReplacesEverythingPending()
     {
-        Reply slow = Drip(QByteArray(5000, 'x'), 900, 50);
-        slow.status = 429;
-        const auto request = NewRequest({slow, Drip("body", 1, 50)});
+        const auto& row = CurrentCase<PendingCase>();
+        const auto request = NewRequest({row.first, Drip("body", 1, 50)});
         request->SetMaxReplySize(1000);
         request->SetTimeout(60);
         request->SetAttemptCountOnNetworkProblem(2);
@@ -396,9 +415,14 @@ private Q_SLOTS:
         const RequestRecord record(request.get());
         const RecordingLogger log;
         QVERIFY(request->Get());
+        QTRY_COMPARE(server_.RequestsFor(path_).size(), 1);
+        if (row.timesOut)
+            request->OnRequestTimeout();
         QTRY_VERIFY(!log.Lines("will be taken in '1000' seconds.").isEmpty());
-        for (const QTimer* silence : request->Reply()->findChildren<QTimer*>())
-            QVERIFY(!silence->isActive());
+        if (request->Reply()) {
+            for (const QTimer* silence : request->Reply()->findChildren<QTimer*>())
+                QVERIFY(!silence->isActive());
+        }
         QVERIFY(request->Get());
         request->SetAttemptIntervalOnNetworkProblem(0); // if it is still pending, it comes now
         QTRY_COMPARE(record.Signals(), body);
@@ -430,7 +454,7 @@ private Q_SLOTS:
     }
 
     // One observer sends anew from inside the abort, the next deletes the request.
-    void deletionFromInsideSecondAbort()
+    void deletionFromInsideAbort()
     {
         auto* request = NewRequest({Silent()}).release();
         QVERIFY(request->Get());
@@ -443,6 +467,11 @@ private Q_SLOTS:
         });
         QVERIFY(!request->Get());
         QCOMPARE(ends, 2);
+
+        auto* silent = NewRequest({Silent()}).release();
+        QVERIFY(silent->Get());
+        connect(silent->Reply(), &QNetworkReply::finished, this, [silent] { delete silent; });
+        silent->OnRequestTimeout();
     }
 };
 
