@@ -1,7 +1,6 @@
 #include <common/http/filedownload.h>
 #include <common/http/httprequestdatamap.h>
 #include <common/logger/l4cpp/logger.h>
-#include <common/logger/log.h>
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
 
@@ -15,7 +14,6 @@
 #include <QRandomGenerator>
 
 #include <array>
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -26,9 +24,6 @@ using namespace common;
 using loopback::Reply;
 
 namespace {
-
-constexpr logger::ICategory logCategory{"test.lifetimes"};
-constexpr char logSource[] = "tests/faults/tst_lifetimes";
 
 /**
  * One life of an object under test: random calls, deletions and turns of the event loop, some of
@@ -281,20 +276,15 @@ private:
 struct Transfer
 {
     QPointer<QNetworkAccessManager> manager = new QNetworkAccessManager;
-    QPointer<http::HttpRequest> request;
-    QPointer<http::IFileDownload> download;
+    QPointer<QObject> object;
 
-    bool Send() const { return request ? request->Post() : download && download->Start(); }
+    void Abort() const { QMetaObject::invokeMethod(object, "Abort"); }
 
-    void Abort() const
+    bool Send() const
     {
-        if (request)
-            request->Abort();
-        else if (download)
-            download->Abort();
+        auto* request = qobject_cast<http::IHttpRequest*>(object);
+        return request ? request->Post() : QMetaObject::invokeMethod(object, "Start");
     }
-
-    QObject* Object() const { return request ? static_cast<QObject*>(request) : download; }
 };
 
 using Deed = void (*)(const Transfer&);
@@ -303,8 +293,8 @@ const Deed deeds[] = {
     [](const Transfer& t) { t.Abort(); },
     [](const Transfer& t) { t.Send(); },
     [](const Transfer& t) { t.Abort(), t.Send(); },
-    [](const Transfer& t) { t.Object()->deleteLater(); },
-    [](const Transfer& t) { delete t.Object(); },
+    [](const Transfer& t) { t.object->deleteLater(); },
+    [](const Transfer& t) { delete t.object; },
     [](const Transfer& t) { t.manager->deleteLater(); },
 };
 
@@ -339,44 +329,6 @@ Sample TakeSample()
     const qint64 pages = ContentOf("/proc/self/statm").split(' ').value(1).toLongLong();
     return {pages * sysconf(_SC_PAGESIZE) / 1024, EntriesOf("/proc/self/fd"), ThreadCount()};
 }
-
-qint64 Median(const std::vector<Sample>& samples, size_t begin, size_t end, size_t which)
-{
-    std::vector<qint64> values;
-    for (size_t i = begin; i < end; ++i)
-        values.push_back(samples[i][which]);
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// A thread that logs, beside everything else, to a rolling file.
-class Chatter
-{
-public:
-    explicit Chatter(const QString& path)
-    {
-        logger::ILogger* log = logger::l4cpp::Logger::Instance();
-        log->Configure(logger::IMessage::DEBUG, logger::rollingFileOutput, logger::patternFormat,
-                       {}, {}, {}, path, 1'000'000, 3);
-        previous_ = logger::SetLogger(log);
-        thread_ = std::thread([this] {
-            for (; !isOver_; usleep(1000))
-                QVLOG_FROM("Chatter", INFO) << "a line of another thread";
-        });
-    }
-
-    ~Chatter()
-    {
-        isOver_ = true;
-        thread_.join();
-        logger::SetLogger(previous_);
-    }
-
-private:
-    logger::ILogger* previous_;
-    std::atomic<bool> isOver_{false};
-    std::thread thread_;
-};
 
 } // namespace
 
@@ -428,21 +380,32 @@ private Q_SLOTS:
         const int minutes = qEnvironmentVariableIntValue("QVCOMMON_SOAK_MINUTES");
         const QDeadlineTimer end(minutes * 60'000);
         auto seed = static_cast<quint32>(qEnvironmentVariableIntValue("QVCOMMON_SEED"));
-        const Chatter chatter(directory_.filePath("log"));
+        logger::ILogger* log = logger::l4cpp::Logger::Instance(); // the jobs' threads log, too
+        log->Configure(logger::IMessage::DEBUG, logger::rollingFileOutput, logger::patternFormat,
+                       {}, {}, {}, directory_.filePath("log"), 1'000'000, 3);
+        logger::SetLogger(log);
         std::vector<Sample> samples;
         for (; samples.size() < 60 || !end.hasExpired(); ++seed) {
             QVERIFY2(Round(seed), qPrintable(QString("QVCOMMON_SEED=%1").arg(seed)));
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             samples.push_back(TakeSample());
         }
-        const size_t third = samples.size() / 3;
+        const auto third = static_cast<std::ptrdiff_t>(samples.size() / 3);
         for (size_t which = minutes > 0 ? 0 : 1; which < 3; ++which) {
-            const qint64 before = Median(samples, third, 2 * third, which);
-            const qint64 after = Median(samples, 2 * third, samples.size(), which);
+            // The middle value of the samples between a third and the next.
+            const auto usual = [&](int from) {
+                const auto begin = samples.begin() + from * third;
+                std::sort(begin, begin + third,
+                          [=](const Sample& a, const Sample& b) { return a[which] < b[which]; });
+                return begin[third / 2][which];
+            };
+            const qint64 before = usual(1);
+            const qint64 after = usual(2);
             if (minutes > 0)
-                qInfo("%zu rounds: %lld, later %lld", samples.size(), before, after);
+                printf("%zu rounds: %lld, later %lld\n", samples.size(), before, after);
             QVERIFY(after <= before + slack[which]);
         }
+        logger::SetLogger(nullptr);
     }
 
     void interference_data()
@@ -479,19 +442,21 @@ private Q_SLOTS:
             if (nested && i / 2 == 5)
                 continue; // the manager of a reply whose signal is on the stack must stay
             Transfer transfer;
+            http::HttpRequest* request = nullptr;
             if (row.isDownload) {
-                transfer.download = http::CreateFileDownload(transfer.manager, nullptr);
-                transfer.download->SetUrl(server_.Url(row.path));
-                transfer.download->SetFileName(directory_.filePath("target"));
+                auto* download = http::CreateFileDownload(transfer.manager, nullptr);
+                download->SetUrl(server_.Url(row.path));
+                download->SetFileName(directory_.filePath("target"));
+                transfer.object = download;
             } else {
-                transfer.request = new http::HttpRequest(transfer.manager, nullptr);
-                transfer.request->SetUrl(server_.Url(row.path));
-                transfer.request->SetTimeout(60);
-                transfer.request->SetData(form);
+                transfer.object = request = new http::HttpRequest(transfer.manager, nullptr);
+                request->SetUrl(server_.Url(row.path));
+                request->SetTimeout(60);
+                request->SetData(form);
             }
             bool done = false;
             Relay relay([&] {
-                if (done || (moment == "last progress" && transfer.request->isRunning()))
+                if (done || (moment == "last progress" && request->isRunning()))
                     return;
                 done = true;
                 if (!nested)
@@ -499,14 +464,14 @@ private Q_SLOTS:
                 QTimer::singleShot(0, this, [&] { deed(transfer); });
                 QTest::qWait(10);
             });
-            QVERIFY(connect(transfer.Object(), row.signal, &relay, SLOT(Run())));
+            QVERIFY(connect(transfer.object, row.signal, &relay, SLOT(Run())));
             QVERIFY(transfer.Send());
             if (moment == "timed out")
-                QTimer::singleShot(0, transfer.request, &http::HttpRequest::OnRequestTimeout);
+                QTimer::singleShot(0, request, &http::HttpRequest::OnRequestTimeout);
             QTRY_VERIFY(done);
             QTest::qWait(10);
             transfer.Abort();
-            delete transfer.Object();
+            delete transfer.object;
             QTRY_VERIFY(!transfer.manager ||
                         transfer.manager->findChildren<QNetworkReply*>().isEmpty());
             delete transfer.manager;
