@@ -373,7 +373,7 @@ private Q_SLOTS:
 
     void newSendReplacesEverythingPending_data()
     {
-        Reply large = Drip(QByteArray(5000, 'x'), 900, 50);
+        Reply large = Drip(QByteArray(5000, 'x'), 900, 150);
         large.status = 429;
         AddCases<PendingCase>({{"429", Reply::Status(429, "Slow Down")},
                                {"429, too large", large},
