@@ -385,7 +385,7 @@ private Q_SLOTS:
                        {}, {}, {}, directory_.filePath("log"), 1'000'000, 3);
         logger::SetLogger(log);
         std::vector<Sample> samples;
-        for (; samples.size() < 60 || !end.hasExpired(); ++seed) {
+        for (; samples.size() < 45 || !end.hasExpired(); ++seed) {
             QVERIFY2(Round(seed), qPrintable(QString("QVCOMMON_SEED=%1").arg(seed)));
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             samples.push_back(TakeSample());

@@ -82,6 +82,7 @@ private Q_SLOTS:
         QCOMPARE(request.GetAttemptCountOnNetworkProblem(), 1);
         QCOMPARE(request.GetAttemptIntervalOnNetworkProblem(), 20);
         QCOMPARE(request.findChild<QTimer*>()->interval(), 20000);
+
         // Clients connect by index through their own meta-object tools.
         const QMetaObject& meta = IHttpRequest::staticMetaObject;
         const int first = meta.methodOffset();
