@@ -10,35 +10,27 @@ using tools::QCompressor;
 
 namespace {
 
-constexpr int windowBits = 15 + 16; // gzip
-constexpr int mostDecoded = 1 << 26;
-
 struct Decoded
 {
-    bool complete = false;
+    bool complete;
     QByteArray bytes;
 };
 
-// The first member. The output grows until all of it fits.
+// The first member, which is never larger than that for an input so small.
 Decoded PlainDecompress(const QByteArray& input)
 {
-    for (int room = 1 << 14; room <= mostDecoded; room *= 16) {
-        Decoded decoded;
-        decoded.bytes = QByteArray(room, Qt::Uninitialized);
-        z_stream z = {};
-        EXPECT(inflateInit2(&z, windowBits) == Z_OK);
-        z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(input.constData()));
-        z.avail_in = static_cast<uInt>(input.size());
-        z.next_out = reinterpret_cast<Bytef*>(decoded.bytes.data());
-        z.avail_out = static_cast<uInt>(room);
-        decoded.complete = inflate(&z, Z_NO_FLUSH) == Z_STREAM_END;
-        inflateEnd(&z);
-        decoded.bytes.chop(static_cast<int>(z.avail_out));
-        if (z.avail_out > 0)
-            return decoded;
-    }
-    EXPECT(!"an input that small cannot hold that much");
-    return {};
+    constexpr int room = 1 << 26;
+    static QByteArray output(room, Qt::Uninitialized);
+    z_stream z = {};
+    EXPECT(inflateInit2(&z, 15 + 16) == Z_OK);
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(input.constData()));
+    z.avail_in = static_cast<uInt>(input.size());
+    z.next_out = reinterpret_cast<Bytef*>(output.data());
+    z.avail_out = static_cast<uInt>(room);
+    const bool complete = inflate(&z, Z_NO_FLUSH) == Z_STREAM_END;
+    inflateEnd(&z);
+    EXPECT(z.avail_out > 0);
+    return {complete, output.left(room - static_cast<int>(z.avail_out))};
 }
 
 void TryDecompress(const QByteArray& input)

@@ -1,41 +1,29 @@
 #include <common/http/filedownload.h>
 #include <common/http/httprequestdatamap.h>
-#include <common/logger/log.h>
+#include <common/logger/l4cpp/logger.h>
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
-#include <qtsingleapplication/qtlocalpeer.h>
 
+#include "support/cases.h"
 #include "support/recordinglogger.h"
 #include "support/scriptedserver.h"
 #include "support/tree.h"
 
-#include <QDir>
+#include <QDeadlineTimer>
 #include <QPointer>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QtTest>
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <thread>
+
+#include <unistd.h>
 
 using namespace common;
 using loopback::Reply;
 
 namespace {
-
-constexpr logger::ICategory logCategory{"test.lifetimes"};
-constexpr char logSource[] = "tests/faults/tst_lifetimes";
-
-void LogOneLine()
-{
-    QVLOG(DEBUG) << "from another thread";
-}
-
-int ThreadCount()
-{
-    return QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
-}
 
 /**
  * One life of an object under test: random calls, deletions and turns of the event loop, some of
@@ -44,42 +32,9 @@ int ThreadCount()
 class Life
 {
 public:
-    using Action = std::function<void()>;
-
     explicit Life(quint32 seed) : random_(seed) {}
     virtual ~Life() = default;
 
-    void Live()
-    {
-        const int steps = 3 + Pick(10);
-        for (int step = 0; step < steps; ++step)
-            Act();
-    }
-
-    // More ends than starts, or what else must not be.
-    virtual QString Complaint() const
-    {
-        return ends_ <= starts_ ? QString()
-                                : QString("%1 ends of %2 starts").arg(ends_).arg(starts_);
-    }
-
-protected:
-    int Pick(int count) { return static_cast<int>(random_.bounded(count)); }
-    bool Toss() { return Pick(2) == 0; }
-
-    void Started() { ++starts_; }
-
-    // A signal of the object: whoever gets it may do anything, too.
-    void OnSignal(bool isEnd)
-    {
-        ends_ += isEnd ? 1 : 0;
-        if (depth_ < 3 && Pick(4) == 0)
-            Act();
-    }
-
-    virtual void ActOnObject() = 0;
-
-private:
     void Act()
     {
         ++depth_;
@@ -96,6 +51,33 @@ private:
         --depth_;
     }
 
+    bool IsRight() const { return ends_ <= starts_; }
+
+protected:
+    int Pick(int count) { return static_cast<int>(random_.bounded(count)); }
+    bool Toss() { return Pick(2) == 0; }
+    QString PickPath()
+    {
+        return QStringList{"/ok", "/slow", "/silent", "/cut", "/busy", "/"}[Pick(6)];
+    }
+
+    void Started() { ++starts_; }
+
+    // Slots for a signal of the object: whoever gets it may do anything, too.
+    auto OnSignal(bool isEnd = false)
+    {
+        return [this, isEnd] {
+            ends_ += isEnd ? 1 : 0;
+            if (depth_ < 3 && Pick(4) == 0)
+                Act();
+        };
+    }
+
+    auto OnEnd() { return OnSignal(true); }
+
+    virtual void ActOnObject() = 0;
+
+private:
     QRandomGenerator random_;
     int depth_ = 0;
     int starts_ = 0;
@@ -137,18 +119,16 @@ private:
     QPointer<Object> object_;
 };
 
+// What the lives of one round have in common.
 struct Surroundings
 {
-    ScriptedServer server;
-    QNetworkAccessManager manager;
+    ScriptedServer& server;
+    QNetworkAccessManager& manager;
     QTemporaryDir directory;
     int number = 0;
 
-    QUrl Url(int choice)
-    {
-        static const char* const paths[] = {"/ok", "/slow", "/silent", "/cut", "/busy", "/none"};
-        return server.Url(paths[choice % 6]);
-    }
+    // An earlier job may still be at work on its tree.
+    QString FreshPath() { return directory.filePath(QString::number(++number)); }
 };
 
 Surroundings* surroundings = nullptr;
@@ -161,14 +141,15 @@ public:
 protected:
     http::IHttpRequest* Make() override
     {
+        using http::IHttpRequest;
         auto* request = http::CreateHttpRequest(&surroundings->manager, nullptr);
         request->SetAttemptIntervalOnNetworkProblem(0);
-        request->SetUrl(surroundings->Url(Pick(6)));
-        connect(request, &http::IHttpRequest::requestFinishedWithBinaryData,
-                [this] { OnSignal(false); });
-        connect(request, &http::IHttpRequest::requestFinished, [this] { OnSignal(true); });
-        connect(request, &http::IHttpRequest::requestError, [this] { OnSignal(true); });
-        connect(request, &http::IHttpRequest::downloadProgress, [this] { OnSignal(false); });
+        request->SetUrl(surroundings->server.Url(PickPath()));
+        QObject::connect(request, &IHttpRequest::requestFinishedWithBinaryData, &receiver_,
+                         OnSignal());
+        QObject::connect(request, &IHttpRequest::requestFinished, &receiver_, OnEnd());
+        QObject::connect(request, &IHttpRequest::requestError, &receiver_, OnEnd());
+        QObject::connect(request, &IHttpRequest::downloadProgress, &receiver_, OnSignal());
         return request;
     }
 
@@ -176,7 +157,7 @@ protected:
     {
         switch (Pick(6)) {
         case 0:
-            request.SetUrl(surroundings->Url(Pick(6)));
+            request.SetUrl(surroundings->server.Url(PickPath()));
             break;
         case 1:
             request.Abort();
@@ -190,13 +171,6 @@ protected:
             request.Send(Toss() ? http::IHttpRequest::GET : http::IHttpRequest::POST);
         }
     }
-
-private:
-    template <typename Signal, typename Slot>
-    void connect(http::IHttpRequest* request, Signal signal, Slot slot)
-    {
-        QObject::connect(request, signal, &receiver_, slot);
-    }
 };
 
 class DownloadLife : public LifeOf<http::IFileDownload>
@@ -207,15 +181,13 @@ public:
 protected:
     http::IFileDownload* Make() override
     {
+        using http::IFileDownload;
         auto* download = http::CreateFileDownload(&surroundings->manager, nullptr);
-        download->SetUrl(surroundings->Url(Pick(6)));
-        download->SetFileName(surroundings->directory.filePath("target"));
-        QObject::connect(download, &http::IFileDownload::complete, &receiver_,
-                         [this] { OnSignal(true); });
-        QObject::connect(download, &http::IFileDownload::failed, &receiver_,
-                         [this] { OnSignal(true); });
-        QObject::connect(download, &http::IFileDownload::progress, &receiver_,
-                         [this] { OnSignal(false); });
+        download->SetUrl(surroundings->server.Url(PickPath()));
+        download->SetFileName(surroundings->FreshPath());
+        QObject::connect(download, &IFileDownload::complete, &receiver_, OnEnd());
+        QObject::connect(download, &IFileDownload::failed, &receiver_, OnEnd());
+        QObject::connect(download, &IFileDownload::progress, &receiver_, OnSignal());
         return download;
     }
 
@@ -223,7 +195,7 @@ protected:
     {
         switch (Pick(5)) {
         case 0:
-            download.SetUrl(surroundings->Url(Pick(6)));
+            download.SetUrl(surroundings->server.Url(PickPath()));
             break;
         case 1:
             download.Abort();
@@ -250,11 +222,9 @@ protected:
     {
         auto* front = new Front;
         Add(*front);
-        QObject::connect(front, &Front::progress, &this->receiver_,
-                         [this] { this->OnSignal(false); });
-        QObject::connect(front, &Front::succesed, &this->receiver_,
-                         [this] { this->OnSignal(true); });
-        QObject::connect(front, &Front::failed, &this->receiver_, [this] { this->OnSignal(true); });
+        QObject::connect(front, &Front::progress, &this->receiver_, this->OnSignal());
+        QObject::connect(front, &Front::succesed, &this->receiver_, this->OnEnd());
+        QObject::connect(front, &Front::failed, &this->receiver_, this->OnEnd());
         return front;
     }
 
@@ -274,85 +244,16 @@ protected:
     }
 
 private:
-    // An earlier job may still be at work on its tree.
-    static QString Fresh()
-    {
-        return surroundings->directory.filePath(QString::number(++surroundings->number));
-    }
-
     static void Add(FileCopier& copier)
     {
-        copier.AddDirectory(surroundings->directory.filePath("source"), Fresh());
+        copier.AddDirectory(surroundings->directory.filePath("source"), surroundings->FreshPath());
     }
 
     static void Add(FileRemover& remover)
     {
-        const QString tree = Fresh();
+        const QString tree = surroundings->FreshPath();
         MakeTree(tree, {"f=1", "a/g=2"});
         remover.AddDirectory(tree);
-    }
-};
-
-using CopierLife = JobLife<FileCopier, &FileCopier::Copy>;
-using RemoverLife = JobLife<FileRemover, &FileRemover::Remove>;
-
-// Instances of one application in one process, where nobody can answer a message that is waited for.
-class InstanceLife : public LifeOf<QtLocalPeer>
-{
-public:
-    using LifeOf::LifeOf;
-
-protected:
-    QtLocalPeer* Make() override
-    {
-        auto* peer = new QtLocalPeer(nullptr, QString("lifetimes %1").arg(Pick(2)));
-        QObject::connect(peer, &QtLocalPeer::messageReceived, &receiver_,
-                         [this] { OnSignal(false); });
-        return peer;
-    }
-
-    void Use(QtLocalPeer& peer) override
-    {
-        if (Toss())
-            peer.isClient();
-        else
-            peer.sendMessage(QString(Pick(3000), 'x'), Pick(5));
-    }
-};
-
-// Loggers are set up by one thread only; others may log only in between.
-class LoggerLife : public Life
-{
-public:
-    using Life::Life;
-    ~LoggerLife() override { logger::SetLogger(nullptr); }
-
-protected:
-    void ActOnObject() override
-    {
-        const QString path = surroundings->directory.filePath("log");
-        switch (Pick(6)) {
-        case 0:
-            logger::SetLogger(Toss() ? nullptr : logger::GetLog4cpp());
-            break;
-        case 1:
-            logger::GetLog4cpp()->Configure(logger::IMessage::DEBUG,
-                                            Toss() ? logger::fileOutput : 0u,
-                                            Toss() ? logger::patternFormat : logger::simpleFormat,
-                                            {}, {}, {}, path, Toss() ? 0 : 2000, 2);
-            break;
-        case 2:
-            logger::GetLog4cpp()->SetFileLoggingEnabled(Toss());
-            break;
-        case 3:
-            logger::GetLog4cpp()->EnablePosition(Toss());
-            break;
-        default: {
-            std::thread other(&LogOneLine);
-            QVLOG(DEBUG) << "line " << Pick(100);
-            other.join();
-        }
-        }
     }
 };
 
@@ -375,20 +276,15 @@ private:
 struct Transfer
 {
     QPointer<QNetworkAccessManager> manager = new QNetworkAccessManager;
-    QPointer<http::HttpRequest> request;
-    QPointer<http::IFileDownload> download;
+    QPointer<QObject> object;
 
-    bool Send() const { return request ? request->Post() : download && download->Start(); }
+    void Abort() const { QMetaObject::invokeMethod(object, "Abort"); }
 
-    void Abort() const
+    bool Send() const
     {
-        if (request)
-            request->Abort();
-        else if (download)
-            download->Abort();
+        auto* request = qobject_cast<http::IHttpRequest*>(object);
+        return request ? request->Post() : QMetaObject::invokeMethod(object, "Start");
     }
-
-    QObject* Object() const { return request ? static_cast<QObject*>(request) : download; }
 };
 
 using Deed = void (*)(const Transfer&);
@@ -397,10 +293,42 @@ const Deed deeds[] = {
     [](const Transfer& t) { t.Abort(); },
     [](const Transfer& t) { t.Send(); },
     [](const Transfer& t) { t.Abort(), t.Send(); },
-    [](const Transfer& t) { t.Object()->deleteLater(); },
-    [](const Transfer& t) { delete t.Object(); },
+    [](const Transfer& t) { t.object->deleteLater(); },
+    [](const Transfer& t) { delete t.object; },
     [](const Transfer& t) { t.manager->deleteLater(); },
 };
+
+struct InterferenceCase
+{
+    const char* name;
+    const char* signal;
+    QString path;
+    bool isDownload = false;
+};
+
+// What must not grow: resident memory in KiB, open files, threads.
+using Sample = std::array<qint64, 3>;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr Sample slack = {1 << 20, 4, 2}; // their own notes grow; they find leaks themselves
+#else
+constexpr Sample slack = {2048, 4, 2};
+#endif
+
+qint64 EntriesOf(const char* directory)
+{
+    return QDir(directory).entryList(QDir::AllEntries | QDir::System).size();
+}
+
+qint64 ThreadCount()
+{
+    return EntriesOf("/proc/self/task");
+}
+
+Sample TakeSample()
+{
+    const qint64 pages = ContentOf("/proc/self/statm").split(' ').value(1).toLongLong();
+    return {pages * sysconf(_SC_PAGESIZE) / 1024, EntriesOf("/proc/self/fd"), ThreadCount()};
+}
 
 } // namespace
 
@@ -409,93 +337,102 @@ class TestLifetimes : public QObject
     Q_OBJECT
 
 private:
-    template <typename Kind>
-    static std::unique_ptr<Life> Begin(quint32 seed)
+    // One life of each kind, side by side.
+    bool Round(quint32 seed)
     {
-        return std::make_unique<Kind>(seed);
+        Surroundings here{server_, manager_, {}};
+        surroundings = &here;
+        MakeTree(here.directory.filePath("source"), {"f=1", "a/g=2", "a/b/h=3", "a/l->g"});
+        const std::unique_ptr<Life> lives[] = {
+            std::make_unique<RequestLife>(seed), std::make_unique<DownloadLife>(seed + 1),
+            std::make_unique<JobLife<FileCopier, &FileCopier::Copy>>(seed + 2),
+            std::make_unique<JobLife<FileRemover, &FileRemover::Remove>>(seed + 3)};
+        for (int step = 0; step < 10; ++step) {
+            for (const auto& life : lives)
+                life->Act();
+        }
+        server_.ForgetRequests();
+        return std::all_of(std::begin(lives), std::end(lives),
+                           [](const auto& life) { return life->IsRight(); });
     }
 
-    Surroundings surroundings_;
+    ScriptedServer server_;
+    QNetworkAccessManager manager_;
+    QTemporaryDir directory_;
 
 private Q_SLOTS:
     void initTestCase()
     {
-        surroundings = &surroundings_;
-        auto& server = surroundings_.server;
-        server.Script("/ok", {Reply::Ok("ok")});
-        server.Script("/slow", {Drip(QByteArray(100, 'x'), 10, 1)});
-        server.Script("/silent", {Silent()});
-        server.Script("/cut", {Cut("0123456789", 5)});
-        server.Script("/busy", {Reply::Status(429, "Too Many Requests")});
-        server.Script("/amid", {Drip(QByteArray(100, 'x'), 50, 120)});
-        server.Script("/proxy", {Reply::Status(407, "Proxy")});
-        server.Script("/bad", {Reply::Status(400, "Bad")});
-        MakeTree(surroundings_.directory.filePath("source"), {"f=1", "a/g=2", "a/b/h=3", "a/l->g"});
+        server_.Script("/ok", {Reply::Ok("ok")});
+        server_.Script("/slow", {Drip(QByteArray(100, 'x'), 10, 1)});
+        server_.Script("/silent", {Silent()});
+        server_.Script("/cut", {Cut("0123456789", 5)});
+        server_.Script("/busy", {Reply::Status(429, "Too Many Requests")});
+        server_.Script("/amid", {Drip(QByteArray(100, 'x'), 50, 120)});
+        server_.Script("/proxy", {Reply::Status(407, "Proxy")});
+        server_.Script("/bad", {Reply::Status(400, "Bad")});
+        MakeTree(directory_.filePath("source"), {"f=1", "a/g=2", "a/b/h=3", "a/l->g"});
     }
 
-    void randomLives_data()
-    {
-        using Maker = std::unique_ptr<Life> (*)(quint32);
-        QTest::addColumn<void*>("maker");
-        const auto row = [](const char* name, Maker maker) {
-            QTest::newRow(name) << reinterpret_cast<void*>(maker);
-        };
-        row("request", &Begin<RequestLife>);
-        row("download", &Begin<DownloadLife>);
-        row("copier", &Begin<CopierLife>);
-        row("remover", &Begin<RemoverLife>);
-        row("single instance", &Begin<InstanceLife>);
-        row("logger", &Begin<LoggerLife>);
-    }
-
-    // QVCOMMON_TEST_CASES lives each, from QVCOMMON_SEED on.
+    // Random lives from QVCOMMON_SEED on, for QVCOMMON_SOAK_MINUTES. Nothing may grow.
     void randomLives()
     {
-        QFETCH(void*, maker);
-        const auto begin = reinterpret_cast<std::unique_ptr<Life> (*)(quint32)>(maker);
-        const RecordingLogger quiet;
-        const int cases = qEnvironmentVariableIntValue("QVCOMMON_TEST_CASES");
-        const auto first = static_cast<quint32>(qEnvironmentVariableIntValue("QVCOMMON_SEED"));
-        const int threads = ThreadCount();
-        for (quint32 seed = first; seed < first + quint32(cases > 0 ? cases : 50); ++seed) {
-            const auto life = begin(seed);
-            life->Live();
-            QVERIFY2(life->Complaint().isEmpty(),
-                     qPrintable(QString("QVCOMMON_SEED=%1: ").arg(seed) + life->Complaint()));
+        const int minutes = qEnvironmentVariableIntValue("QVCOMMON_SOAK_MINUTES");
+        const QDeadlineTimer end(minutes * 60'000);
+        auto seed = static_cast<quint32>(qEnvironmentVariableIntValue("QVCOMMON_SEED"));
+        logger::ILogger* log = logger::l4cpp::Logger::Instance(); // the jobs' threads log, too
+        log->Configure(logger::IMessage::DEBUG, logger::rollingFileOutput, logger::patternFormat,
+                       {}, {}, {}, directory_.filePath("log"), 1'000'000, 3);
+        logger::SetLogger(log);
+        std::vector<Sample> samples;
+        for (; samples.size() < 45 || !end.hasExpired(); ++seed) {
+            QVERIFY2(Round(seed), qPrintable(QString("QVCOMMON_SEED=%1").arg(seed)));
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            samples.push_back(TakeSample());
         }
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QTRY_VERIFY(ThreadCount() <= threads + 1); // that of the network access manager
+        const auto third = static_cast<std::ptrdiff_t>(samples.size() / 3);
+        for (size_t which = minutes > 0 ? 0 : 1; which < 3; ++which) {
+            // The middle value of the samples between a third and the next.
+            const auto usual = [&](int from) {
+                const auto begin = samples.begin() + from * third;
+                std::sort(begin, begin + third,
+                          [=](const Sample& a, const Sample& b) { return a[which] < b[which]; });
+                return begin[third / 2][which];
+            };
+            const qint64 before = usual(1);
+            const qint64 after = usual(2);
+            if (minutes > 0)
+                printf("%zu rounds: %lld, later %lld\n", samples.size(), before, after);
+            QVERIFY(after <= before + slack[which]);
+        }
+        logger::SetLogger(nullptr);
     }
 
     void interference_data()
     {
-        QTest::addColumn<QByteArray>("signal");
-        QTest::addColumn<QString>("path");
-        const auto row = [](const char* name, const char* signal, const char* path) {
-            QTest::newRow(name) << QByteArray(signal) << path;
-        };
-        row("upload", SIGNAL(uploadProgress(qint64, qint64)), "/ok");
-        row("amid the body", SIGNAL(downloadProgress(qint64, qint64)), "/amid");
-        row("last progress", SIGNAL(downloadProgress(qint64, qint64)), "/ok");
-        row("progress", SIGNAL(progress()), "/ok");
-        row("bytes", SIGNAL(requestFinishedWithBinaryData(QByteArray)), "/ok");
-        row("text", SIGNAL(requestFinished(QString)), "/ok");
-        row("error", SIGNAL(requestError(int, QString)), "/none");
-        row("proxy", SIGNAL(proxyError(int, QString)), "/proxy");
-        row("invalid", SIGNAL(invalidOperationError(int, QString)), "/bad");
-        row("timed out", SIGNAL(requestError(int, QString)), "/silent");
-        row("file progress", SIGNAL(progress(qint64, qint64)), "/ok");
-        row("complete", SIGNAL(complete()), "/ok");
-        row("failed", SIGNAL(failed(int, QString)), "/none");
+        AddCases<InterferenceCase>({
+            {"upload", SIGNAL(uploadProgress(qint64, qint64)), "/ok"},
+            {"amid the body", SIGNAL(downloadProgress(qint64, qint64)), "/amid"},
+            {"last progress", SIGNAL(downloadProgress(qint64, qint64)), "/ok"},
+            {"progress", SIGNAL(progress()), "/ok"},
+            {"bytes", SIGNAL(requestFinishedWithBinaryData(QByteArray)), "/ok"},
+            {"text", SIGNAL(requestFinished(QString)), "/ok"},
+            {"error", SIGNAL(requestError(int, QString)), "/none"},
+            {"proxy", SIGNAL(proxyError(int, QString)), "/proxy"},
+            {"invalid", SIGNAL(invalidOperationError(int, QString)), "/bad"},
+            {"timed out", SIGNAL(requestError(int, QString)), "/silent"},
+            {"file progress", SIGNAL(progress(qint64, qint64)), "/ok", true},
+            {"complete", SIGNAL(complete()), "/ok", true},
+            {"failed", SIGNAL(failed(int, QString)), "/none", true},
+        });
     }
 
     // Whatever a slot does, also in an event loop of its own: a memory checker judges, and no reply
     // may stay behind. Qt uses a reply after most of its signals.
     void interference()
     {
-        QFETCH(QByteArray, signal);
-        QFETCH(QString, path);
-        const QString moment = QTest::currentDataTag();
+        const auto& row = CurrentCase<InterferenceCase>();
+        const QString moment = row.name;
         const RecordingLogger quiet;
         const auto form = http::IHttpRequestDataMap::CreateUrlencodedDataMap();
         form->SetParam("a", QString(20000, 'x'));
@@ -505,19 +442,21 @@ private Q_SLOTS:
             if (nested && i / 2 == 5)
                 continue; // the manager of a reply whose signal is on the stack must stay
             Transfer transfer;
-            if (moment == "file progress" || moment == "complete" || moment == "failed") {
-                transfer.download = http::CreateFileDownload(transfer.manager, nullptr);
-                transfer.download->SetUrl(surroundings_.server.Url(path));
-                transfer.download->SetFileName(surroundings_.directory.filePath("target"));
+            http::HttpRequest* request = nullptr;
+            if (row.isDownload) {
+                auto* download = http::CreateFileDownload(transfer.manager, nullptr);
+                download->SetUrl(server_.Url(row.path));
+                download->SetFileName(directory_.filePath("target"));
+                transfer.object = download;
             } else {
-                transfer.request = new http::HttpRequest(transfer.manager, nullptr);
-                transfer.request->SetUrl(surroundings_.server.Url(path));
-                transfer.request->SetTimeout(60);
-                transfer.request->SetData(form);
+                transfer.object = request = new http::HttpRequest(transfer.manager, nullptr);
+                request->SetUrl(server_.Url(row.path));
+                request->SetTimeout(60);
+                request->SetData(form);
             }
             bool done = false;
             Relay relay([&] {
-                if (done || (moment == "last progress" && transfer.request->isRunning()))
+                if (done || (moment == "last progress" && request->isRunning()))
                     return;
                 done = true;
                 if (!nested)
@@ -525,14 +464,14 @@ private Q_SLOTS:
                 QTimer::singleShot(0, this, [&] { deed(transfer); });
                 QTest::qWait(10);
             });
-            QVERIFY(connect(transfer.Object(), signal.constData(), &relay, SLOT(Run())));
+            QVERIFY(connect(transfer.object, row.signal, &relay, SLOT(Run())));
             QVERIFY(transfer.Send());
             if (moment == "timed out")
-                QTimer::singleShot(0, transfer.request, &http::HttpRequest::OnRequestTimeout);
+                QTimer::singleShot(0, request, &http::HttpRequest::OnRequestTimeout);
             QTRY_VERIFY(done);
             QTest::qWait(10);
             transfer.Abort();
-            delete transfer.Object();
+            delete transfer.object;
             QTRY_VERIFY(!transfer.manager ||
                         transfer.manager->findChildren<QNetworkReply*>().isEmpty());
             delete transfer.manager;
@@ -543,8 +482,7 @@ private Q_SLOTS:
     void restartFromHandler()
     {
         FileCopier copier;
-        copier.AddDirectory(surroundings_.directory.filePath("source"),
-                            surroundings_.directory.filePath("again"));
+        copier.AddDirectory(directory_.filePath("source"), directory_.filePath("again"));
         int ends = 0;
         connect(&copier, &FileCopier::succesed, this, [&] {
             if (++ends < 20)
@@ -559,12 +497,11 @@ private Q_SLOTS:
     // On a thread without an event loop no deferred deletion is ever carried out.
     void withoutEventLoop()
     {
-        const int threads = ThreadCount();
+        const qint64 threads = ThreadCount();
         std::thread([this] {
             for (int round = 0; round < 20; ++round) {
                 FileCopier copier;
-                copier.AddDirectory(surroundings_.directory.filePath("source"),
-                                    surroundings_.directory.filePath("again"));
+                copier.AddDirectory(directory_.filePath("source"), directory_.filePath("again"));
                 copier.Copy();
                 if (round % 3 == 1)
                     copier.Abort(round % 2 == 0);

@@ -1,14 +1,10 @@
 #include <common/http/filedownload.h>
 
+#include "support/cases.h"
 #include "support/process.h"
 #include "support/recordinglogger.h"
 #include "support/scriptedserver.h"
 #include "support/tree.h"
-
-#include <QElapsedTimer>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QtTest>
 
 #include <memory>
 
@@ -18,9 +14,36 @@ using loopback::Reply;
 namespace {
 
 const QByteArray content = "0123456789";
-const char* const contentMd5 = "781E5E245D69B566979B86E28D23F2C7";
-const char* const contentSha256 =
-    "84d89877f0d4041efb6bf91a16f0248f2fd573e6af05c19f96bedb9f882f7882";
+const QString contentMd5 = "781E5E245D69B566979B86E28D23F2C7";
+const QString contentSha256 = "84d89877f0d4041efb6bf91a16f0248f2fd573e6af05c19f96bedb9f882f7882";
+
+struct VerificationCase
+{
+    const char* name;
+    qint64 size;
+    QString md5;
+    QString sha256;
+    QString problem = {};
+};
+
+// A download with its final signals.
+struct Transfer
+{
+    std::unique_ptr<IFileDownload> download;
+    QSignalSpy complete{download.get(), &IFileDownload::complete};
+    QSignalSpy failed{download.get(), &IFileDownload::failed};
+
+    IFileDownload* operator->() const { return download.get(); }
+
+    // Exactly one of them, and that soon.
+    void Await()
+    {
+        QVERIFY(download->Start() || !failed.isEmpty());
+        QTRY_VERIFY(complete.size() + failed.size() > 0);
+        QTest::qWait(20);
+        QCOMPARE(complete.size() + failed.size(), 1);
+    }
+};
 
 } // namespace
 
@@ -29,32 +52,14 @@ class TestFileDownload : public QObject
     Q_OBJECT
 
 private:
-    struct Outcome
+    Transfer NewDownload(const QString& fileName = "target", const QString& path = "/file",
+                         QNetworkAccessManager* manager = nullptr)
     {
-        bool completed = false;
-        QList<QVariant> failure;
-    };
-
-    std::unique_ptr<IFileDownload> NewDownload(const QString& fileName = "target")
-    {
-        std::unique_ptr<IFileDownload> download(CreateFileDownload(&manager_, nullptr));
-        download->SetUrl(server_.Url("/file"));
+        std::unique_ptr<IFileDownload> download(
+            CreateFileDownload(manager ? manager : &manager_, nullptr));
+        download->SetUrl(server_.Url(path));
         download->SetFileName(directory_.filePath(fileName));
-        return download;
-    }
-
-    Outcome Await(IFileDownload& download, int timeout = 5000)
-    {
-        QSignalSpy complete(&download, &IFileDownload::complete);
-        QSignalSpy failed(&download, &IFileDownload::failed);
-        download.Start();
-        [&] {
-            QTRY_VERIFY_WITH_TIMEOUT(complete.size() + failed.size() > 0, timeout);
-        }();
-        QTest::qWait(20);
-        if (complete.size() + failed.size() != 1)
-            qFatal("not exactly one final signal");
-        return {!complete.isEmpty(), failed.value(0)};
+        return {std::move(download)};
     }
 
     ScriptedServer server_;
@@ -72,162 +77,120 @@ private Q_SLOTS:
 
     void init() { server_.Script("/file", {Reply::Ok(content)}); }
 
-    void defaultsAndForwarding()
+    void defaults()
     {
-        const auto download = NewDownload();
-        auto* request = download->findChild<IHttpRequest*>();
+        const RecordingLogger log;
+        Transfer download = NewDownload();
+        const auto* request = download->findChild<IHttpRequest*>();
         QCOMPARE(download->GetExpectedSize(), -1);
         QCOMPARE(download->GetRetryCount(), 0u);
         QCOMPARE(request->GetTimeout(), 30);
         QVERIFY(request->IgnoreSSLErrors());
-        download->SetTimeout(7);
-        QCOMPARE(request->GetTimeout(), 7);
-        QCOMPARE(download->GetUrl(), request->GetUrl());
-
-        const RecordingLogger log;
         delete request;
-        QSignalSpy failed(download.get(), &IFileDownload::failed);
-        QVERIFY(!download->Start());
-        QCOMPARE(failed.value(0).value(0).toInt(), 900100);
-        download->SetUrl(QUrl());
-        download->SetTimeout(1);
-        download->SetIgnoreSSLErrors(false);
+        download.Await();
+        QCOMPARE(download.failed[0][0].toInt(), 900100);
         download->Abort();
-        QCOMPARE(log.Lines("2 http.download").size(), 5);
-        QCOMPARE(download->GetTimeout(), 30);
-        QVERIFY(download->GetUrl().isEmpty() && download->IgnoreSSLErrors());
+        QCOMPARE(log.Lines("2 http.download").size(), 2);
+
+        auto manager = std::make_unique<QNetworkAccessManager>();
+        Transfer orphan = NewDownload("target", "/file", manager.get());
+        manager.reset();
+        orphan.Await();
+        QCOMPARE(orphan.failed[0][0].toInt(), 900101);
     }
 
     void verification_data()
     {
-        QTest::addColumn<qint64>("size");
-        QTest::addColumn<QString>("digest");
-        QTest::addColumn<QString>("failure");
-        QTest::newRow("nothing expected") << -1ll << ""
-                                          << "";
-        QTest::newRow("size") << 10ll << ""
-                              << "";
-        QTest::newRow("digest, upper case") << 10ll << contentMd5 << "";
-        QTest::newRow("digest, lower case") << -1ll << QString(contentMd5).toLower() << "";
-        QTest::newRow("SHA-256") << -1ll << QString(contentSha256).toUpper() << "";
-        QTest::newRow("wrong SHA-256")
-            << -1ll << QString(64, '0')
-            << "Checking download failed by checksum! Expected '" + QString(64, '0') +
-                   "', downloaded '" + contentSha256 + "'";
-        QTest::newRow("wrong size")
-            << 0ll << contentMd5
-            << "Checking download failed by size! Expected 0 bytes, downloaded 10 bytes.";
-        QTest::newRow("wrong digest")
-            << 10ll << "0123"
-            << "Checking download failed by checksum! Expected '0123', downloaded "
-               "'781e5e245d69b566979b86e28d23f2c7'";
+        const QString bySize =
+            "Checking download failed by size! Expected 0 bytes, downloaded 10 bytes.";
+        const auto byDigest = [](const QString& expected, const QString& actual) {
+            return "Checking download failed by checksum! Expected '" + expected +
+                   "', downloaded '" + actual + "'";
+        };
+        const QString wrong(64, '0');
+        AddCases<VerificationCase>({
+            {"nothing expected", -1, "", ""},
+            {"size", 10, "", ""},
+            {"digests, upper case", 10, contentMd5, contentSha256.toUpper()},
+            {"digest, lower case", -1, contentMd5.toLower(), ""},
+            {"wrong size", 0, contentMd5, "", bySize},
+            {"wrong digest", 10, "0123", "", byDigest("0123", contentMd5.toLower())},
+            {"wrong SHA-256", -1, contentMd5, wrong, byDigest(wrong, contentSha256)},
+        });
     }
 
     void verification()
     {
-        QFETCH(qint64, size);
-        QFETCH(QString, digest);
-        QFETCH(QString, failure);
+        const auto& row = CurrentCase<VerificationCase>();
         const RecordingLogger log;
-        const auto download = NewDownload();
-        download->SetExpectedSize(size);
-        if (digest.size() == 64)
-            QVERIFY(download->SetExpectedDigest(QCryptographicHash::Sha256, digest));
-        else
-            download->SetExpectedMD5(digest);
-        const Outcome outcome = Await(*download);
-        QCOMPARE(outcome.completed, failure.isEmpty());
+        Transfer download = NewDownload();
+        download->SetRetryCount(1);
+        download->SetExpectedSize(row.size);
+        download->SetExpectedMD5(row.md5);
+        QVERIFY(download->SetExpectedDigest(QCryptographicHash::Sha256, row.sha256));
+        download.Await();
         QCOMPARE(ContentOf(download->GetFileName()), content);
-        if (failure.isEmpty())
+        QCOMPARE(download.complete.size(), row.problem.isEmpty() ? 1 : 0);
+        if (row.problem.isEmpty())
             return;
-        QCOMPARE(outcome.failure, QList<QVariant>({900103, "Download verification failed!"}));
+        QCOMPARE(download.failed[0], QList<QVariant>({900103, "Download verification failed!"}));
         QCOMPARE(log.Lines("3 http.download"),
-                 QStringList({"3 http.download CheckDownload: " + failure,
+                 QStringList({"3 http.download CheckDownload: " + row.problem,
                               "3 http.download Retry: Downloading failed. No more tries."}));
         QCOMPARE(log.Lines("http.download").first(),
                  QString("7 http.download Start: Trying to start download..."));
         QVERIFY(log.Files().contains("src/libs/common/http/filedownload"));
     }
 
-    void failedTransfer_data()
+    // The next try comes after a pause, from the beginning; neither after an abort nor after a start.
+    void nextTry()
     {
-        QTest::addColumn<QList<Reply>>("script");
-        QTest::addColumn<int>("code");
-        QTest::newRow("error page") << QList<Reply>{Reply::Status(404, "Not Found", "page")} << 203;
-        QTest::newRow("dropped") << QList<Reply>{Reply::Dropped()} << 2;
-    }
-
-    void failedTransfer()
-    {
-        QFETCH(QList<Reply>, script);
-        QFETCH(int, code);
-        server_.Script("/file", script);
-        const auto download = NewDownload();
-        download->SetRetryCount(1);
-        const Outcome outcome = Await(*download);
-        QVERIFY(!outcome.completed);
-        QCOMPARE(outcome.failure.value(0).toInt(), code);
-    }
-
-    void secondTryStartsFromTheBeginning()
-    {
-        server_.Script("/file", {Reply::Ok("a longer, damaged body"), Reply::Ok(content)});
+        server_.Script("/damaged", {Reply::Ok("a longer, damaged body"), Reply::Ok(content)});
+        for (const char* path : {"/aborted", "/restarted"})
+            server_.Script(path, {Reply::Status(500, "Error"), Reply::Ok(content)});
+        Transfer aborted = NewDownload("aborted", "/aborted");
+        Transfer restarted = NewDownload("restarted", "/restarted");
+        Transfer damaged = NewDownload("damaged", "/damaged");
+        damaged->SetExpectedMD5(contentMd5);
         const RecordingLogger log;
-        const auto download = NewDownload();
-        download->SetExpectedMD5(contentMd5);
-        download->SetRetryCount(3);
         QElapsedTimer clock;
         clock.start();
-        QVERIFY(Await(*download, 10000).completed);
-        QVERIFY(clock.elapsed() >= 4700);
-        QCOMPARE(ContentOf(download->GetFileName()), content);
-        QCOMPARE(log.Lines("7 http.download Retry: Retrying download...").size(), 1);
-        QCOMPARE(log.Lines("Trying to start download...").size(), 2);
-    }
-
-    // Neither an abort nor a manual start leaves the scheduled try behind.
-    void scheduledTryIsCancelled()
-    {
-        server_.Script("/file", {Reply::Status(500, "Error"), Reply::Ok(content)});
-        const auto aborted = NewDownload("aborted");
-        const auto restarted = NewDownload("restarted");
-        QSignalSpy complete(restarted.get(), &IFileDownload::complete);
-        for (auto* download : {aborted.get(), restarted.get()}) {
-            server_.Script("/file", {Reply::Status(500, "Error"), Reply::Ok(content)});
-            const RecordingLogger log;
-            download->SetRetryCount(9);
-            QVERIFY(download->Start());
-            QTRY_VERIFY(!log.Lines("Retrying download...").isEmpty());
+        for (Transfer* each : {&aborted, &restarted, &damaged}) {
+            (*each)->SetRetryCount(2);
+            QVERIFY((*each)->Start());
         }
+        QTRY_COMPARE(log.Lines("7 http.download Retry: Retrying download...").size(), 3);
         aborted->Abort();
         QVERIFY(restarted->Start());
-        QTRY_COMPARE(complete.size(), 1);
-        const int hits = server_.Requests().size();
-        QTest::qWait(5500);
-        QCOMPARE(server_.Requests().size(), hits);
-        QCOMPARE(complete.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(damaged.complete.size(), 1, 10000);
+        QVERIFY(clock.elapsed() >= 4700);
+        QCOMPARE(ContentOf(damaged->GetFileName()), content);
+        QTest::qWait(500); // time for another
+        QCOMPARE(server_.RequestsFor("/aborted").size(), 1);
+        QCOMPARE(server_.RequestsFor("/restarted").size(), 2);
+        QCOMPARE(restarted.complete.size(), 1);
     }
 
     void abortIsSilent()
     {
         server_.Script("/file", {Drip(QByteArray(1000, 'x'), 1, 50)});
         const RecordingLogger log;
-        const auto download = NewDownload();
-        QSignalSpy complete(download.get(), &IFileDownload::complete);
-        QSignalSpy failed(download.get(), &IFileDownload::failed);
-        QSignalSpy progress(download.get(), &IFileDownload::progress);
+        Transfer download = NewDownload();
+        QSignalSpy progress(download.download.get(), &IFileDownload::progress);
         QVERIFY(download->Start());
         QTRY_VERIFY(!progress.isEmpty());
+        QCOMPARE(progress[0][1].toInt(), 1000);
         QVERIFY(!download->isRunning());
         QVERIFY(!download->Start());
-        QCOMPARE(log.Lines("2 ").size(), 1);
-        QVERIFY(log.Lines("2 ").first().endsWith("Can't start download: request already started!"));
+        QCOMPARE(log.Lines("2 "), QStringList("2 http.download Start: Can't start download: "
+                                              "request already started!"));
         download->Abort();
         QTest::qWait(300);
-        QVERIFY(complete.isEmpty() && failed.isEmpty());
+        QVERIFY(download.complete.isEmpty() && download.failed.isEmpty());
 
         server_.Script("/file", {Reply::Ok(content)});
-        QVERIFY(Await(*download).completed);
+        download.Await();
+        QCOMPARE(download.complete.size(), 1);
         QCOMPARE(log.Lines("7 http.download PrepareFile: closing previously open file '" +
                            download->GetFileName() + "'")
                      .size(),
@@ -236,27 +199,27 @@ private Q_SLOTS:
 
     void target()
     {
-        const auto deep = NewDownload("new/deep/target");
+        Transfer deep = NewDownload("new/deep/target");
         deep->SetPermissions(QFile::ExeOwner);
-        QVERIFY(Await(*deep).completed);
-        QVERIFY(QFileInfo(deep->GetFileName()).isExecutable());
-        QVERIFY(QFileInfo(deep->GetFileName()).permissions() & QFile::ReadOwner);
+        deep.Await();
+        QVERIFY(deep.failed.isEmpty());
+        const auto mode = QFileInfo(deep->GetFileName()).permissions();
+        QVERIFY(mode.testFlag(QFile::ExeOwner) && mode.testFlag(QFile::ReadOwner));
 
         const RecordingLogger log;
-        const auto directory = NewDownload("new/deep");
-        Outcome outcome = Await(*directory);
-        QCOMPARE(outcome.failure, QList<QVariant>({900102, "Can't prepare file!"}));
-        QCOMPARE(log.Lines(" PrepareFile: ").first(),
-                 "2 http.download PrepareFile: Failed to open file '" + directory_.filePath("new") +
-                     "'!");
-        QVERIFY(log.Lines("3 http.download PrepareFile: I/O error: '").size() == 1);
-
-        const auto belowFile = NewDownload("new/deep/target/below/file");
-        outcome = Await(*belowFile);
-        QCOMPARE(outcome.failure.value(0).toInt(), 900102);
-        QCOMPARE(log.Lines(" PrepareFile: ").last(),
-                 "2 http.download PrepareFile: Failed to create directory '" + deep->GetFileName() +
-                     "/below'!");
+        Transfer directory = NewDownload("new/deep");
+        Transfer belowFile = NewDownload("new/deep/target/below/file");
+        for (Transfer* each : {&directory, &belowFile}) {
+            each->Await();
+            QCOMPARE(each->failed[0], QList<QVariant>({900102, "Can't prepare file!"}));
+        }
+        const QStringList lines = log.Lines(" PrepareFile: ");
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines[0], "2 http.download PrepareFile: Failed to open file '" +
+                               directory_.filePath("new") + "'!");
+        QVERIFY(lines[1].startsWith("3 http.download PrepareFile: I/O error: '"));
+        QCOMPARE(lines[2], "2 http.download PrepareFile: Failed to create directory '" +
+                               deep->GetFileName() + "/below'!");
     }
 
     // More than fits into the reply's buffer, faster than progress is reported.
@@ -264,16 +227,16 @@ private Q_SLOTS:
     {
         const QByteArray large = QByteArray("0123456789abcdef").repeated(4 * 1024 * 1024);
         server_.Script("/file", {Reply::Ok(large)});
-        const auto download = NewDownload();
+        Transfer download = NewDownload();
         download->SetExpectedSize(large.size());
-        QSignalSpy progress(download.get(), &IFileDownload::progress);
-        QSignalSpy complete(download.get(), &IFileDownload::complete);
+        QSignalSpy progress(download.download.get(), &IFileDownload::progress);
         qint64 largestBuffer = 0;
         QVERIFY(download->Start());
         const auto* reply = download->findChild<IHttpRequest*>()->Reply();
+        QVERIFY(reply->readBufferSize() < large.size()); // for an event loop that stands still
         connect(reply, &QNetworkReply::readyRead, this,
                 [&] { largestBuffer = qMax(largestBuffer, reply->bytesAvailable()); });
-        QTRY_COMPARE_WITH_TIMEOUT(complete.size(), 1, 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(download.complete.size(), 1, 30000);
         QCOMPARE(largestBuffer, 0); // drained in each readyRead before anybody else sees it
         QCOMPARE(progress.last(), QList<QVariant>({large.size(), large.size()}));
         const QByteArray sum = OutputOf("md5sum", {download->GetFileName()}).left(32);

@@ -2,20 +2,38 @@
 
 #include <common/http/httprequest.h>
 
-#include <QStringList>
+#include <QRegularExpression>
 
 /** Notes the outcome signals of a request in their order. */
 class RequestRecord : public QObject
 {
-    Q_OBJECT
-
 public:
-    explicit RequestRecord(common::http::IHttpRequest* request);
+    explicit RequestRecord(const common::http::IHttpRequest* request)
+    {
+        using common::http::IHttpRequest;
+        const auto note = [this](const QString& kind, const QString& rest) {
+            signals_ << kind + QLatin1Char(' ') + rest;
+        };
+        connect(request, &IHttpRequest::requestFinishedWithBinaryData, this,
+                [note](const QByteArray& body) { note("binary", QString::fromLatin1(body)); });
+        connect(request, &IHttpRequest::requestFinished, this,
+                [note](const QString& text) { note("text", text); });
+        connect(request,
+                QOverload<int, const QString&, const QByteArray&>::of(&IHttpRequest::requestError),
+                this, [this, note](int code, const QString& text, const QByteArray& body) {
+                    errorText_ = text;
+                    note("error " + QString::number(code), QString::fromLatin1(body));
+                });
+        connect(request, &IHttpRequest::proxyError, this,
+                [note](int code) { note("proxy", QString::number(code)); });
+        connect(request, &IHttpRequest::invalidOperationError, this,
+                [note](int code) { note("invalid", QString::number(code)); });
+    }
 
     /** As "binary BODY", "text TEXT", "error CODE BODY", "proxy CODE" and "invalid CODE". */
     const QStringList& Signals() const { return signals_; }
     /** How many final signals came: requestFinished or requestError. */
-    int Finals() const;
+    int Finals() const { return signals_.filter(QRegularExpression("^(text|error) ")).size(); }
     /** The text that came with the last error. */
     const QString& ErrorText() const { return errorText_; }
 

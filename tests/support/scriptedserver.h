@@ -3,10 +3,6 @@
 #include <loopback/server.h>
 
 #include <QHash>
-#include <QMetaType>
-
-// For tables of replies.
-Q_DECLARE_METATYPE(loopback::Reply)
 
 /**
  * A loopback server with a list of replies for each path; the last of a list is repeated, an
@@ -14,8 +10,6 @@ Q_DECLARE_METATYPE(loopback::Reply)
  */
 class ScriptedServer : public loopback::Server
 {
-    Q_OBJECT
-
 public:
     ScriptedServer();
 
