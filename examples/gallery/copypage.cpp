@@ -1,105 +1,115 @@
-#include "copypage.h"
+#include "jobpage.h"
+#include "pages.h"
+
+#include <common/shell/filecopier.h>
 
 #include <QDir>
 #include <QFile>
-#include <QFormLayout>
-#include <QLabel>
-#include <QProgressBar>
-#include <QPushButton>
+#include <QTimer>
+
+#include <memory>
+
+using common::FileCopier;
 
 namespace {
 
 constexpr int folderCount = 40;
 constexpr int filesPerFolder = 250;
-constexpr int barSteps = 1000;
+constexpr int fileSize = 4096;
+constexpr qint64 folderSize = filesPerFolder * fileSize;
+constexpr int codeOfAbort = 700105;
+
+bool MakeFolder(const QString& path)
+{
+    bool made = QDir().mkpath(path);
+    for (int number = 0; made && number < filesPerFolder; ++number) {
+        QFile file(QString("%1/file %2").arg(path).arg(number));
+        made = file.open(QIODevice::WriteOnly) && file.write(QByteArray(fileSize, 'x')) == fileSize;
+    }
+    return made;
+}
+
+/** Copies a folder, by default a tree of small files that it makes first. */
+class CopyJob : public Job
+{
+public:
+    CopyJob() { connect(&making_, &QTimer::timeout, this, &CopyJob::MakeNextFolder); }
+
+    void Start(const QString& source, const QString& folder) override
+    {
+        source_ = source.isEmpty() ? TemporaryPath("tree") : source;
+        target_ = FreePath(folder, "copy of " + QDir(source_).dirName());
+        Q_EMIT began(QString("From %1 to %2").arg(source_, target_));
+        if (source.isEmpty())
+            making_.start(); // a folder a turn, so that it can be stopped
+        else
+            Copy();
+    }
+
+    void Stop() override
+    {
+        if (making_.isActive())
+            EndMaking("Stopped while the sample was made.");
+        else if (copier_)
+            copier_->Abort(true);
+    }
+
+private:
+    void MakeNextFolder()
+    {
+        if (madeFolders_ == folderCount) {
+            making_.stop();
+            return Copy();
+        }
+        if (!MakeFolder(QString("%1/folder %2").arg(source_).arg(madeFolders_)))
+            return EndMaking("The sample cannot be made in " + source_);
+        ++madeFolders_;
+        Q_EMIT progress("Making the sample", madeFolders_ * folderSize, folderCount * folderSize);
+    }
+
+    void EndMaking(const QString& result)
+    {
+        making_.stop();
+        Q_EMIT ended(result);
+    }
+
+    void Copy()
+    {
+        copier_ = std::make_unique<FileCopier>();
+        copier_->AddDirectory(source_, target_);
+        connect(copier_.get(), &FileCopier::progress, this, [this](int done, int total) {
+            item_ = QString("Copying item %L1 of %L2").arg(done).arg(total);
+        });
+        connect(copier_.get(), &FileCopier::bytesProgress, this,
+                [this](qint64 done, qint64 total) { Q_EMIT progress(item_, done, total); });
+        connect(copier_.get(), &FileCopier::succesed, this,
+                [this] { Q_EMIT ended("Everything was copied to " + target_); });
+        connect(copier_.get(), &FileCopier::failed, this, [this](int code, const QString& text) {
+            Q_EMIT ended(code == codeOfAbort
+                             ? "Stopped; what was copied until then is in " + target_
+                             : QString("Failed with code %1: %2").arg(QString::number(code), text));
+        });
+        copier_->Copy();
+    }
+
+    std::unique_ptr<FileCopier> copier_;
+    QTimer making_{this};
+    int madeFolders_ = 0;
+    QString source_;
+    QString target_;
+    QString item_;
+};
 
 } // namespace
 
-CopyPage::CopyPage()
-    : Page("Copy", "Ten thousand small files, copied on a thread of its own. The window stays "
-                   "awake, and a cancelled copy stops at the next file."),
-      start_(NewButton("Copy the tree")),
-      cancel_(NewButton("Cancel")),
-      bar_(new QProgressBar),
-      state_(new QLabel("Ready."))
+Page* NewCopyPage()
 {
-    bar_->setRange(0, barSteps);
-    bar_->setValue(0);
-    bar_->setMinimumHeight(28);
-    cancel_->setEnabled(false);
-    connect(start_, &QPushButton::clicked, this, &CopyPage::Start);
-    connect(cancel_, &QPushButton::clicked, this, &CopyPage::Cancel);
-
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(start_);
-    buttons->addWidget(cancel_);
-    buttons->addStretch();
-    auto* form = NewForm();
-    source_ = AddValue(form, "From");
-    destination_ = AddValue(form, "To");
-    source_->setText(directory_.filePath("tree"));
-    destination_->setText(QString::fromUtf8("–"));
-    Content()->addLayout(buttons);
-    Content()->addWidget(bar_);
-    Content()->addWidget(state_);
-    Content()->addLayout(form);
-    Content()->addStretch();
-}
-
-void CopyPage::Rehearse()
-{
-    Start();
-}
-
-bool CopyPage::MakeTree()
-{
-    const QDir root(source_->text());
-    if (root.exists())
-        return true;
-    for (int folder = 0; folder < folderCount; ++folder) {
-        const QString path = root.filePath(QString("folder %1").arg(folder));
-        if (!root.mkpath(path))
-            return false;
-        for (int number = 0; number < filesPerFolder; ++number) {
-            QFile file(QString("%1/file %2").arg(path).arg(number));
-            if (!file.open(QIODevice::WriteOnly) || file.write("a small file\n") < 0)
-                return false;
-        }
-    }
-    return true;
-}
-
-void CopyPage::Start()
-{
-    if (!MakeTree())
-        return ShowEnd("The tree cannot be made in " + directory_.path());
-    destination_->setText(directory_.filePath(QString("copy %1").arg(++copies_)));
-    copier_ = std::make_unique<common::FileCopier>();
-    copier_->AddDirectory(source_->text(), destination_->text());
-    connect(copier_.get(), &common::FileCopier::bytesProgress, this,
-            [this](qint64 done, qint64 total) { bar_->setValue(int(done * barSteps / total)); });
-    connect(copier_.get(), &common::FileCopier::progress, this, [this](int done, int total) {
-        state_->setText(QString("Copying: %1 of %2 items").arg(done).arg(total));
-    });
-    connect(copier_.get(), &common::FileCopier::succesed, this,
-            [this] { ShowEnd("Everything was copied."); });
-    connect(
-        copier_.get(), &common::FileCopier::failed, this,
-        [this](int code, const QString& text) { ShowEnd(QString("%1: %2").arg(code).arg(text)); });
-    start_->setEnabled(false);
-    cancel_->setEnabled(true);
-    state_->setText("Copying ...");
-    copier_->Copy();
-}
-
-void CopyPage::Cancel()
-{
-    copier_->Abort(true);
-}
-
-void CopyPage::ShowEnd(const QString& text)
-{
-    state_->setText(text);
-    start_->setEnabled(true);
-    cancel_->setEnabled(false);
+    auto* page = new JobPage("Copy",
+                             "A folder with all that is in it, copied on a thread of its own. A "
+                             "copy that is stopped ends at once, even within a large file.",
+                             new CopyJob);
+    QFormLayout* form = page->AddForm();
+    QLineEdit* source = Page::AddFolder(form, "Copy &from", "A sample of ten thousand small files");
+    page->AddJob(source, Page::AddFolder(form, "&Into", "A temporary folder"), "&Copy");
+    return page;
 }

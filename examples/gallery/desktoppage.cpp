@@ -1,62 +1,56 @@
-#include "desktoppage.h"
+#include "page.h"
+#include "pages.h"
 
 #include <common/shell/linux/devinfo.h>
 #include <common/shell/shell.h>
 #include <common/tools/datewatcher.h>
+#include <common/tools/idlewatcher.h>
 
-#include <QFormLayout>
-#include <QLabel>
-#include <QListWidget>
+#include <QLineEdit>
 #include <QLocale>
-#include <QTime>
+#include <QPlainTextEdit>
+#include <QTimer>
 
 using common::IdleWatcher;
 using tools::DateWatcher;
 
-DesktopPage::DesktopPage()
-    : Page("Desktop", "How long nobody has touched keyboard and mouse, today's date and the time "
-                      "zone, with their changes as they happen."),
-      idleWatcher_(IdleWatcher::instance()),
-      events_(new QListWidget)
+Page* NewDesktopPage()
 {
-    auto* form = NewForm();
-    form->setContentsMargins(4, 0, 4, 12);
-    idle_ = AddValue(form, "Idle for");
-    date_ = AddValue(form, "Date");
-    zone_ = AddValue(form, "Time zone");
-    AddValue(form, "Language")->setText(common::Shell::LocaleName());
-    AddValue(form, "Applications")->setText(common::Shell::AppPath());
-    AddValue(form, "This machine")
+    auto* page = new Page("Desktop", "How long nobody has touched keyboard and mouse, today's date "
+                                     "and the time zone, with their changes as they happen.");
+    QFormLayout* form = page->AddForm();
+    QLineEdit* idle = Page::AddValue(form, "Idle for");
+    QLineEdit* date = Page::AddValue(form, "Date");
+    QLineEdit* zone = Page::AddValue(form, "Time zone");
+    Page::AddValue(form, "Language")->setText(common::Shell::LocaleName());
+    Page::AddValue(form, "Applications")->setText(common::Shell::AppPath());
+    Page::AddValue(form, "This machine")
         ->setText(common::shell::DeviceInfo::GetSerialNumberMD5Hash("gallery"));
-    Content()->addLayout(form);
-    Content()->addWidget(FaintLabel("Events"));
-    Content()->addWidget(events_, 1);
+    QPlainTextEdit* events = page->AddLines("&Events");
 
-    connect(idleWatcher_.data(), &IdleWatcher::idle, this,
-            [this](int seconds) { AddEvent(QString("Idle for %1 seconds").arg(seconds)); });
-    connect(idleWatcher_.data(), &IdleWatcher::active, this, [this] { AddEvent("Active again"); });
+    const auto idleWatcher = IdleWatcher::instance();
     const auto dateWatcher = DateWatcher::GetDateWatcher();
-    connect(dateWatcher.data(), &DateWatcher::currentDateChanged, this,
-            [this] { AddEvent("Another date"); });
-    connect(dateWatcher.data(), &DateWatcher::currentTimeZoneChanged, this,
-            [this] { AddEvent("Another offset from UTC"); });
-    connect(&timer_, &QTimer::timeout, this, &DesktopPage::ShowState);
-    timer_.start(1000);
-    ShowState();
-    AddEvent("Watching");
-}
+    QObject::connect(idleWatcher.data(), &IdleWatcher::idle, events, [events](int seconds) {
+        Page::AddEvent(events, QString("Idle for %1 seconds").arg(seconds));
+    });
+    QObject::connect(idleWatcher.data(), &IdleWatcher::active, events,
+                     [events] { Page::AddEvent(events, "Active again"); });
+    QObject::connect(dateWatcher.data(), &DateWatcher::currentDateChanged, events,
+                     [events] { Page::AddEvent(events, "Another date"); });
+    QObject::connect(dateWatcher.data(), &DateWatcher::currentTimeZoneChanged, events,
+                     [events] { Page::AddEvent(events, "Another offset from UTC"); });
 
-void DesktopPage::ShowState()
-{
-    const int seconds = idleWatcher_->seconds();
-    const QString known = seconds < 0 ? QString("not known") : QString("%1 s").arg(seconds);
-    idle_->setText(known + ", asked of " + idleWatcher_->backendName());
-    date_->setText(QLocale().toString(DateWatcher::CurrentDate(), QLocale::LongFormat));
-    zone_->setText(QString::fromUtf8(DateWatcher::CurrentTimeZone().id()));
-}
-
-void DesktopPage::AddEvent(const QString& text)
-{
-    events_->addItem(QTime::currentTime().toString("HH:mm:ss   ") + text);
-    events_->scrollToBottom();
+    const auto show = [=] {
+        const int seconds = idleWatcher->seconds();
+        const QString known = seconds < 0 ? QString("not known") : QString("%1 s").arg(seconds);
+        idle->setText(known + ", asked of " + idleWatcher->backendName());
+        date->setText(QLocale().toString(DateWatcher::CurrentDate(), QLocale::LongFormat));
+        zone->setText(QString::fromUtf8(DateWatcher::CurrentTimeZone().id()));
+    };
+    auto* timer = new QTimer(page);
+    QObject::connect(timer, &QTimer::timeout, page, show);
+    timer->start(1000);
+    show();
+    Page::AddEvent(events, "Watching");
+    return page;
 }

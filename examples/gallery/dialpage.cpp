@@ -8,60 +8,76 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 
+using tools::sip::NormalAddress;
 using tools::sip::SipId;
 
 namespace {
 
 constexpr int longestAddress = 255;
 
-QString KindName(int kind)
+const QStringList examples = {"tel:+7-(495)-555-01-23;ext=12",
+                              "\"Zoë\" <sips:zoe@example.com:5061>",
+                              "+44 (0)20 7946 0123",
+                              "skype:jane.roe?call",
+                              "000123@example.com",
+                              "alice@",
+                              "alice@pbx",
+                              "alice@192.168.1.10"};
+
+const QStringList kinds = {"Account of the service", "Telephone number", "SIP address",
+                           "Skype name"};
+
+// Some of the problems go once the rest is typed.
+QString Verdict(const NormalAddress& address)
 {
-    const char* const names[] = {"Account of the service", "Telephone number", "SIP address",
-                                 "Skype name"};
-    return QString::fromLatin1(names[kind]);
+    switch (address.problem) {
+    case NormalAddress::Empty:
+    case NormalAddress::UserMissing:
+    case NormalAddress::HostMissing:
+    case NormalAddress::HostIsShort:
+        return "Incomplete: " + address.reason;
+    default:
+        return "Not an address: " + address.reason;
+    }
 }
 
 } // namespace
 
 DialPage::DialPage()
-    : Page("Dial", "Type or paste an address. Characters that no address can have are dropped; "
-                   "what is left is normalised, parsed and classified at once."),
-      field_(new QLineEdit)
+    : Page("Dial", "Type or paste an address, or choose an example. Characters that no address can "
+                   "have are dropped as you type.")
 {
-    QFont font = field_->font();
-    font.setPointSizeF(font.pointSizeF() * 1.3);
-    field_->setFont(font);
+    QFormLayout* form = AddForm();
+    field_ = AddField(form, "&Address", "+74955550123,,12   or   zoe@example.com");
     field_->setMaxLength(longestAddress);
-    field_->setClearButtonEnabled(true);
-    field_->setPlaceholderText("+74955550123,,12   or   \"Zoë\" <sip:zoe@example.com:5060>");
     field_->setValidator(new tools::CInsertionFixupValidator(
         QRegExp("[\\w\\s\"<>#" + SipId::AllSymbols() + "]*", Qt::CaseInsensitive), field_));
-    connect(field_, &QLineEdit::textChanged, this, &DialPage::ShowRecord);
-    Content()->addWidget(field_);
+    connect(field_, &QLineEdit::textChanged, this, &DialPage::ShowResult);
 
-    auto* form = NewForm();
-    kind_ = AddValue(form, "Kind");
-    user_ = AddValue(form, "User");
-    host_ = AddValue(form, "Host");
-    port_ = AddValue(form, "Port");
-    postDial_ = AddValue(form, "Post-dial digits");
-    displayName_ = AddValue(form, "Display name");
-    contactNumber_ = AddValue(form, "To dial");
-    number_ = AddValue(form, "To show");
-    uri_ = AddValue(form, "URI");
-    dropped_ = AddValue(form, "Left out");
-    QFont bold = kind_->font();
+    for (const char* name :
+         {"Dialled", "Kind", "Name", "User", "Host", "Post-dial digits", "Left out"})
+        values_ << AddValue(form, name);
+    QFont bold = font();
     bold.setBold(true);
-    kind_->setFont(bold);
-    Content()->addLayout(form);
-    Content()->addStretch();
-    ShowRecord(QString());
+    for (int i = 0; i < 2; ++i)
+        values_[i]->setFont(bold);
+
+    auto* list = new QListWidget;
+    list->addItems(examples);
+    const auto choose = [this](const QListWidgetItem* item) {
+        SetAddress(item->text());
+    };
+    connect(list, &QListWidget::itemClicked, this, choose);
+    connect(list, &QListWidget::itemActivated, this, choose);
+    AddWithLabel("&Examples", list);
+    ShowResult(QString());
 }
 
 void DialPage::Rehearse()
 {
-    SetAddress("\"Zoë Müller\" <sip:zoe@example.com:5061;lr>");
+    SetAddress(examples[1]);
 }
 
 void DialPage::SetAddress(const QString& address)
@@ -70,31 +86,20 @@ void DialPage::SetAddress(const QString& address)
     field_->setCursorPosition(0);
 }
 
-void DialPage::ShowRecord(const QString& written)
+void DialPage::ShowResult(const QString& written)
 {
-    const auto normal = tools::sip::Normalise(written);
-    const QString text = normal.problem ? written : normal.text;
-    QString user;
-    QString host;
-    QString displayName;
-    QString postDial;
-    QString port;
-    SipId::ParseURIEx(text, user, host, displayName, postDial, port);
-    const auto number = common::contact::number::CreateInstance(text);
-    const QString kind = KindName(number->Type());
-    kind_->setText(written.isEmpty() ? QString()
-                   : normal.problem  ? "None: " + normal.reason
-                                     : kind);
-    const auto show = [](QLabel* label, const QString& value) {
-        label->setText(value.isEmpty() ? QString::fromUtf8("–") : value);
-    };
-    show(user_, user);
-    show(host_, host);
-    show(port_, port);
-    show(postDial_, postDial);
-    show(displayName_, normal.displayName);
-    show(contactNumber_, number->ContactNumber());
-    show(number_, number->Number());
-    show(uri_, number->URI());
-    show(dropped_, normal.dropped.join("  "));
+    const NormalAddress address = tools::sip::Normalise(written);
+    const auto number = common::contact::number::CreateInstance(address.text);
+    const QString kind = address.problem ? Verdict(address) : kinds.value(number->Type());
+    const QStringList texts = {number->ContactNumber(),
+                               written.isEmpty() ? QString() : kind,
+                               address.displayName,
+                               number->User(),
+                               number->Host(),
+                               number->Extention(),
+                               address.dropped.join("  ")};
+    for (int i = 0; i < texts.size(); ++i) {
+        values_[i]->setText(texts[i].isEmpty() ? QString::fromUtf8("–") : texts[i]);
+        values_[i]->setCursorPosition(0);
+    }
 }

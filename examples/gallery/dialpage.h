@@ -2,8 +2,6 @@
 
 #include "page.h"
 
-class QLineEdit;
-
 /** What the library makes of an address as it is typed. */
 class DialPage : public Page
 {
@@ -17,17 +15,8 @@ public:
     void SetAddress(const QString& address);
 
 private:
-    void ShowRecord(const QString& written);
+    void ShowResult(const QString& written);
 
     QLineEdit* field_;
-    QLabel* kind_;
-    QLabel* user_;
-    QLabel* host_;
-    QLabel* port_;
-    QLabel* postDial_;
-    QLabel* displayName_;
-    QLabel* contactNumber_;
-    QLabel* number_;
-    QLabel* uri_;
-    QLabel* dropped_;
+    QList<QLineEdit*> values_;
 };

@@ -1,12 +1,14 @@
-#include "downloadpage.h"
+#include "jobpage.h"
+#include "pages.h"
 
+#include <common/http/filedownload.h>
 #include <common/tools/string/converter.h>
+#include <loopback/server.h>
 
 #include <QCheckBox>
-#include <QFormLayout>
-#include <QLabel>
-#include <QProgressBar>
-#include <QPushButton>
+#include <QFile>
+#include <QNetworkAccessManager>
+#include <QPointer>
 #include <QRandomGenerator>
 
 using common::http::IFileDownload;
@@ -15,7 +17,6 @@ using loopback::Reply;
 namespace {
 
 constexpr int fileSize = 64 * 1024 * 1024;
-constexpr int mebibyte = 1024 * 1024;
 
 QByteArray RandomFile()
 {
@@ -25,114 +26,115 @@ QByteArray RandomFile()
     return file;
 }
 
+/** A download, by default a verified one from a server of the gallery's own. */
+class DownloadJob : public Job
+{
+public:
+    DownloadJob() { manager_.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy); }
+    ~DownloadJob() override { delete download_; } // before the manager
+
+    void Start(const QString& source, const QString& folder) override
+    {
+        download_ = common::http::CreateFileDownload(&manager_, nullptr);
+        if (!source.isEmpty())
+            download_->SetUrl(QUrl::fromUserInput(source));
+        else if (!ExpectSample())
+            return End(server_.errorString());
+        const QString name = download_->GetUrl().fileName();
+        target_ = FreePath(folder, name.isEmpty() ? QString("download") : name);
+        download_->SetFileName(target_ + ".part");
+        download_->SetPeerVerification(true);
+        connect(download_, &IFileDownload::progress, this, [this](qint64 received, qint64 total) {
+            Q_EMIT progress(received == total ? "Verifying" : "Downloading", received, total);
+        });
+        connect(download_, &IFileDownload::complete, this, &DownloadJob::Finish);
+        connect(download_, &IFileDownload::failed, this, [this](int code, const QString& text) {
+            End(QString("Failed with code %1: %2").arg(QString::number(code), text));
+        });
+        Q_EMIT began(QString("From %1 to %2").arg(download_->GetUrl().toDisplayString(), target_));
+        download_->Start();
+    }
+
+    void Stop() override
+    {
+        if (!download_)
+            return;
+        download_->Abort();
+        End("Stopped.");
+    }
+
+    /** Whether the sample is to be damaged at the first try. */
+    void DamageSample(bool damage) { damage_ = damage; }
+
+private:
+    Reply Serve()
+    {
+        Reply reply = Reply::Ok(file_, "application/octet-stream");
+        reply.pieceSize = 256 * 1024;
+        reply.pause = 12;
+        if (damageNext_)
+            reply.body[fileSize / 2] = static_cast<char>(~reply.body[fileSize / 2]);
+        damageNext_ = false;
+        return reply;
+    }
+
+    bool ExpectSample()
+    {
+        if (!server_.isListening() && !server_.Listen())
+            return false;
+        if (file_.isEmpty())
+            file_ = RandomFile();
+        damageNext_ = damage_;
+        download_->SetUrl(server_.Url("/sample.bin"));
+        download_->SetExpectedSize(file_.size());
+        download_->SetExpectedMD5(tools::string::converter::ToMD5(file_));
+        download_->SetRetryCount(2);
+        return true;
+    }
+
+    void Finish()
+    {
+        const QString md5 = download_->GetExpectedMD5();
+        const QString proof = md5.isEmpty() ? "there was no digest to verify it by"
+                                            : "verified by the MD5 digest " + md5;
+        if (QFile::rename(target_ + ".part", target_))
+            End(QString("Downloaded to %1, %2").arg(target_, proof));
+        else
+            End("Cannot create " + target_);
+    }
+
+    void End(const QString& result)
+    {
+        download_->deleteLater();
+        download_.clear();
+        QFile::remove(target_ + ".part"); // where it was not complete
+        Q_EMIT ended(result);
+    }
+
+    QByteArray file_;
+    loopback::Server server_{[this](const loopback::Request&) { return Serve(); }, this};
+    QNetworkAccessManager manager_{this};
+    QPointer<IFileDownload> download_;
+    QString target_;
+    bool damage_ = false;
+    bool damageNext_ = false;
+};
+
 } // namespace
 
-DownloadPage::DownloadPage()
-    : Page("Download", "A file from a server inside this program, verified by size and MD5 digest. "
-                       "A try that fails is followed by another one five seconds later."),
-      file_(RandomFile()),
-      server_([this](const loopback::Request& request) { return Serve(request); }),
-      damage_(new QCheckBox("Damage the file at the first try")),
-      start_(NewButton("Download")),
-      abort_(NewButton("Abort")),
-      bar_(new QProgressBar),
-      state_(new QLabel("Ready."))
+Page* NewDownloadPage()
 {
-    bar_->setRange(0, fileSize / mebibyte);
-    bar_->setValue(0);
-    bar_->setFormat("%v of %m MiB");
-    bar_->setMinimumHeight(28);
-    abort_->setEnabled(false);
-    connect(start_, &QPushButton::clicked, this, &DownloadPage::Start);
-    connect(abort_, &QPushButton::clicked, this, &DownloadPage::Abort);
-
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(start_);
-    buttons->addWidget(abort_);
-    buttons->addSpacing(12);
-    buttons->addWidget(damage_);
-    buttons->addStretch();
-    auto* form = NewForm();
-    target_ = AddValue(form, "File");
-    digest_ = AddValue(form, "Expected MD5");
-    target_->setText(directory_.filePath("download.bin"));
-    digest_->setText(tools::string::converter::ToMD5(file_));
-    Content()->addLayout(buttons);
-    Content()->addWidget(bar_);
-    Content()->addWidget(state_);
-    Content()->addLayout(form);
-    Content()->addStretch();
-    if (!server_.Listen())
-        ShowEnd(server_.errorString());
-}
-
-DownloadPage::~DownloadPage()
-{
-    delete download_; // before the manager
-}
-
-void DownloadPage::Rehearse()
-{
-    Start();
-}
-
-Reply DownloadPage::Serve(const loopback::Request&)
-{
-    Reply reply = Reply::Ok(file_, "application/octet-stream");
-    reply.pieceSize = 256 * 1024;
-    reply.pause = 12;
-    if (damageNext_)
-        reply.body[fileSize / 2] = static_cast<char>(~reply.body[fileSize / 2]);
-    damageNext_ = false;
-    return reply;
-}
-
-void DownloadPage::Start()
-{
-    damageNext_ = damage_->isChecked();
-    download_ = common::http::CreateFileDownload(&manager_, nullptr);
-    download_->SetUrl(server_.Url("/download.bin"));
-    download_->SetFileName(target_->text());
-    download_->SetExpectedSize(file_.size());
-    download_->SetExpectedMD5(digest_->text());
-    download_->SetRetryCount(2);
-    connect(download_, &IFileDownload::progress, this, &DownloadPage::ShowProgress);
-    connect(download_, &IFileDownload::complete, this,
-            [this] { ShowEnd("Complete: size and digest are as expected."); });
-    connect(download_, &IFileDownload::failed, this, [this](int code, const QString& text) {
-        ShowEnd(QString("%1: %2").arg(code).arg(text));
-    });
-    start_->setEnabled(false);
-    abort_->setEnabled(true);
-    state_->setText("Starting ...");
-    clock_.start();
-    download_->Start();
-}
-
-void DownloadPage::Abort()
-{
-    if (download_)
-        download_->Abort();
-    ShowEnd("Aborted; the file holds what had arrived.");
-}
-
-void DownloadPage::ShowProgress(qint64 received, qint64 total)
-{
-    bar_->setValue(static_cast<int>(received / mebibyte));
-    const double seconds = static_cast<double>(clock_.elapsed()) / 1000;
-    state_->setText(
-        received == total
-            ? QString("Verifying ...")
-            : QString("%1 MiB/s").arg(double(received) / mebibyte / seconds, 0, 'f', 1));
-    if (received == total)
-        clock_.start(); // for a further try
-}
-
-void DownloadPage::ShowEnd(const QString& text)
-{
-    if (download_)
-        download_->deleteLater();
-    state_->setText(text);
-    start_->setEnabled(true);
-    abort_->setEnabled(false);
+    auto* job = new DownloadJob;
+    auto* page = new JobPage("Download",
+                             "A file, verified by its size and digest. A try that fails is "
+                             "followed by another one five seconds later. TLS peers are verified.",
+                             job);
+    QFormLayout* form = page->AddForm();
+    QLineEdit* url =
+        Page::AddField(form, "&URL", "A sample of 64 MiB from a server in this program");
+    QLineEdit* folder = Page::AddFolder(form, "&Folder", "A temporary folder");
+    auto* damage = new QCheckBox("Da&mage the sample at the first try");
+    QObject::connect(damage, &QCheckBox::toggled, job, &DownloadJob::DamageSample);
+    page->AddJob(url, folder, "Do&wnload", damage);
+    return page;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "theme.h"
+
 #include <QList>
 #include <QWidget>
 
@@ -20,11 +22,12 @@ public:
     void Dial(const QString& address);
 
     /**
-     * Draws each page into a PNG file: "a/b.png" becomes "a/b-dial.png" and so on.
+     * Draws each page in each palette into a file such as "dial-dark.png" in @p directory, which is
+     * made where it is missing.
      *
      * @return the files that were written; an empty list if one cannot be
      */
-    QStringList TakePictures(const QString& file);
+    QStringList TakePictures(const QString& directory, const QList<theme::Kind>& palettes);
 
 private:
     void AddPage(Page* page);

@@ -1,58 +1,75 @@
-#include "iconspage.h"
+#include "page.h"
+#include "pages.h"
 
 #include <common/tools/fileiconprovider.h>
 #include <common/tools/svg/svgicon.h>
 
+#include <QGuiApplication>
 #include <QLabel>
 
 using tools::svg::SvgIcon;
 
-IconsPage::IconsPage()
-    : Page("Icons", "Pictures in six sizes from one SVG file, a series in which a second one comes "
-                    "up over the first, and the desktop's icons for types of files.")
+namespace {
+
+void AddPicture(QBoxLayout* row, const QPixmap& pixmap, const QString& caption)
 {
+    auto* picture = new QLabel;
+    picture->setPixmap(pixmap);
+    picture->setAccessibleName(caption);
+    auto* column = new QVBoxLayout;
+    column->addStretch();
+    column->addWidget(picture, 0, Qt::AlignHCenter);
+    column->addWidget(Page::FaintLabel(caption), 0, Qt::AlignHCenter);
+    row->insertLayout(row->count() - 1, column);
+}
+
+QBoxLayout* AddRow(Page* page, const QString& title)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(14);
+    row->setContentsMargins(0, 0, 0, 12);
+    row->addStretch();
+    page->Content()->addWidget(Page::FaintLabel(title));
+    page->Content()->addLayout(row);
+    return row;
+}
+
+// As many pixels as the screen has for it, so that it is sharp.
+QPixmap Drawn(const QString& svg, const QSize& size)
+{
+    QPixmap pixmap = tools::svg::GetPixmap(svg, size * qGuiApp->devicePixelRatio());
+    pixmap.setDevicePixelRatio(qGuiApp->devicePixelRatio());
+    return pixmap;
+}
+
+} // namespace
+
+Page* NewIconsPage()
+{
+    auto* page =
+        new Page("Icons", "Pictures in six sizes from one SVG file, a series in which a "
+                          "second one comes up over the first, and the desktop's icons for "
+                          "types of files.");
     const QString phone = ":/gallery/phone.svg";
     const QString missed = ":/gallery/missed.svg";
-    const auto newRow = [this](const QString& title) {
-        auto* row = new QHBoxLayout;
-        row->setSpacing(18);
-        row->setContentsMargins(4, 0, 4, 12);
-        Content()->addWidget(FaintLabel(title));
-        Content()->addLayout(row);
-        return row;
-    };
 
-    QBoxLayout* sizes = newRow("One file, six sizes");
-    const QIcon icon = SvgIcon::CreateFromSvg(phone);
+    QBoxLayout* sizes = AddRow(page, "One file, six sizes");
     const QList<QSize> all = tools::svg::IconSizes();
     for (const QSize& size : all)
-        AddIcon(sizes, icon, size.width(), QString::number(size.width()));
-    sizes->addStretch();
+        AddPicture(sizes, Drawn(phone, size), QString::number(size.width()));
 
-    QBoxLayout* series = newRow("A second file laid over it");
+    QBoxLayout* series = AddRow(page, "A second file laid over it");
     constexpr int steps = 6;
     const QList<QIcon> icons = SvgIcon::CreateFromTwoSvgWithOverlay(phone, missed, steps);
     for (int step = 1; step <= steps; ++step)
-        AddIcon(series, icons[step - 1], 64, QString("%1 %").arg(qRound(100.0 * step / steps)));
-    series->addStretch();
+        AddPicture(series, icons[step - 1].pixmap(48),
+                   QString("%1 %").arg(qRound(100.0 * step / steps)));
 
-    QBoxLayout* types = newRow("Types of files, as this desktop shows them");
+    QBoxLayout* types = AddRow(page, "Types of files, as this desktop shows them");
     const tools::FileIconProvider provider;
     for (const char* suffix : {"txt", "pdf", "png", "mp3", "mp4", "zip", "html", "sh"})
-        AddIcon(types, provider.icon(QFileInfo(QString("any.%1").arg(suffix))), 48, suffix);
-    types->addStretch();
-    Content()->addStretch();
-}
-
-void IconsPage::AddIcon(QBoxLayout* row, const QIcon& icon, int size, const QString& caption)
-{
-    auto* picture = new QLabel;
-    picture->setPixmap(icon.pixmap(size, size));
-    picture->setAlignment(Qt::AlignHCenter | Qt::AlignBottom);
-    QLabel* text = FaintLabel(caption);
-    text->setAlignment(Qt::AlignHCenter);
-    auto* column = new QVBoxLayout;
-    column->addWidget(picture, 1);
-    column->addWidget(text);
-    row->addLayout(column);
+        AddPicture(types, provider.icon(QFileInfo(QString("any.%1").arg(suffix))).pixmap(32),
+                   suffix);
+    page->Content()->addStretch();
+    return page;
 }

@@ -6,40 +6,33 @@
 #include <QtSingleApplication>
 
 #include <QCommandLineParser>
+#include <QScreen>
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
-int TakePictures(GalleryWindow& window, const QString& file)
+int TakePictures(GalleryWindow& window, const QString& directory,
+                 const QList<theme::Kind>& palettes)
 {
     window.show();
-    const QStringList files = window.TakePictures(file);
+    const QStringList files = window.TakePictures(directory, palettes);
     for (const QString& name : files)
         puts(qPrintable(name));
     if (files.isEmpty())
-        fprintf(stderr, "gallery: cannot write pictures beside '%s'\n", qPrintable(file));
+        fprintf(stderr, "gallery: cannot write pictures into '%s'\n", qPrintable(directory));
     return files.isEmpty() ? 1 : 0;
 }
-
-// Pictures are taken without a screen; Qt wants to know before it sees the options.
-bool WantsPictures(int argc, char* argv[])
-{
-    for (int i = 1; i < argc; ++i) {
-        if (strncmp(argv[i], "--screenshot", strlen("--screenshot")) == 0)
-            return true;
-    }
-    return false;
-}
-
-const QStringList themeNames = {"system", "light", "dark"}; // in the order of theme::Kind
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    if (WantsPictures(argc, argv))
+    // Pictures are taken without a screen; Qt wants to know before it sees the options.
+    if (std::any_of(argv, argv + argc, [](const char* argument) {
+            return QByteArray(argument).startsWith("--screenshot");
+        }))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
@@ -55,11 +48,11 @@ int main(int argc, char* argv[])
                                  "[ADDRESS]");
     parser.addOption({"palette", "Colours: system, light or dark.", "NAME", "system"});
     parser.addOption({"screenshot",
-                      "Draw each page, without a screen, into a PNG file whose name "
-                      "is made from FILE and the page's title.",
-                      "FILE"});
+                      "Draw each page, without a screen, into PNG files in DIR; in the light and "
+                      "the dark palette unless --palette names one.",
+                      "DIR"});
     parser.process(application);
-    const int palette = themeNames.indexOf(parser.value("palette"));
+    const int palette = theme::Names().indexOf(parser.value("palette"));
     if (palette < 0) {
         fputs("gallery: --palette takes system, light or dark\n", stderr);
         return 2;
@@ -69,10 +62,16 @@ int main(int argc, char* argv[])
     if (!pictures && application.isRunning())
         return application.sendMessage(address) ? 0 : 1;
 
-    theme::Apply(static_cast<theme::Kind>(palette));
+    const auto kind = static_cast<theme::Kind>(palette);
+    theme::ApplyStyle();
+    theme::ApplyPalette(kind);
     GalleryWindow window;
     if (pictures)
-        return TakePictures(window, parser.value("screenshot"));
+        return TakePictures(window, parser.value("screenshot"),
+                            parser.isSet("palette")
+                                ? QList<theme::Kind>{kind}
+                                : QList<theme::Kind>{theme::Light, theme::Dark});
+    window.resize(window.size().boundedTo(window.screen()->availableSize()));
     application.setActivationWindow(&window);
     QObject::connect(&application, &QtSingleApplication::messageReceived, &window,
                      &GalleryWindow::Dial);

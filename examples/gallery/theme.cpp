@@ -2,7 +2,8 @@
 
 #include <QApplication>
 #include <QPalette>
-#include <QStyleFactory>
+#include <QProxyStyle>
+#include <QStyleOptionButton>
 
 namespace theme {
 
@@ -38,13 +39,58 @@ QPalette PaletteOf(const Colors& colors)
     return palette;
 }
 
+// Not every system has a colour for texts that are less important.
+QPalette SystemPalette()
+{
+    QPalette palette = QApplication::palette();
+    QColor faint = palette.color(QPalette::WindowText);
+    faint.setAlphaF(0.7);
+    palette.setColor(QPalette::PlaceholderText, faint);
+    return palette;
+}
+
+class Style : public QProxyStyle
+{
+public:
+    Style() : QProxyStyle(QStringLiteral("Fusion")) {}
+
+    // Fusion draws an outline darker than the window, which in the dark is no outline.
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override
+    {
+        const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+        if (element != PE_IndicatorCheckBox || !button)
+            return QProxyStyle::drawPrimitive(element, option, painter, widget);
+        QStyleOptionButton visible(*button);
+        visible.palette.setColor(QPalette::Window,
+                                 button->palette.color(QPalette::PlaceholderText));
+        QProxyStyle::drawPrimitive(element, &visible, painter, widget);
+    }
+
+    QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
+                           const QWidget* widget) const override
+    {
+        const QSize air = type == CT_PushButton ? QSize(16, 4) : QSize(0, 0);
+        return QProxyStyle::sizeFromContents(type, option, size, widget) + air;
+    }
+};
+
 } // namespace
 
-void Apply(Kind kind)
+QStringList Names()
 {
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    if (kind != System)
-        QApplication::setPalette(PaletteOf(kind == Dark ? dark : light));
+    return {"system", "light", "dark"};
+}
+
+void ApplyStyle()
+{
+    QApplication::setStyle(new Style);
+}
+
+void ApplyPalette(Kind kind)
+{
+    QApplication::setPalette(kind == System ? SystemPalette()
+                                            : PaletteOf(kind == Dark ? dark : light));
 }
 
 } // namespace theme
