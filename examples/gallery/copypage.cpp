@@ -2,9 +2,9 @@
 #include "pages.h"
 
 #include <common/shell/filecopier.h>
+#include <loopback/samples.h>
 
 #include <QDir>
-#include <QFile>
 #include <QTimer>
 
 #include <memory>
@@ -15,19 +15,7 @@ namespace {
 
 constexpr int folderCount = 40;
 constexpr int filesPerFolder = 250;
-constexpr int fileSize = 4096;
-constexpr qint64 folderSize = filesPerFolder * fileSize;
 constexpr int codeOfAbort = 700105;
-
-bool MakeFolder(const QString& path)
-{
-    bool made = QDir().mkpath(path);
-    for (int number = 0; made && number < filesPerFolder; ++number) {
-        QFile file(QString("%1/file %2").arg(path).arg(number));
-        made = file.open(QIODevice::WriteOnly) && file.write(QByteArray(fileSize, 'x')) == fileSize;
-    }
-    return made;
-}
 
 /** Copies a folder, by default a tree of small files that it makes first. */
 class CopyJob : public Job
@@ -61,10 +49,12 @@ private:
             making_.stop();
             return Copy();
         }
-        if (!MakeFolder(QString("%1/folder %2").arg(source_).arg(madeFolders_)))
+        const QString part = QString("%1/part %2").arg(source_).arg(madeFolders_);
+        if (!loopback::MakeSampleTree(part, 1, filesPerFolder))
             return EndMaking("The sample cannot be made in " + source_);
+        const qint64 size = filesPerFolder * QFileInfo(part + "/folder 0/file 0").size();
         ++madeFolders_;
-        Q_EMIT progress("Making the sample", madeFolders_ * folderSize, folderCount * folderSize);
+        Q_EMIT progress("Making the sample", madeFolders_ * size, folderCount * size);
     }
 
     void EndMaking(const QString& result)

@@ -3,28 +3,16 @@
 
 #include <common/http/filedownload.h>
 #include <common/tools/string/converter.h>
-#include <loopback/server.h>
+#include <loopback/samples.h>
 
 #include <QCheckBox>
 #include <QFile>
 #include <QNetworkAccessManager>
 #include <QPointer>
-#include <QRandomGenerator>
 
 using common::http::IFileDownload;
-using loopback::Reply;
 
 namespace {
-
-constexpr int fileSize = 64 * 1024 * 1024;
-
-QByteArray RandomFile()
-{
-    QByteArray file(fileSize, Qt::Uninitialized);
-    QRandomGenerator(1).fillRange(reinterpret_cast<quint32*>(file.data()),
-                                  fileSize / int(sizeof(quint32)));
-    return file;
-}
 
 /** A download, by default a verified one from a server of the gallery's own. */
 class DownloadJob : public Job
@@ -39,7 +27,7 @@ public:
         if (!source.isEmpty())
             download_->SetUrl(QUrl::fromUserInput(source));
         else if (!ExpectSample())
-            return End(server_.errorString());
+            return End(server_->errorString());
         const QString name = download_->GetUrl().fileName();
         target_ = FreePath(folder, name.isEmpty() ? QString("download") : name);
         download_->SetFileName(target_ + ".part");
@@ -67,27 +55,17 @@ public:
     void DamageSample(bool damage) { damage_ = damage; }
 
 private:
-    Reply Serve()
-    {
-        Reply reply = Reply::Ok(file_, "application/octet-stream");
-        reply.pieceSize = 256 * 1024;
-        reply.pause = 12;
-        if (damageNext_)
-            reply.body[fileSize / 2] = static_cast<char>(~reply.body[fileSize / 2]);
-        damageNext_ = false;
-        return reply;
-    }
-
     bool ExpectSample()
     {
-        if (!server_.isListening() && !server_.Listen())
+        if (!server_)
+            server_ = new loopback::SampleServer(this);
+        if (!server_->isListening() && !server_->Listen())
             return false;
-        if (file_.isEmpty())
-            file_ = RandomFile();
-        damageNext_ = damage_;
-        download_->SetUrl(server_.Url("/sample.bin"));
-        download_->SetExpectedSize(file_.size());
-        download_->SetExpectedMD5(tools::string::converter::ToMD5(file_));
+        if (damage_)
+            server_->DamageNextFile();
+        download_->SetUrl(server_->Url("/file"));
+        download_->SetExpectedSize(server_->File().size());
+        download_->SetExpectedMD5(tools::string::converter::ToMD5(server_->File()));
         download_->SetRetryCount(2);
         return true;
     }
@@ -97,7 +75,7 @@ private:
         const QString md5 = download_->GetExpectedMD5();
         const QString proof = md5.isEmpty() ? "there was no digest to verify it by"
                                             : "verified by the MD5 digest " + md5;
-        if (QFile::rename(target_ + ".part", target_))
+        if (QFile::rename(download_->GetFileName(), target_))
             End(QString("Downloaded to %1, %2").arg(target_, proof));
         else
             End("Cannot create " + target_);
@@ -105,19 +83,17 @@ private:
 
     void End(const QString& result)
     {
+        QFile::remove(download_->GetFileName()); // where it was not complete
         download_->deleteLater();
         download_.clear();
-        QFile::remove(target_ + ".part"); // where it was not complete
         Q_EMIT ended(result);
     }
 
-    QByteArray file_;
-    loopback::Server server_{[this](const loopback::Request&) { return Serve(); }, this};
+    loopback::SampleServer* server_ = nullptr; // a child, made on the thread of the job
     QNetworkAccessManager manager_{this};
     QPointer<IFileDownload> download_;
     QString target_;
     bool damage_ = false;
-    bool damageNext_ = false;
 };
 
 } // namespace
@@ -130,8 +106,7 @@ Page* NewDownloadPage()
                              "followed by another one five seconds later. TLS peers are verified.",
                              job);
     QFormLayout* form = page->AddForm();
-    QLineEdit* url =
-        Page::AddField(form, "&URL", "A sample of 64 MiB from a server in this program");
+    QLineEdit* url = Page::AddField(form, "&URL", "A sample from a server in this program");
     QLineEdit* folder = Page::AddFolder(form, "&Folder", "A temporary folder");
     auto* damage = new QCheckBox("Da&mage the sample at the first try");
     QObject::connect(damage, &QCheckBox::toggled, job, &DownloadJob::DamageSample);
