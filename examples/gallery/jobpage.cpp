@@ -82,8 +82,8 @@ void JobPage::AddJob(QLineEdit* source, QLineEdit* folder, const QString& action
 
 void JobPage::Start()
 {
+    stop_->setEnabled(true); // first, to get the focus of the other
     start_->setEnabled(false);
-    stop_->setEnabled(true);
     last_ = 0;
     clock_.start();
     QMetaObject::invokeMethod(job_,
@@ -120,6 +120,7 @@ void JobPage::ShowEnd()
     bar_->setMaximum(barSteps);
     state_->setText("Ready.");
     start_->setEnabled(true);
+    if (stop_->hasFocus())
+        start_->setFocus();
     stop_->setEnabled(false);
-    start_->setFocus();
 }
