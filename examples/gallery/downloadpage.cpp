@@ -101,10 +101,11 @@ private:
 Page* NewDownloadPage()
 {
     auto* job = new DownloadJob;
-    auto* page = new JobPage("Download",
-                             "A file, verified by its size and digest. A try that fails is "
-                             "followed by another one five seconds later. TLS peers are verified.",
-                             job);
+    auto* page = new JobPage(
+        "Download",
+        "A file from an HTTP server. The sample is verified by its size and MD5 "
+        "digest, and a failed try is repeated after five seconds. TLS peers are verified.",
+        job);
     QFormLayout* form = page->AddForm();
     QLineEdit* url = Page::AddField(form, "&URL", "A sample from a server in this program");
     QLineEdit* folder = Page::AddFolder(form, "&Folder", "A temporary folder");

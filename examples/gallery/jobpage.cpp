@@ -32,6 +32,7 @@ QString Job::FreePath(const QString& folder, const QString& name) const
 JobPage::JobPage(const QString& title, const QString& description, Job* job)
     : Page(title, description),
       job_(job),
+      start_(new QPushButton),
       stop_(new QPushButton("&Stop")),
       bar_(new QProgressBar),
       state_(new QLabel("Ready."))
@@ -53,7 +54,7 @@ void JobPage::AddJob(QLineEdit* source, QLineEdit* folder, const QString& action
 {
     source_ = source;
     folder_ = folder;
-    start_ = new QPushButton(action);
+    start_->setText(action);
     stop_->setEnabled(false);
     bar_->setRange(0, barSteps);
     bar_->setValue(0);
