@@ -13,7 +13,7 @@ using common::FileCopier;
 
 namespace {
 
-constexpr int folderCount = 40;
+constexpr int folderCount = 12;
 constexpr int filesPerFolder = 250;
 constexpr int codeOfAbort = 700105;
 
@@ -99,7 +99,8 @@ Page* NewCopyPage()
                              "copy that is stopped ends at once, even within a large file.",
                              new CopyJob);
     QFormLayout* form = page->AddForm();
-    QLineEdit* source = Page::AddFolder(form, "Copy &from", "A sample of ten thousand small files");
+    QLineEdit* source =
+        Page::AddFolder(form, "Copy &from", "A sample of three thousand small files");
     page->AddJob(source, Page::AddFolder(form, "&Into", "A temporary folder"), "&Copy");
     return page;
 }
