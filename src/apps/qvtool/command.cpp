@@ -1,17 +1,11 @@
 #include "command.h"
 
-#include "input.h"
-#include "interrupt.h"
-#include "text.h"
+#include "console.h"
+#include "help.h"
 
-#include <QCoreApplication>
 #include <QFile>
-#include <QTimer>
-
-#include <cerrno>
-
-#include <fcntl.h>
-#include <unistd.h>
+#include <QJsonDocument>
+#include <QRegularExpression>
 
 namespace qvtool {
 
@@ -19,174 +13,225 @@ using common::logger::IMessage;
 
 namespace {
 
-const auto logOption = QStringLiteral("log");
-const auto logFileOption = QStringLiteral("log-file");
-const auto logConfigOption = QStringLiteral("log-config");
-
-const char* const levelNames[] = {"emerg", "alert",  "crit", "error",
-                                  "warn",  "notice", "info", "debug"};
-
-QStringList LevelNames()
-{
-    QStringList names;
-    for (const char* name : levelNames)
-        names << QString::fromLatin1(name);
-    return names;
-}
-
-QString HelpText(const QCommandLineParser& parser, const QString& command)
-{
-    QString text = parser.helpText();
-    const int usageEnd = text.indexOf(QLatin1Char('\n'));
-    const QString program = QCoreApplication::arguments().constFirst();
-    return text.left(usageEnd).replace(program, QStringLiteral("qvtool ") + command) +
-           text.mid(usageEnd);
-}
+const QStringList levelNames = {"emerg", "alert",  "crit", "error",
+                                "warn",  "notice", "info", "debug"};
 
 } // namespace
 
-Command::Command(const QString& name, const QString& summary, ToolLogger& log)
-    : name_(name), summary_(summary), log_(log)
+Options operator+(Options options, const Options& more)
 {
+    options.insert(options.end(), more.begin(), more.end());
+    return options;
 }
 
-int Command::Execute(const QStringList& arguments)
+const Options& CommonOptions()
 {
-    if (const auto code = Parse(arguments))
-        return *code;
-
-    Interrupt interrupt;
-    connect(&interrupt, &Interrupt::interrupted, this, [this] {
-        if (code_)
-            return;
-        PrintError(QStringLiteral("interrupted: ") + Stop());
-        Finish(JobFailed);
-    });
-    QTimer::singleShot(0, this, [this] {
-        if (!code_)
-            Start();
-    });
-    return QCoreApplication::exec();
+    static const Options options = {
+        {"quiet", nullptr, "No progress, notes and summaries: errors and data only."},
+        {"log", "LEVEL",
+         "Write the library's log to standard error, up to LEVEL: emerg, alert, crit, error, warn, "
+         "notice, info, debug."},
+        {"log-file", "FILE",
+         "Write the log to the end of FILE, too; up to debug, if --log does not say otherwise."},
+        {"log-config", "FILE", "Write the log where the log4cpp property file FILE says."},
+        {"help", nullptr, "Show this help."},
+    };
+    return options;
 }
 
-// An exit code if there is nothing to run.
-std::optional<int> Command::Parse(const QStringList& arguments)
+int Execute(const Command& command, const QStringList& arguments)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(summary_);
-    const auto help = QStringLiteral("help");
-    const auto version = parser.addVersionOption();
-    parser.addOption({{QStringLiteral("h"), help}, QStringLiteral("Displays this help.")});
-    parser.addOption({logOption,
-                      QStringLiteral("Write the library's log to standard error, up to LEVEL: %1.")
-                          .arg(LevelNames().join(QStringLiteral(", "))),
-                      QStringLiteral("LEVEL")});
-    parser.addOption({logFileOption,
-                      QStringLiteral("Write the log to the end of FILE, too; up to debug, if --log "
-                                     "does not say otherwise."),
-                      QStringLiteral("FILE")});
-    parser.addOption({logConfigOption,
-                      QStringLiteral("Write the log where the log4cpp property file FILE says."),
-                      QStringLiteral("FILE")});
-    Declare(parser);
+    ToolLogger log;
+    Call call(command, arguments, log);
+    if (!call.IsRejected() && call.Has("help"))
+        return call.Written(Print(stdout, HelpText(command)));
+    if (call.IsRejected())
+        return call.Rejection();
+    CatchSignals();
+    return command.run(call);
+}
 
-    const bool parsed = parser.parse(QStringList(name_) + arguments);
-    if (parsed && parser.isSet(help))
-        return Print(stdout, HelpText(parser, name_)) ? Success : JobFailed;
-    if (parsed && parser.isSet(version))
-        return PrintLine(stdout, VersionText()) ? Success : JobFailed;
-
-    Arguments checked(parser);
-    if (!parsed)
-        checked.Fail(parser.errorText());
-    else {
-        SetUpLog(checked);
-        Configure(checked);
+Call::Call(const Command& command, const QStringList& arguments, ToolLogger& log)
+    : command_(command), log_(log)
+{
+    for (const Option& option : command.options + CommonOptions())
+        parser_.addOption({option.name, option.text, option.value, option.preset});
+    if (!parser_.parse(QStringList(command.name) + arguments))
+        Reject(parser_.errorText());
+    else if (!Has("help")) {
+        CheckPositionals();
+        SetUpLog();
     }
-    if (checked.Error().isEmpty())
-        return std::nullopt;
-    PrintError(checked.Error() + QStringLiteral(" (see 'qvtool %1 --help')").arg(name_));
-    return WrongUsage;
 }
 
-void Command::SetUpLog(Arguments& arguments)
+// Those that are too many are not repeated: a secret may be among them.
+void Call::CheckPositionals()
+{
+    const int given = Positionals().size();
+    int expected = 0;
+    bool isList = false;
+    for (const Argument& argument : command_.arguments) {
+        const QString name = argument.name;
+        if (expected++ == given && !name.startsWith('['))
+            Reject(QString(name).remove("...") + " is missing");
+        isList = isList || name.contains("...");
+    }
+    if (given > expected && !isList)
+        Reject(Counted(given - expected, "argument", "arguments") + " too many");
+}
+
+void Call::SetUpLog()
 {
     auto level = IMessage::NOTSET;
-    if (arguments.Has(logOption)) {
-        const int index = LevelNames().indexOf(arguments.Text(logOption).toLower());
+    if (Has("log")) {
+        const int index = levelNames.indexOf(Text("log").toLower());
         if (index < 0)
-            return arguments.Fail(
-                QStringLiteral("--log takes one of %1, not '%2'")
-                    .arg(LevelNames().join(QStringLiteral(", ")), arguments.Text(logOption)));
+            return Reject(
+                QString("--log takes one of %1, not '%2'").arg(levelNames.join(", "), Text("log")));
         level = static_cast<IMessage::Priority>(index);
         log_.SetLevel(level);
     }
-    if (arguments.Has(logFileOption) && arguments.Has(logConfigOption))
-        arguments.Fail(QStringLiteral("--log-file and --log-config exclude each other"));
-    else if (arguments.Has(logFileOption))
-        SetUpLogFile(arguments, level);
-    else if (arguments.Has(logConfigOption))
-        SetUpLogConfig(arguments);
-}
-
-void Command::SetUpLogFile(Arguments& arguments, IMessage::Priority level)
-{
-    const QString path = arguments.Text(logFileOption);
-    // log4cpp would not say that it cannot open it, and wait at a pipe that nobody reads.
-    constexpr int mode = 0644;
-    const int file = open(QFile::encodeName(path).constData(),
-                          O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_CLOEXEC, mode);
-    if (file < 0)
-        return arguments.Fail(
-            QStringLiteral("cannot write the log to '%1': %2").arg(path, qt_error_string(errno)));
-    close(file);
-    log_.WriteToFile(path, level);
-}
-
-void Command::SetUpLogConfig(Arguments& arguments)
-{
+    QFile file(Text("log-file")); // log4cpp would not say that it cannot open it
+    if (Has("log-file") && !file.open(QIODevice::Append))
+        return Reject(
+            QString("cannot write the log to '%1': %2").arg(file.fileName(), file.errorString()));
+    if (Has("log-file"))
+        log_.WriteToFile(file.fileName(), level);
     QString error;
-    const QString path = arguments.Text(logConfigOption);
-    ReadFile(path, error);
-    if (!error.isEmpty())
-        arguments.Fail(error);
-    else if (!log_.WriteAsConfigured(path))
-        arguments.Fail(QStringLiteral("'%1' is no property file that log4cpp can use").arg(path));
+    const QString config = Text("log-config");
+    if (Has("log-config") && ReadFile(config, error).isEmpty() && !error.isEmpty())
+        Reject(error);
+    else if (Has("log-config") && !log_.WriteAsConfigured(config))
+        Reject(QString("'%1' is no property file that log4cpp can use").arg(config));
 }
 
-void Command::Finish(ExitCode code)
+qint64 Call::Number(const QString& option, qint64 minimum, qint64 maximum)
 {
-    if (!code_)
-        QCoreApplication::exit(code);
-    code_ = code;
+    bool ok = false;
+    const qint64 value = Text(option).toLongLong(&ok);
+    if (ok && value >= minimum && value <= maximum)
+        return value;
+    Reject(QString("--%1 takes a whole number from %2 to %3, not '%4'")
+               .arg(option, QString::number(minimum), QString::number(maximum), Text(option)));
+    return minimum;
 }
 
-void Command::FinishWritten(bool written)
+QString Call::Digest(const QString& option, int digits)
 {
-    if (written)
-        Finish(Success);
-    else
-        Fail(QStringLiteral("cannot write to standard output"));
+    static const QRegularExpression hexadecimal("\\A[0-9A-Fa-f]+\\z");
+    const QString value = Text(option);
+    if (Has(option) && (value.size() != digits || !hexadecimal.match(value).hasMatch()))
+        Reject(QString("--%1 takes %2 hexadecimal digits, not '%3'")
+                   .arg(option, QString::number(digits), value));
+    return value;
 }
 
-void Command::Fail(const QString& message)
+QList<QPair<QString, QString>> Call::Pairs(const QString& option)
 {
-    PrintError(message);
-    Finish(JobFailed);
+    QList<QPair<QString, QString>> pairs;
+    for (const QString& text : parser_.values(option)) {
+        const int at = text.indexOf('=');
+        if (at <= 0)
+            Reject(QString("--%1 takes NAME=VALUE, not '%2'").arg(option, text));
+        pairs << qMakePair(text.left(at), text.mid(at + 1));
+    }
+    return pairs;
 }
 
-Input* Command::ReadInput()
+QList<QPair<QString, QString>> Call::UniquePairs(const QString& option,
+                                                 Qt::CaseSensitivity sensitivity)
 {
-    auto* input = new Input(this);
-    connect(input, &Input::failed, this, [this](const QString& reason) {
-        Fail(QStringLiteral("cannot read standard input: ") + reason);
-    });
-    return input;
+    const auto pairs = Pairs(option);
+    QStringList names;
+    for (const auto& pair : pairs) {
+        if (names.contains(pair.first, sensitivity))
+            Reject(QString("--%1 is given twice for '%2'").arg(option, pair.first));
+        names << pair.first;
+    }
+    return pairs;
 }
 
-void Command::PrintError(const QString& message)
+QUrl Call::HttpUrl()
 {
-    PrintLine(stderr, QStringLiteral("qvtool %1: %2").arg(name_, message));
+    const QString text = Positional(0);
+    const QUrl url(text, QUrl::StrictMode);
+    if (!url.isValid())
+        Reject(QString("'%1' is no valid URL").arg(text));
+    else if (url.scheme() != "http" && url.scheme() != "https")
+        Reject(
+            QString("'%1' is no HTTP address: it must begin with http:// or https://").arg(text));
+    else if (url.host().isEmpty())
+        Reject(QString("'%1' names no host").arg(text));
+    return url;
+}
+
+void Call::Reject(const QString& reason)
+{
+    if (rejection_.isEmpty())
+        rejection_ = reason;
+}
+
+int Call::Rejection() const
+{
+    Tell(QString("%1 (see 'qvtool help %2')").arg(rejection_, command_.name));
+    return WrongUsage;
+}
+
+int Call::Fail(const QString& reason) const
+{
+    Tell(reason);
+    return JobFailed;
+}
+
+int Call::Interrupted(const QString& state) const
+{
+    Tell("interrupted: " + state);
+    return 128 + SignalThatCame();
+}
+
+std::optional<int> Call::ReadInput(QByteArray& text) const
+{
+    Input input;
+    text = input.TakeAll();
+    return InputProblem(input);
+}
+
+std::optional<int> Call::InputProblem(const Input& input) const
+{
+    if (SignalThatCame() != 0)
+        return Interrupted("the input was not read to its end");
+    if (!input.Error().isEmpty())
+        return Fail("cannot read standard input: " + input.Error());
+    return std::nullopt;
+}
+
+int Call::Report(const QString& text, const QJsonObject& data) const
+{
+    if (Has("json"))
+        return Written(
+            PrintBytes(stdout, QJsonDocument(data).toJson(QJsonDocument::Compact) + '\n'));
+    return Written(PrintLine(stdout, text));
+}
+
+int Call::Summarise(const QString& text, const QJsonObject& data) const
+{
+    return IsQuiet() && !Has("json") ? Success : Report(text, data);
+}
+
+int Call::Written(bool written, int code) const
+{
+    return written ? code : Fail("cannot write to standard output");
+}
+
+void Call::Note(const QString& text) const
+{
+    if (!IsQuiet())
+        Tell(text);
+}
+
+void Call::Tell(const QString& text) const
+{
+    PrintError(QString("qvtool %1: %2").arg(command_.name, text));
 }
 
 } // namespace qvtool

@@ -1,66 +1,135 @@
 #pragma once
 
-#include "arguments.h"
 #include "toollogger.h"
 
 #include <QCommandLineParser>
-#include <QObject>
-#include <QStringList>
+#include <QJsonObject>
+#include <QList>
+#include <QPair>
+#include <QString>
+#include <QUrl>
 
 #include <optional>
+#include <vector>
 
 namespace qvtool {
 
+class Call;
 class Input;
 
-enum ExitCode { Success = 0, JobFailed = 1, WrongUsage = 2 };
+/** How a call ends; with 128 and its number, if a signal ended it. */
+enum ExitCode {
+    Success = 0,
+    JobFailed = 1,
+    WrongUsage = 2,
+    IsNot = 3, ///< "parse": a text is no address
+    IsLess = 3,
+    IsGreater = 4
+};
 
-/** One command of the tool: reads its arguments, runs in the event loop, ends with an exit code. */
-class Command : public QObject
+/** One that begins with "[" may be missing, one with "..." in it be there more than once. */
+struct Argument
 {
-    Q_OBJECT
+    const char* name;
+    const char* text;
+};
 
+struct Option
+{
+    const char* name;
+    const char* value; ///< what it takes, as the help calls it; null for nothing
+    const char* text;
+    const char* preset = "";
+};
+
+using Options = std::vector<Option>;
+
+/** All there is to say of a command: its help, its man page and the completions are made of it. */
+struct Command
+{
+    const char* name;
+    const char* summary;
+    std::vector<Argument> arguments;
+    Options options;
+    int (*run)(Call& call);     ///< its exit code
+    const char* exitCodes = ""; ///< what they mean, where that is not the usual
+};
+
+/** For commands whose result is data; see Call::Report(). */
+constexpr Option jsonOption = {"json", nullptr, "Print the result as a line of JSON."};
+
+/** Two lists of options in one. */
+Options operator+(Options options, const Options& more);
+
+/** What every command takes beside its own options. */
+const Options& CommonOptions();
+
+/** The command behind @p arguments, which begin behind its name. Returns its exit code. */
+int Execute(const Command& command, const QStringList& arguments);
+
+/**
+ * One call of a command: its checked arguments, and how it tells what came out.
+ *
+ * The first thing that is wrong with the arguments is kept: a command reads all it needs, then asks
+ * once whether IsRejected().
+ */
+class Call
+{
 public:
-    /** @param log the current logger; not owned */
-    Command(const QString& name, const QString& summary, ToolLogger& log);
+    Call(const Command& command, const QStringList& arguments, ToolLogger& log);
 
-    QString Name() const { return name_; }
-    QString Summary() const { return summary_; }
+    bool Has(const QString& option) const { return parser_.isSet(option); }
+    QString Text(const QString& option) const { return parser_.value(option); }
+    QStringList Positionals() const { return parser_.positionalArguments(); }
+    QString Positional(int index) const { return Positionals().value(index); }
+    bool IsQuiet() const { return Has("quiet"); }
 
-    /** Runs the command to its end; @p arguments begin behind its name. */
-    int Execute(const QStringList& arguments);
+    /** A whole number; unless told otherwise, one that is good for seconds. */
+    qint64 Number(const QString& option, qint64 minimum, qint64 maximum = 2147483);
+    /** So many hexadecimal digits, or empty if the option was not given. */
+    QString Digest(const QString& option, int digits);
+    /** Every use of the option, split at the first "=". */
+    QList<QPair<QString, QString>> Pairs(const QString& option);
+    /** The same; no name may come twice. */
+    QList<QPair<QString, QString>> UniquePairs(const QString& option,
+                                               Qt::CaseSensitivity sensitivity);
+    /** The first argument as an absolute http or https address. */
+    QUrl HttpUrl();
 
-protected:
-    /** Adds what is particular to this command; --help and --log are there already. */
-    virtual void Declare(QCommandLineParser& parser) = 0;
-    /** Takes over the arguments. What is wrong with them is said through Arguments::Fail(). */
-    virtual void Configure(Arguments& arguments) = 0;
-    /** Begins the work, which ends with Finish(). */
-    virtual void Start() = 0;
-    /** Stops the work at once and cleans up; returns what to tell the user. */
-    virtual QString Stop() = 0;
+    void Reject(const QString& reason);
+    bool IsRejected() const { return !rejection_.isEmpty(); }
+    /** Tells what is wrong with the arguments. Returns the exit code, like all the following. */
+    int Rejection() const;
 
-    void Finish(ExitCode code);
-    /** Finishes with success, or, if the result could not be written, says so. */
-    void FinishWritten(bool written);
-    /** Says what went wrong in one line and finishes. */
-    void Fail(const QString& message);
-    void PrintError(const QString& message);
-    /** Begins to read standard input; that it cannot be read ends the command. */
-    Input* ReadInput();
+    /** Tells why the job failed. */
+    int Fail(const QString& reason) const;
+    /** Tells what a signal left undone. */
+    int Interrupted(const QString& state) const;
+    /** Reads standard input to its end; an exit code if that failed. */
+    std::optional<int> ReadInput(QByteArray& text) const;
+    /** An exit code if the input did not end as it should. */
+    std::optional<int> InputProblem(const Input& input) const;
+    /** Prints the result: @p text, or @p data, if that is asked for. */
+    int Report(const QString& text, const QJsonObject& data) const;
+    /** The same, where the text is not what the user wanted to have: nothing, if it is to be quiet. */
+    int Summarise(const QString& text, const QJsonObject& data) const;
+    /** The end of a job whose output was @p written, or not. */
+    int Written(bool written, int code = Success) const;
+
+    /** Tells something beside the result, unless it is to be quiet. */
+    void Note(const QString& text) const;
 
     ToolLogger& Log() const { return log_; }
 
 private:
-    std::optional<int> Parse(const QStringList& arguments);
-    void SetUpLog(Arguments& arguments);
-    void SetUpLogConfig(Arguments& arguments);
-    void SetUpLogFile(Arguments& arguments, common::logger::IMessage::Priority level);
+    void Tell(const QString& text) const;
+    void CheckPositionals();
+    void SetUpLog();
 
-    QString name_;
-    QString summary_;
+    const Command& command_;
     ToolLogger& log_;
-    std::optional<ExitCode> code_;
+    QCommandLineParser parser_;
+    QString rejection_;
 };
 
 } // namespace qvtool

@@ -1,272 +1,275 @@
-#include "demo.h"
-
-#include "text.h"
+#include "commands.h"
+#include "filejob.h"
+#include "network.h"
 
 #include <common/contact/contactcontext.h>
+#include <common/http/httprequestdatamap.h>
+#include <common/http/httprequestmultipartformdata.h>
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
 #include <common/tools/cipher/aes.h>
 #include <common/tools/jsonfile/jsonfile.h>
+#include <common/tools/string/converter.h>
+#include <loopback/samples.h>
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
-#include <QJsonObject>
-#include <QRandomGenerator>
+#include <QTemporaryDir>
 
 #include <algorithm>
+#include <memory>
 
 namespace qvtool {
 
+using namespace common::http;
+
 namespace {
 
-constexpr int fileSize = 48 * 1024 * 1024;
-constexpr quint32 fileSeed = 20260501;
-constexpr unsigned long logFileSize = 65536;
-const auto logFile = QStringLiteral("demo.log");
-
-QByteArray RandomFile()
+// A transcript of the library at work against a server of its own. Each step checks what came out.
+class Demo
 {
-    QByteArray file(fileSize, Qt::Uninitialized);
-    QRandomGenerator generator(fileSeed);
-    generator.fillRange(reinterpret_cast<quint32*>(file.data()), fileSize / int(sizeof(quint32)));
-    return file;
-}
+public:
+    explicit Demo(Call& call) : call_(call) {}
 
-QByteArray Slice(const QByteArray& content, int number)
-{
-    constexpr int size = 1000;
-    return content.mid(number * size, size);
-}
-
-// Files with a slice of the content each, and a link to number 7.
-bool MakeTree(const QDir& root, const QByteArray& content)
-{
-    constexpr int fileCount = 200;
-    if (!root.mkpath(QStringLiteral("files")))
-        return false;
-    for (int i = 0; i < fileCount; ++i) {
-        const QByteArray slice = Slice(content, i);
-        QFile file(root.filePath(QStringLiteral("files/%1").arg(i)));
-        if (!file.open(QIODevice::WriteOnly) || file.write(slice) != slice.size())
-            return false;
+    int Run()
+    {
+        struct Step
+        {
+            const char* title;
+            bool (Demo::*run)();
+        };
+        const Step steps[] = {
+            {"GET with form parameters", &Demo::GetWithForm},
+            {"POST of a JSON object", &Demo::PostJson},
+            {"POST of a multipart form with a file", &Demo::PostMultiPart},
+            {"A reply compressed with gzip", &Demo::GetCompressed},
+            {"A connection that breaks", &Demo::SurviveDroppedConnection},
+            {"A verified download, damaged at the first try", &Demo::DownloadVerified},
+            {"A tree copied with its links, and removed again", &Demo::CopyAndRemove},
+            {"What people type becomes a number to dial", &Demo::ParseAddresses},
+            {"A secret that reads back under its name only", &Demo::StoreSecret},
+            {"Settings in an encrypted JSON file", &Demo::KeepSettings},
+            {"All of this is in the log", &Demo::ShowLog},
+        };
+        if (!directory_.isValid() || !server_.Listen())
+            return call_.Fail(QString("cannot start: %1 %2")
+                                  .arg(directory_.errorString(), server_.errorString()));
+        if (!call_.Log().WritesToFile())
+            call_.Log().WriteToFile(Path("demo.log"), common::logger::IMessage::DEBUG);
+        Tell(QString("libqvcommon %1 talks to its own server, %2\n")
+                 .arg(QVTOOL_VERSION, server_.Url({}).toString()));
+        QElapsedTimer clock;
+        clock.start();
+        int number = 0;
+        for (const Step& step : steps) {
+            Tell(QString("%1. %2").arg(++number).arg(step.title));
+            const bool passed = (this->*step.run)();
+            if (SignalThatCame() != 0)
+                return call_.Interrupted("the demo did not run to its end");
+            Tell(passed ? "   ok\n" : "   FAILED\n");
+            if (!passed)
+                return call_.Fail(QString("step %1 failed").arg(number));
+        }
+        Tell(QString("All %1 steps ended as they should, in %2 s.")
+                 .arg(number)
+                 .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
+        return call_.Written(told_);
     }
-    return QFile::link(root.filePath(QStringLiteral("files/7")),
-                       root.filePath(QStringLiteral("seven")));
+
+private:
+    using Request = std::unique_ptr<IHttpRequest>;
+
+    QString Path(const QString& name) const { return directory_.filePath(name); }
+    void Tell(const QString& line) { told_ = PrintLine(stdout, line) && told_; }
+    void Say(const QString& text) { Tell("   " + text); }
+
+    Request NewRequest(const QString& path)
+    {
+        Request request(CreateHttpRequest(&network_, nullptr));
+        request->SetUrl(server_.Url(path));
+        request->SetTimeout(5);
+        return request;
+    }
+
+    QByteArray BodyOf(const Request& request, IHttpRequest::HTTPRequestMethod method)
+    {
+        const Answer answer = Ask(*request, method, network_, call_.Log());
+        if (!answer.problem.isEmpty())
+            Say("error: " + answer.problem);
+        return answer.body;
+    }
+
+    bool GetWithForm()
+    {
+        const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
+        form->SetParam("name", "Zoë & Co");
+        form->SetParam("line", "2");
+        const Request request = NewRequest("/query");
+        request->SetData(form);
+        const QByteArray body = BodyOf(request, IHttpRequest::GET);
+        Say("the server got the query " + QString::fromUtf8(body));
+        return body == "line=2&name=Zo%C3%AB%20%26%20Co";
+    }
+
+    bool PostJson()
+    {
+        const Request request = NewRequest("/echo");
+        request->SetData(IHttpRequestSimpleData::CreateJsonData({{"caller", "Zoë"}, {"line", 2}}));
+        const QByteArray body = BodyOf(request, IHttpRequest::POST);
+        Say("echoed: " + QString::fromUtf8(body));
+        return body == R"({"caller":"Zoë","line":2})";
+    }
+
+    bool PostMultiPart()
+    {
+        const QByteArray content = server_.File().left(100000);
+        QFile file(Path("photo.png"));
+        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+            return false;
+        file.close();
+        const auto parts = IHttpRequestMultiPartData::CreateMultiPartFormData();
+        parts->AddPart(IHttpRequestPartData::CreateTextPartFormData("comment", "from the demo"));
+        parts->AddPart(IHttpRequestPartData::CreateFilePartFormData("file", file.fileName()));
+        const Request request = NewRequest("/echo");
+        request->SetData(parts);
+        const QByteArray body = BodyOf(request, IHttpRequest::POST);
+        Say(QString("echoed: %1 bytes, a text and a file of %2 bytes among them")
+                .arg(QString::number(body.size()), QString::number(content.size())));
+        return body.contains("\r\n\r\nfrom the demo\r\n") &&
+               body.contains(R"(form-data; name="file"; filename="photo.png")") &&
+               body.contains("\r\n\r\n" + content + "\r\n");
+    }
+
+    bool GetCompressed()
+    {
+        const Request request = NewRequest("/gzip");
+        const QByteArray body = BodyOf(request, IHttpRequest::GET);
+        Say(QString("%1 bytes came over the wire, decoded %2")
+                .arg(QString::number(network_.AnnouncedSize()), QString::number(body.size())));
+        return body == loopback::SampleText() && network_.Coding() == "gzip";
+    }
+
+    bool SurviveDroppedConnection()
+    {
+        const Request request = NewRequest("/flaky");
+        request->SetAttemptCountOnNetworkProblem(3);
+        request->SetAttemptIntervalOnNetworkProblem(1);
+        const QByteArray body = BodyOf(request, IHttpRequest::GET);
+        Say(QString("sent again after a second: \"%1\"").arg(QString::fromUtf8(body)));
+        return body == "here at last" && server_.Hits("/flaky") > 1;
+    }
+
+    bool DownloadVerified()
+    {
+        const QString md5 = tools::string::converter::ToMD5(server_.File());
+        Progress progress(Progress::Bytes, call_.IsQuiet());
+        const std::unique_ptr<IFileDownload> download(CreateFileDownload(&network_, nullptr));
+        download->SetUrl(server_.Url("/file"));
+        download->SetFileName(Path("downloads/update.bin"));
+        download->SetExpectedSize(server_.File().size());
+        download->SetExpectedMD5(md5);
+        download->SetRetryCount(2);
+        server_.DamageNextFile();
+        const Fetched fetched = Fetch(*download, progress);
+        Say("the first try: " + call_.Log().LastFailure("CheckDownload"));
+        Say(QString("the second one: %1 bytes, MD5 %2, as announced")
+                .arg(QString::number(fetched.received), md5));
+        return fetched.error == 0 && server_.Hits("/file") == 2;
+    }
+
+    bool CopyAndRemove()
+    {
+        const QDir source(Path("tree"));
+        const QDir copy(Path("copy"));
+        if (!loopback::MakeSampleTree(source.path(), 2, 100) ||
+            !QFile::link(source.filePath("folder 0/file 7"), source.filePath("seven")))
+            return false;
+        common::FileCopier copier;
+        copier.AddDirectory(source.path(), copy.path());
+        const JobState copied = RunJob(copier, &common::FileCopier::Copy);
+        const bool isWithin =
+            QFileInfo(copy.filePath("seven")).symLinkTarget() == copy.filePath("folder 0/file 7");
+        Say(QString("%1 of %2 items copied").arg(copied.current).arg(copied.total));
+        Say(QString("the absolute link leads into the copy now: %1").arg(isWithin ? "yes" : "no"));
+
+        common::FileRemover remover;
+        remover.AddDirectory(source.path());
+        remover.AddDirectory(copy.path());
+        const JobState removed = RunJob(remover, &common::FileRemover::Remove);
+        Say(QString("%1 of %2 items removed").arg(removed.current).arg(removed.total));
+        return copied.error == 0 && isWithin && removed.error == 0 && !source.exists() &&
+               !copy.exists();
+    }
+
+    bool ParseAddresses()
+    {
+        bool isRight = true;
+        for (const auto& [text, expected] : {
+                 std::pair{" +74955550123,,1 2 3# ", "1: 74955550123,123#"},
+                 std::pair{"\"Zoë\" <sip:zoe@Example.COM:5060;lr>", "2: zoe@example.com:5060"},
+                 std::pair{"skype:Echo123", "3: skype: echo123@skype.com"},
+             }) {
+            const auto contact = common::contact::CreateInstance(text, QString());
+            const QString result = QString("%1: %2").arg(contact->Type()).arg(contact->Number());
+            Say(QString("'%1' is of kind %2").arg(text, result));
+            isRight = isRight && result == expected;
+        }
+        return isRight;
+    }
+
+    bool StoreSecret()
+    {
+        using tools::cipher::AES;
+        const QString secret = "pässword";
+        const QString stored = AES::encryptPair("mail", secret);
+        Say("stored as " + stored);
+        return AES::decryptPair("mail", stored) == secret &&
+               AES::decryptPair("chat", stored).isNull();
+    }
+
+    bool KeepSettings()
+    {
+        const QString path = Path("config/settings.json");
+        const QJsonObject settings{{"ring", true}, {"volume", 0.8}};
+        tools::JsonFile loaded(path, "the key");
+        tools::JsonFile withoutKey(path);
+        if (!tools::JsonFile(path, settings, "the key").Save() || !loaded.Load())
+            return false;
+        Say(QString("%1 bytes, which are no JSON without the key").arg(QFile(path).size()));
+        return withoutKey.Load() && withoutKey.isNull() && loaded.object() == settings;
+    }
+
+    bool ShowLog()
+    {
+        QFile file(Path("demo.log"));
+        if (!file.open(QIODevice::ReadOnly)) {
+            Say("it is where the command line says");
+            return true;
+        }
+        const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
+        Say(QString("%1 lines, the last ones:").arg(lines.size()));
+        for (const QByteArray& line : lines.mid(std::max(0, lines.size() - 3)))
+            Say(QString::fromUtf8(line));
+        return lines.size() > 3;
+    }
+
+    Call& call_;
+    loopback::SampleServer server_;
+    Network network_;
+    QTemporaryDir directory_;
+    bool told_ = true; // whether all of the transcript could be written
+};
+
+int RunDemo(Call& call)
+{
+    return Demo(call).Run();
 }
 
 } // namespace
 
-Demo::Demo(ToolLogger& log)
-    : Command(QStringLiteral("demo"),
-              QStringLiteral("Show the library at work; needs no arguments and no network."), log),
-      progress_(stdout, Progress::Bytes, QStringLiteral("   "))
-{
-}
-
-void Demo::Declare(QCommandLineParser&)
-{
-}
-
-void Demo::Configure(Arguments& arguments)
-{
-    arguments.ExpectPositionals({});
-}
-
-QString Demo::Stop()
-{
-    progress_.Finish();
-    stopped_ = true;
-    return QStringLiteral("the demo did not run to its end");
-}
-
-void Demo::Start()
-{
-    file_ = RandomFile();
-    server_ = std::make_unique<DemoServer>(file_);
-    directory_ = std::make_unique<QTemporaryDir>();
-    if (!directory_->isValid() || !server_->Listen())
-        return Fail(QStringLiteral("cannot start: %1 %2")
-                        .arg(directory_->errorString(), server_->errorString()));
-    if (!Log().WritesToFile())
-        Log().WriteToRollingFile(directory_->filePath(logFile), logFileSize);
-    Log().SetFailureListener([this](const QString& text) { // on any thread
-        QMetaObject::invokeMethod(this, [=] { Say(QStringLiteral("log: ") + text); });
-    });
-    RunSteps();
-    Log().SetFailureListener(nullptr);
-}
-
-void Demo::RunSteps()
-{
-    const Step steps[] = {
-        {"GET with form parameters", &Demo::GetWithForm},
-        {"POST of a JSON object", &Demo::PostJson},
-        {"POST of a multipart form with a file", &Demo::PostMultiPart},
-        {"A reply compressed with gzip", &Demo::GetCompressed},
-        {"A connection that breaks", &Demo::SurviveDroppedConnection},
-        {"A verified download, damaged at the first try", &Demo::DownloadVerified},
-        {"A tree copied with its links, and removed again", &Demo::CopyAndRemove},
-        {"What people type becomes a number to dial", &Demo::ParseAddresses},
-        {"A secret that reads back under its name only", &Demo::StoreSecret},
-        {"Settings in an encrypted JSON file", &Demo::KeepSettings},
-        {"All of this is in the log", &Demo::ShowLog},
-    };
-    QElapsedTimer clock;
-    clock.start();
-    Tell(QStringLiteral("libqvcommon %1 talks to its own server, %2\n")
-             .arg(QStringLiteral(QVTOOL_VERSION), server_->Url({}).toString()));
-    int number = 0;
-    for (const Step& step : steps) {
-        if (!RunStep(++number, step))
-            return stopped_ ? void() : Fail(QStringLiteral("step %1 failed").arg(number));
-    }
-    Tell(QStringLiteral("All %1 steps ended as they should, in %2 s.")
-             .arg(number)
-             .arg(clock.elapsed() / 1000.0, 0, 'f', 1));
-    FinishWritten(told_);
-}
-
-bool Demo::RunStep(int number, const Step& step)
-{
-    Tell(QStringLiteral("%1. %2").arg(number).arg(QLatin1String(step.title)));
-    const bool passed = (this->*step.run)() && !stopped_;
-    Tell(passed ? QStringLiteral("   ok\n") : QStringLiteral("   FAILED\n"));
-    return passed;
-}
-
-void Demo::Tell(const QString& line)
-{
-    if (!stopped_)
-        told_ = PrintLine(stdout, line) && told_;
-}
-
-void Demo::Say(const QString& text)
-{
-    Tell(QStringLiteral("   ") + text);
-}
-
-// Runs a job of FileCopier or FileRemover to its end; whether it succeeded.
-template <typename Front>
-bool Demo::AwaitJob(Front& front, bool (Front::*start)())
-{
-    QEventLoop loop;
-    bool succeeded = false;
-    connect(&front, &Front::progress, &loop, [&](int current, int total) {
-        if (current == total)
-            Say(QStringLiteral("%1 of %2 items").arg(current).arg(total));
-    });
-    connect(&front, &Front::failed, &loop, &QEventLoop::quit);
-    connect(&front, &Front::succesed, &loop, [&] {
-        succeeded = true;
-        loop.quit();
-    });
-    (front.*start)();
-    loop.exec();
-    return succeeded;
-}
-
-bool Demo::CopyAndRemove()
-{
-    const QDir source(directory_->filePath(QStringLiteral("tree")));
-    const QDir copy(directory_->filePath(QStringLiteral("copy")));
-    if (!MakeTree(source, file_))
-        return false;
-
-    common::FileCopier copier;
-    copier.AddDirectory(source.path(), copy.path());
-    if (!AwaitJob(copier, &common::FileCopier::Copy))
-        return false;
-    QFile linked(copy.filePath(QStringLiteral("seven")));
-    const bool intact = QFileInfo(linked).isSymLink() && linked.open(QIODevice::ReadOnly) &&
-                        linked.readAll() == Slice(file_, 7);
-    Say(QStringLiteral("the absolute link leads into the copy now: %1")
-            .arg(QFileInfo(linked).symLinkTarget() == copy.filePath(QStringLiteral("files/7"))
-                     ? QStringLiteral("yes")
-                     : QStringLiteral("no")));
-
-    common::FileRemover remover;
-    remover.AddDirectory(source.path());
-    remover.AddDirectory(copy.path());
-    return AwaitJob(remover, &common::FileRemover::Remove) && intact && !source.exists() &&
-           !copy.exists();
-}
-
-bool Demo::ParseAddresses()
-{
-    using common::contact::number::INumberContext;
-    struct Example
-    {
-        const char* text;
-        int kind;
-        const char* number;
-    };
-    const Example examples[] = {
-        {" +74955550123,,1 2 3# ", INumberContext::PhoneNumber, "74955550123,123#"},
-        {"\"Zoë\" <sip:zoe@Example.COM:5060;lr>", INumberContext::SipAddress,
-         "zoe@example.com:5060"},
-        {"skype:Echo123", INumberContext::SkypeName, "skype: echo123@skype.com"},
-    };
-    bool right = true;
-    for (const Example& example : examples) {
-        const QString text = QString::fromUtf8(example.text);
-        const auto contact = common::contact::CreateInstance(text, QString());
-        Say(QStringLiteral("'%1' is of kind %2: %3")
-                .arg(text, QString::number(contact->Type()), contact->Number()));
-        right = right && contact->Type() == example.kind &&
-                contact->Number() == QLatin1String(example.number);
-    }
-    return right;
-}
-
-bool Demo::StoreSecret()
-{
-    using tools::cipher::AES;
-    const QString secret = QStringLiteral("pässword");
-    const QString stored = AES::encryptPair(QStringLiteral("mail"), secret);
-    Say(QStringLiteral("stored as %1").arg(stored));
-    return AES::decryptPair(QStringLiteral("mail"), stored) == secret &&
-           AES::decryptPair(QStringLiteral("chat"), stored).isNull();
-}
-
-bool Demo::KeepSettings()
-{
-    const QString path = directory_->filePath(QStringLiteral("config/settings.json"));
-    const QString key = QStringLiteral("of the demo");
-    const QJsonObject settings{{QStringLiteral("ring"), true}, {QStringLiteral("volume"), 0.8}};
-    tools::JsonFile loaded(path, key);
-    tools::JsonFile withoutKey(path);
-    if (!tools::JsonFile(path, settings, key).Save() || !loaded.Load() || !withoutKey.Load())
-        return false;
-    Say(QStringLiteral("%1 bytes, which are no JSON without the key: %2")
-            .arg(QString::number(QFile(path).size()),
-                 withoutKey.isNull() ? QStringLiteral("right") : QStringLiteral("wrong")));
-    return withoutKey.isNull() && loaded.object() == settings;
-}
-
-bool Demo::ShowLog()
-{
-    const QDir directory(directory_->path());
-    const QStringList files =
-        directory.entryList({logFile + QLatin1Char('*')}, QDir::Files, QDir::Name | QDir::Reversed);
-    if (files.isEmpty()) { // the user has it elsewhere
-        Say(QStringLiteral("it is where the command line says"));
-        return true;
-    }
-    QByteArray log;
-    for (const QString& name : files) { // the oldest first
-        QFile file(directory.filePath(name));
-        if (!file.open(QIODevice::ReadOnly))
-            return false;
-        log += file.readAll();
-    }
-    Say(QStringLiteral("%1, of about %2 each at most; the last lines:")
-            .arg(files.join(QStringLiteral(", ")), HumanSize(logFileSize)));
-    const QList<QByteArray> lines = log.trimmed().split('\n');
-    for (const QByteArray& line : lines.mid(std::max(0, lines.size() - 3)))
-        Say(QString::fromUtf8(line));
-    return lines.size() > 3;
-}
+const Command demoCommand = {
+    "demo", "Show the library at work; needs no arguments and no network.", {}, {}, &RunDemo,
+};
 
 } // namespace qvtool

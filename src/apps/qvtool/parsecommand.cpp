@@ -1,7 +1,5 @@
-#include "parsecommand.h"
-
-#include "input.h"
-#include "text.h"
+#include "commands.h"
+#include "console.h"
 
 #include <common/contact/numbercontext.h>
 #include <common/tools/sip/normaladdress.h>
@@ -10,15 +8,11 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <algorithm>
-
 namespace qvtool {
 
 using tools::sip::SipId;
 
 namespace {
-
-const auto jsonOption = QStringLiteral("json");
 
 const char* const kinds[] = {"account of the service", "telephone number", "SIP address",
                              "Skype name"};
@@ -45,11 +39,11 @@ QList<Field> Describe(const QString& text)
     const bool address = SipId::ParseURIEx(read, user, host, displayName, postDial, port);
     const auto number = common::contact::number::CreateInstance(read);
     const int check = SipId::Check(text);
-    return {{"text", "text", text},
+    return {{"address", "address", address},
+            {"text", "text", text},
             {"normalised", "normalised", normal.text},
-            {"dropped", "dropped", normal.dropped.join(QLatin1Char(' '))},
+            {"dropped", "dropped", normal.dropped.join(' ')},
             {"problem", "problem", normal.reason},
-            {"address", "address", address},
             {"kind", "kind", number->Type(), kinds[number->Type()]},
             {"user", "user", user},
             {"host", "host", host},
@@ -62,99 +56,80 @@ QList<Field> Describe(const QString& text)
             {"check", "check code", check, checks[check]}};
 }
 
-QString Json(const QList<Field>& fields)
+QByteArray Json(const QList<Field>& fields)
 {
     QJsonObject object;
     for (const Field& field : fields)
-        object.insert(QLatin1String(field.key), field.value);
-    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+        object.insert(field.key, field.value);
+    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
 }
 
 QString TableValue(const Field& field)
 {
     if (field.value.isBool())
-        return field.value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
+        return field.value.toBool() ? "yes" : "no";
     if (field.meaning)
-        return QStringLiteral("%1 (%2)").arg(field.value.toInt()).arg(QLatin1String(field.meaning));
-    return Visible(field.value.toString());
+        return QString("%1 (%2)").arg(field.value.toInt()).arg(field.meaning);
+    return Escaped(field.value.toString());
 }
 
-QString Table(const QList<Field>& fields)
+QByteArray Table(const QList<Field>& fields)
 {
     constexpr int labelWidth = 18;
-    QStringList lines;
+    QString table;
     for (const Field& field : fields) {
         const QString value = TableValue(field);
-        const QString label = QLatin1String(field.label);
-        lines << (value.isEmpty() ? label : label.leftJustified(labelWidth) + value);
+        const QString label = field.label;
+        table += (value.isEmpty() ? label : label.leftJustified(labelWidth) + value) + '\n';
     }
-    return lines.join(QLatin1Char('\n'));
+    return table.toUtf8();
+}
+
+// Shows text after text, and remembers whether all of them are addresses.
+struct Display
+{
+    bool Show(const QString& text)
+    {
+        const QList<Field> fields = Describe(text);
+        if (!fields.first().value.toBool())
+            code = IsNot;
+        const QByteArray separator = isJson || isFirst ? "" : "\n";
+        isFirst = false;
+        return PrintBytes(stdout, isJson ? Json(fields) : separator + Table(fields));
+    }
+
+    bool isJson;
+    bool isFirst = true;
+    int code = Success;
+};
+
+int Parse(Call& call)
+{
+    Display display = {call.Has("json")};
+    bool written = true;
+    for (const QString& text : call.Positionals())
+        written = written && display.Show(text);
+    if (!call.Positionals().isEmpty())
+        return call.Written(written, display.code);
+
+    Input input;
+    for (QByteArray line; written && input.TakeLine(line);)
+        written = display.Show(QString::fromUtf8(line.constData(), line.size())); // zeros, too
+    const auto problem = call.InputProblem(input);
+    return problem ? *problem : call.Written(written, display.code);
 }
 
 } // namespace
 
-ParseCommand::ParseCommand(ToolLogger& log)
-    : Command(QStringLiteral("parse"),
-              QStringLiteral("Split and classify SIP addresses, Skype names and numbers."), log)
-{
-}
-
-void ParseCommand::Declare(QCommandLineParser& parser)
-{
-    parser.addPositionalArgument(
-        QStringLiteral("TEXT"),
-        QStringLiteral("What a user would type or paste; without any, each line of standard input "
-                       "is one, in UTF-8 (what is not, is replaced). A text that begins with '-' "
-                       "goes behind '--'."),
-        QStringLiteral("[TEXT...]"));
-    parser.addOption({jsonOption, QStringLiteral("Print a JSON object a line instead of tables.")});
-}
-
-void ParseCommand::Configure(Arguments& arguments)
-{
-    texts_ = arguments.AllPositionals({});
-    json_ = arguments.Has(jsonOption);
-}
-
-QString ParseCommand::Stop()
-{
-    return QStringLiteral("not all of the input was read");
-}
-
-void ParseCommand::Start()
-{
-    if (texts_.isEmpty()) {
-        Input* input = ReadInput();
-        connect(input, &Input::arrived, this, [=] { ShowLines(*input); });
-        connect(input, &Input::ended, this, [=] {
-            const QByteArray rest = input->TakeRest();
-            FinishWritten(rest.isEmpty() || ShowLine(rest));
-        });
-        return;
-    }
-    FinishWritten(std::all_of(texts_.cbegin(), texts_.cend(),
-                              [this](const QString& text) { return Show(text); }));
-}
-
-void ParseCommand::ShowLines(Input& input)
-{
-    QByteArray line;
-    while (input.TakeLine(line)) {
-        if (!ShowLine(line))
-            return FinishWritten(false);
-    }
-}
-
-bool ParseCommand::ShowLine(const QByteArray& line)
-{
-    return Show(QString::fromUtf8(line.constData(), line.size())); // zero characters, too
-}
-
-bool ParseCommand::Show(const QString& text)
-{
-    const QList<Field> fields = Describe(text);
-    const QString separator = json_ || shownTexts_++ == 0 ? QString() : QStringLiteral("\n");
-    return PrintLine(stdout, separator + (json_ ? Json(fields) : Table(fields)));
-}
+const Command parseCommand = {
+    "parse",
+    "Split and classify SIP addresses, Skype names and numbers.",
+    {{"[TEXT...]",
+      "What a user would type or paste; without any, each line of standard input is one, in UTF-8 "
+      "(what is not, is replaced). A text that begins with '-' goes behind '--'."}},
+    {jsonOption},
+    &Parse,
+    "3 a text is no address, ",
+};
 
 } // namespace qvtool

@@ -7,12 +7,10 @@
 #include <QMutex>
 #include <QString>
 
-#include <functional>
-
 namespace qvtool {
 
 /**
- * Writes the library's log like the default logger, to files if told so, and keeps the failures
+ * Writes the library's log like the default logger, to a file if told so, and keeps the failures
  * that the library names only there, to tell the user the reason.
  *
  * It is the current logger for as long as it lives.
@@ -20,15 +18,13 @@ namespace qvtool {
 class ToolLogger : public common::logger::Logger
 {
 public:
-    ToolLogger();
-    ~ToolLogger() override;
+    ToolLogger() : previous_(common::logger::SetLogger(this)) {}
+    ~ToolLogger() override { common::logger::SetLogger(previous_); }
 
     void Append(const common::logger::IMessage& message) override;
 
     /** Writes to the end of the file, too. */
     void WriteToFile(const QString& path, common::logger::IMessage::Priority level);
-    /** Writes to a file of limited size, too, and keeps some older ones beside it. */
-    void WriteToRollingFile(const QString& path, unsigned long maxSize);
     /** Writes where a property file of log4cpp says, too. False if that cannot be used. */
     bool WriteAsConfigured(const QString& propertyFile);
     /** Whether one of these was called. */
@@ -36,26 +32,18 @@ public:
 
     /** The text of the latest failure or warning of a function of that name, without its prefix. */
     QString LastFailure(const char* function) const;
-
     /** The text of the first failure of all, without its prefix: a job's most specific one. */
-    QString FirstFailure() const;
-
-    /** Calls the listener with each failure, too, on the thread that it comes from. */
-    void SetFailureListener(std::function<void(const QString&)> listener);
+    QString FirstFailure() const { return LastFailure(nullptr); }
 
     Q_DISABLE_COPY_MOVE(ToolLogger)
 
 private:
     common::logger::ILogger& Backend();
-    void ConfigureBackend(common::logger::IMessage::Priority level, unsigned int output,
-                          const QString& path, unsigned long maxSize);
 
     common::logger::ILogger* previous_;
     common::logger::ILogger* backend_ = nullptr;
-    mutable QMutex mutex_; // the library's workers log, too
-    QHash<QByteArray, QString> failures_;
-    QString first_;
-    std::function<void(const QString&)> listener_;
+    mutable QMutex mutex_;                // the library's workers log, too
+    QHash<QByteArray, QString> failures_; // by function; without one, the first of all
 };
 
 } // namespace qvtool

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "command.h"
+#include "console.h"
+
+#include <common/http/filedownload.h>
+#include <common/http/httprequest.h>
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+namespace qvtool {
+
+/** A manager that follows redirects and remembers how the latest reply began. */
+class Network : public QNetworkAccessManager
+{
+public:
+    Network();
+
+    /**
+     * From now on all managers use the proxies of http_proxy and https_proxy or HTTPS_PROXY, as a URL
+     * or as HOST:PORT, except for the hosts of no_proxy or NO_PROXY, "*" for all.
+     */
+    static void UseProxiesOfEnvironment();
+
+    int Status() const { return status_; }
+    /** As in "404 Not Found". */
+    QString StatusLine() const { return QString::number(status_) + ' ' + phrase_; }
+    /** What a reply with an error status says, otherwise the library's @p message. */
+    QString Reason(QString message, const QUrl& url) const;
+    /** Where a redirect leads that was not followed; empty for none. */
+    QString Redirection() const { return redirection_; }
+    /** The content coding, empty for none. */
+    QString Coding() const { return coding_; }
+    /** The size that was announced, or -1. */
+    qint64 AnnouncedSize() const { return announcedSize_; }
+
+private:
+    void Remember(QNetworkReply* reply);
+
+    int status_ = 0;
+    QString phrase_;
+    QString redirection_;
+    QString coding_;
+    qint64 announcedSize_ = -1;
+};
+
+/** The body of a reply, and why it is not what was asked for; empty if it is. */
+struct Answer
+{
+    QByteArray body;
+    QString problem;
+};
+
+/** Sends the request and waits for the end, or for a signal. */
+Answer Ask(common::http::IHttpRequest& request,
+           common::http::IHttpRequest::HTTPRequestMethod method, const Network& network,
+           const ToolLogger& log);
+
+/** How a download ended: with error 0, if it is complete. */
+struct Fetched
+{
+    qint64 received = 0;
+    int error = 0;
+    QString message;
+};
+
+/** Starts the download and waits for its end, or for a signal. */
+Fetched Fetch(common::http::IFileDownload& download, Progress& progress);
+
+/** What download, get and post have in common. */
+constexpr Argument urlArgument = {
+    "URL",
+    "Address, http:// or https://. The proxies of http_proxy, https_proxy and no_proxy are used."};
+const Options& NetworkOptions();
+
+} // namespace qvtool

@@ -1,0 +1,104 @@
+// Commands that run to their end at once.
+
+#include "commands.h"
+#include "console.h"
+
+#include <common/shell/linux/devinfo.h>
+#include <common/shell/shell.h>
+#include <common/tools/version.h>
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace qvtool {
+
+using common::Version;
+using common::shell::DeviceInfo;
+
+namespace {
+
+// The library takes any text for a version; a user should know about a slip.
+bool IsVersion(const QString& text)
+{
+    static const QRegularExpression form("\\A[0-9]+([-,_.][0-9]+){0,3}\\z");
+    static const QRegularExpression separator("[-,_.]");
+    const QStringList parts = text.split(separator);
+    return form.match(text).hasMatch() &&
+           std::all_of(parts.cbegin(), parts.cend(), [](const QString& part) {
+               bool fits = false;
+               part.toUInt(&fits);
+               return fits;
+           });
+}
+
+int Compare(Call& call)
+{
+    for (const QString& text : call.Positionals()) {
+        if (!IsVersion(text))
+            call.Reject(QString("'%1' is no version of one to four numbers of 32 bits, separated "
+                                "by '.', '-', '_' or ','")
+                            .arg(text));
+    }
+    if (call.IsRejected())
+        return call.Rejection();
+    const Version first(call.Positional(0));
+    const Version second(call.Positional(1));
+    const bool isLess = first < second;
+    const bool isGreater = first > second;
+    const QString sign = isLess ? "<" : isGreater ? ">" : "=";
+    const int code =
+        call.Report(first.ToString() + ' ' + sign + ' ' + second.ToString(),
+                    {{"first", first.ToString()}, {"sign", sign}, {"second", second.ToString()}});
+    return code != Success ? code : isLess ? IsLess : isGreater ? IsGreater : Success;
+}
+
+int ShowDeviceId(Call& call)
+{
+    const QString id = call.Has("salt") ? DeviceInfo::GetSerialNumberMD5Hash(call.Text("salt"))
+                                        : DeviceInfo::GetSerialNumber();
+    return call.Report(id, {{"id", id}});
+}
+
+int Reveal(Call& call)
+{
+    const QString path = call.Positional(0);
+    const QFileInfo info(path);
+    if (!info.exists() && !info.isSymLink())
+        return call.Fail(QString("cannot show '%1': it does not exist").arg(path));
+    return common::Shell::ShowFile(path) ? Success : call.Fail(call.Log().LastFailure("ShowFile"));
+}
+
+} // namespace
+
+const Command compareCommand = {
+    "compare",
+    "Compare two versions.",
+    {{"FIRST", "One to four numbers such as 5.1.0.12; missing ones are 0."},
+     {"SECOND", "Another one."}},
+    {jsonOption},
+    &Compare,
+    "3 the first version is less, 4 it is greater, ",
+};
+
+const Command deviceIdCommand = {
+    "device-id",
+    "Print the identity of this machine.",
+    {},
+    {{"salt", "TEXT",
+      "Print the identity mixed with TEXT instead: different texts give identities that cannot be "
+      "told to belong together."},
+     jsonOption},
+    &ShowDeviceId,
+};
+
+const Command revealCommand = {
+    "reveal",
+    "Show a file in the file manager.",
+    {{"FILE", "Selected there if the file manager can do that."}},
+    {},
+    &Reveal,
+};
+
+} // namespace qvtool
