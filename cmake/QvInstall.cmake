@@ -50,4 +50,21 @@ if(TARGET qvtool)
         set_target_properties(qvtool PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
     endif()
     install(TARGETS qvtool RUNTIME COMPONENT tools)
+
+    set(QVCOMMON_ZSH_COMPLETIONS_DIR "${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions" CACHE STRING
+        "Where the completion of qvtool for zsh is installed")
+    mark_as_advanced(QVCOMMON_ZSH_COMPLETIONS_DIR)
+    if(NOT CMAKE_CROSSCOMPILING) # the tool itself is asked
+        set(manual "${PROJECT_BINARY_DIR}/manual")
+        add_custom_command(OUTPUT "${manual}/qvtool" "${manual}/_qvtool"
+            COMMAND "${PROJECT_SOURCE_DIR}/cmake/write_manual.sh" $<TARGET_FILE:qvtool> "${manual}"
+            DEPENDS qvtool cmake/write_manual.sh
+            VERBATIM)
+        add_custom_target(manual ALL DEPENDS "${manual}/qvtool")
+        install(DIRECTORY "${manual}/man1" DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT tools)
+        install(FILES "${manual}/qvtool" COMPONENT tools
+            DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions")
+        install(FILES "${manual}/_qvtool" COMPONENT tools
+            DESTINATION "${QVCOMMON_ZSH_COMPLETIONS_DIR}")
+    endif()
 endif()

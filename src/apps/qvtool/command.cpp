@@ -1,7 +1,7 @@
 #include "command.h"
 
+#include "commands.h"
 #include "console.h"
-#include "help.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -44,7 +44,7 @@ int Execute(const Command& command, const QStringList& arguments)
     ToolLogger log;
     Call call(command, arguments, log);
     if (!call.IsRejected() && call.Has("help"))
-        return call.Written(Print(stdout, HelpText(command)));
+        return call.Written(Print(stdout, HelpText(&command)));
     if (call.IsRejected())
         return call.Rejection();
     CatchSignals();

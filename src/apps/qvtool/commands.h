@@ -22,6 +22,9 @@ extern const Command helpCommand;
 /** All of them, in the order of the help. */
 const std::vector<const Command*>& Commands();
 
+/** The help of the command; for null, of the tool. */
+QString HelpText(const Command* command = nullptr);
+
 /** The command of that name, or null. */
 const Command* FindCommand(const QString& name);
 

@@ -1,9 +1,8 @@
-#include "help.h"
-
 #include "commands.h"
 #include "console.h"
 
 #include <QList>
+#include <QMap>
 
 namespace qvtool {
 
@@ -126,72 +125,66 @@ QString ManPage(const Page& page)
     return text;
 }
 
+QString Names()
+{
+    QString names;
+    for (const Command* command : Commands())
+        names += QString(command->name) + '\n';
+    return names;
+}
+
 // The words that may follow, in a language that both shells have in common.
 QString Completion(const QString& head, const QString& tail)
 {
-    QStringList names;
-    QString cases;
+    QString cases = "        2:* | 3:help:*) choice='" + Names().simplified() + "' ;;\n";
     for (const Command* command : Commands()) {
-        QStringList words;
+        cases += QString("        *:%1:-*) choice='").arg(command->name);
         for (const Option& option : command->options + CommonOptions())
-            words << QString("--") + option.name;
-        cases += QString("        *:%1:-*) choice='%2' ;;\n").arg(command->name, words.join(' '));
-        names << command->name;
+            cases += QString(" --") + option.name;
+        cases += "' ;;\n";
     }
-    return head + "        2:* | 3:help:*) choice='" + names.join(' ') + "' ;;\n" + cases + tail;
-}
-
-QString BashCompletion()
-{
-    return Completion("_qvtool() {\n"
-                      "    local choice=''\n"
-                      "    case $((COMP_CWORD + 1)):${COMP_WORDS[1]}:$2 in\n",
-                      "    esac\n"
-                      "    mapfile -t COMPREPLY < <(compgen -W \"$choice\" -- \"$2\")\n"
-                      "}\n"
-                      "complete -o bashdefault -o default -F _qvtool qvtool\n");
-}
-
-QString ZshCompletion()
-{
-    return Completion("#compdef qvtool\n"
-                      "_qvtool() {\n"
-                      "    local choice=''\n"
-                      "    case $CURRENT:$words[2]:$PREFIX in\n",
-                      "    esac\n"
-                      "    if [[ -n $choice ]]; then compadd -- ${=choice}; else _files; fi\n"
-                      "}\n"
-                      "_qvtool\n");
+    return head + cases + tail;
 }
 
 int Help(Call& call)
 {
     const QString name = call.Positional(0);
     const Command* command = FindCommand(name);
+    const Page page = command ? PageOf(*command) : PageOfTool();
+    const QMap<QString, QString> formats = {
+        {"text", PlainText(page)},
+        {"man", ManPage(page)},
+        {"names", Names()},
+        {"bash", Completion("_qvtool() {\n"
+                            "    local choice=''\n"
+                            "    case $((COMP_CWORD + 1)):${COMP_WORDS[1]}:$2 in\n",
+                            "    esac\n"
+                            "    mapfile -t COMPREPLY < <(compgen -W \"$choice\" -- \"$2\")\n"
+                            "}\n"
+                            "complete -o bashdefault -o default -F _qvtool qvtool\n")},
+        {"zsh", Completion("#compdef qvtool\n"
+                           "_qvtool() {\n"
+                           "    local choice=''\n"
+                           "    case $CURRENT:$words[2]:$PREFIX in\n",
+                           "    esac\n"
+                           "    if [[ -n $choice ]]; then compadd -- ${=choice}; else _files; fi\n"
+                           "}\n"
+                           "_qvtool\n")},
+    };
     const QString format = call.Text("as");
     if (!name.isEmpty() && !command)
         call.Reject(QString("there is no command '%1'").arg(name));
-    if (!QStringList{"text", "man", "bash", "zsh"}.contains(format))
-        call.Reject(QString("--as takes text, man, bash or zsh, not '%1'").arg(format));
-    if (call.IsRejected())
-        return call.Rejection();
-    const Page page = command ? PageOf(*command) : PageOfTool();
-    return call.Written(Print(stdout, format == "man"    ? ManPage(page)
-                                      : format == "bash" ? BashCompletion()
-                                      : format == "zsh"  ? ZshCompletion()
-                                                         : PlainText(page)));
+    if (!formats.contains(format))
+        call.Reject(QString("--as takes one of %1, not '%2'")
+                        .arg(QStringList(formats.keys()).join(", "), format));
+    return call.IsRejected() ? call.Rejection() : call.Written(Print(stdout, formats[format]));
 }
 
 } // namespace
 
-QString HelpText()
+QString HelpText(const Command* command)
 {
-    return PlainText(PageOfTool());
-}
-
-QString HelpText(const Command& command)
-{
-    return PlainText(PageOf(command));
+    return PlainText(command ? PageOf(*command) : PageOfTool());
 }
 
 const Command helpCommand = {
@@ -199,7 +192,8 @@ const Command helpCommand = {
     "Show what a command does, or all of them.",
     {{"[COMMAND]", "Name of a command."}},
     {{"as", "FORMAT",
-      "How to write it: text, man (a man page), or bash or zsh (the completions of all commands).",
+      "How to write it: text, man (a man page); or of all commands: names, bash or zsh "
+      "(completions).",
       "text"}},
     &Help,
 };

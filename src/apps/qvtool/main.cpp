@@ -1,6 +1,5 @@
 #include "commands.h"
 #include "console.h"
-#include "help.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
