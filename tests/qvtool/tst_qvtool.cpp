@@ -85,6 +85,7 @@ private Q_SLOTS:
         server_.Script("/empty", {Reply::Status(204, "No Content")});
         server_.Script("/gone", {Reply::Status(410, "Gone\033[2J", "a\033page\n")});
         server_.Script("/large", {Reply::Ok(QByteArray(100000, 'x'))});
+        server_.Script("/slow", {Drip("xxxxx", 1, 300)});
         server_.Script("/drip", {Drip(QByteArray(1000, 'x'), 1, 20)});
         Reply moved = Reply::Status(302, "Found", "page");
         moved.headers << qMakePair(QByteArray("Location"), QByteArray("/ok"));
@@ -103,17 +104,11 @@ private Q_SLOTS:
     {
         AddCases<Case>({
             {"nonsense", 2, "", "there is no command 'nonsense' (see 'qvtool help')"},
-            {"--version", 0, "qvtool \\d+\\.\\d+\\.\\d+\n"},
             {"help get", 0, "Usage: qvtool get .*--header NAME=VALUE .*128 and its number.*"},
-            {"get --help", 0, "Usage: qvtool get .*--header NAME=VALUE .*"},
-            {"help --as man get", 0, "\\.TH QVTOOL-GET 1 .*\n.fB.-.-tries N.fR\n.*"},
             {"help --as bash | bash -n", 0, ""},
             {"get", 2, "", "qvtool get: URL is missing"},
             {"encrypt secret", 2, "", "1 argument too many"},
-            {"copy old", 2, "", "DESTINATION is missing"},
-            {"get --nonsense URL/ok", 2, "", "Unknown option 'nonsense'"},
             {"get host/ok", 2, "", "is no HTTP address"},
-            {"get --log loud URL/ok", 2, "", "--log takes one of emerg, alert"},
             {"get --log-file none/log URL/ok", 2, "", "log': No such file or directory"},
             {"get --tries 0 URL/ok", 2, "", "--tries takes a whole number from 1 to"},
             {"get --header a URL/ok", 2, "", "--header takes NAME=VALUE, not 'a'"},
@@ -121,19 +116,17 @@ private Q_SLOTS:
             {"get --log error http://127.0.0.1:1/", 1, "", "Connection refused"},
             {"get SECRET/missing", 1, "", "/missing: 404 Not Found"},
             {"get URL/gone", 1, "", "410 Gone\\x1b[2J\na\\x1bpage\n"},
-            {"get URL/drip --timeout 1 --form q=a=b", 0, "x{1000}"},
+            {"get URL/slow --timeout 1", 0, "x{5}"},
             {"get URL/ok --form a=1 --log debug", 0, "body", "Sending GET request to URL="},
             {"get URL/moved", 0, "body"},
             {"get URL/ok >/dev/full", 1, "", "cannot write to standard output"},
             {"post URL/moved", 1, "", "redirected to /ok"},
             {"post --json x --form a=b URL/ok", 2, "", "exclude each other"},
             {"post --json - URL/ok", 1, "", "'-' is no JSON: ", "{\"a\":"},
-            {"post --file f=none URL/ok", 1, "", "Failed to open file '"},
             {"download URL/ok", 2, "", "FILE is missing"},
             {"download --md5 12xy URL/ok f", 2, "", "--md5 takes 32 hexadecimal digits"},
             {"download URL/ok tree", 1, "", "it is a directory"},
             {"download URL/empty old", 1, "", "the server sent no file, but status 204 No Content"},
-            {"download URL/gone old", 1, "", "/old': 410 Gone"},
             {"download URL/ok old --size 5", 1, "", "Expected 5 bytes, downloaded 4 bytes."},
             {"download URL/ok old --md5 00000000000000000000000000000000", 1, "", "by checksum!"},
             {"download URL/cut old", 1, "", "/cut -> '"},
@@ -142,11 +135,9 @@ private Q_SLOTS:
             {"download URL/ok /dev/null --json", 0,
              "\\{\"file\":\"/dev/null\",\"md5\":.*\"size\":4\\}\n"},
             {"download URL/ok fifo --quiet & cat fifo; wait $! && test -p fifo", 0, "body"},
-            {"copy none old", 1, "", "none': it does not exist"},
             {"copy old ./old new/", 1, "", "has the same destination"},
             {"copy old old", 1, "", "Cannot copy from '"},
-            {"remove --yes /", 1, "", "it holds the current directory"},
-            {"remove --yes tree/./", 1, "", "its name is '.'"},
+            {"remove --yes \"$PWD\"", 1, "", "it holds the current directory"},
             {"remove tree", 1, "", "nothing removed: not confirmed", "no\n"},
             {"remove --yes kept", 1, "", "(1 of 2 items removed, 1 hidden entry left out)"},
             {"parse --json skype:X", 0, ".*\"kind\":3,.*\"number\":\"skype: x@skype.com\".*\n"},
@@ -155,13 +146,11 @@ private Q_SLOTS:
             {"encrypt --key-file key", 0, "O3uX6IaI38D\\+oHmVP\\+JedQ==\n", "", "secret"},
             {"decrypt --key-file key", 0, "secret\n", "", "O3uX6IaI38D+oHmVP+JedQ=="},
             {"decrypt", 1, "", "this key does not open it", "O3uX6IaI38D+oHmVP+JedQ=="},
-            {"encrypt --key-file tree", 1, "", "it is not a regular file"},
             {"encrypt <&-", 1, "", "cannot read standard input"},
             {"compare 1.9 1-10", 3, "1.9.0.0 < 1.10.0.0\n"},
             {"compare 2 1.9.9", 4, "2.0.0.0 > 1.9.9.0\n"},
             {"compare --json 2 2.0", 0,
              "\\{\"first\":\"2.0.0.0\",\"second\":\"2.0.0.0\",\"sign\":\"=\"\\}\n"},
-            {"compare 1.0 4294967296", 2, "", "'4294967296' is no version"},
             {"device-id --log-file log", 0, "[0-9a-f]{32}\n"},
             {"reveal none", 1, "", "none': it does not exist"},
             {"idle", 1, "", "screen-saver extension (DISPLAY is ':none')"},
@@ -177,7 +166,8 @@ private Q_SLOTS:
                                      QRegularExpression::DotMatchesEverythingOption);
         QVERIFY2(out.match(out_).hasMatch(), out_.constData());
         QVERIFY2(error_.contains(row.error) && !error_.contains("word"), error_.constData());
-        QVERIFY2(row.code == 0 || *row.error == 0 || error_.count("qvtool ") <= 2, error_.constData());
+        QVERIFY2(row.code == 0 || *row.error == 0 || error_.count("qvtool ") <= 2,
+                 error_.constData());
         QCOMPARE(ContentOf("old"), QByteArray("precious"));
         QCOMPARE(QDir().entryList({".qvtool*"}, QDir::Files | QDir::Hidden), QStringList());
     }
@@ -268,7 +258,8 @@ private Q_SLOTS:
         ::kill(static_cast<pid_t>(process_.processId()), row.code - 128);
         QTRY_COMPARE(process_.state(), QProcess::NotRunning);
         QCOMPARE(End(), row.code);
-        QVERIFY2(error_.contains("interrupted: ") && error_.contains(row.error), error_.constData());
+        QVERIFY2(error_.contains("interrupted: ") && error_.contains(row.error),
+                 error_.constData());
         QCOMPARE(ContentOf("old"), QByteArray("precious"));
         QCOMPARE(QDir().entryList({".qvtool*"}, QDir::Files | QDir::Hidden), QStringList());
         const int copied = DescribeTree("few").size();
@@ -282,7 +273,8 @@ private Q_SLOTS:
         qputenv("DISPLAY", server.Display().toLatin1());
         QCOMPARE(Run("idle --count 2"), 0);
         qputenv("DISPLAY", ":none");
-        QVERIFY2(QRegularExpression("\\A(X11: \\d+ s\n){2}\\z").match(out_).hasMatch(), out_.constData());
+        QVERIFY2(QRegularExpression("\\A(X11: \\d+ s\n){2}\\z").match(out_).hasMatch(),
+                 out_.constData());
     }
 };
 

@@ -31,8 +31,8 @@ class Target
 public:
     explicit Target(const QString& given)
         : isOutput_(given == "-" || given == "/dev/stdout"),
-          path_(isOutput_ || given.startsWith("/dev/") ? given : ThroughLinks(given)),
-          isStream_(isOutput_ || path_.startsWith("/dev/") || IsSpecial(path_))
+          path_(ThroughLinks(given)),
+          isStream_(isOutput_ || given.startsWith("/dev/fd/") || IsSpecial(path_))
     {
     }
 
@@ -67,9 +67,8 @@ private:
     static QString ThroughLinks(const QString& path)
     {
         const QFileInfo info(path);
-        if (info.exists())
-            return info.canonicalFilePath();
-        return info.isSymLink() ? info.symLinkTarget() : path;
+        const QString target = info.exists() ? info.canonicalFilePath() : info.symLinkTarget();
+        return target.isEmpty() ? path : target; // one in /dev/fd may lead nowhere
     }
 
     QString Problem() const

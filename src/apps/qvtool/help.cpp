@@ -115,8 +115,9 @@ QString ManPage(const Page& page)
     QString text = QString(".TH %1 1 \"\" \"qvtool %2\" \"User Commands\"\n"
                            ".SH NAME\n%3 \\- %4\n")
                        .arg(name.toUpper(), QVTOOL_VERSION, Roff(name), Roff(page.summary));
+    const QMap<QString, QString> headings = {{"Usage", "Synopsis"}, {"Exit codes", "Exit status"}};
     for (const Section& section : page.sections) {
-        text += ".SH " + section.heading.toUpper() + '\n';
+        text += ".SH " + headings.value(section.heading, section.heading).toUpper() + '\n';
         if (!section.text.isEmpty())
             text += Roff(section.text) + '\n';
         for (const Entry& entry : section.entries)
