@@ -81,7 +81,8 @@ Answer Ask(IHttpRequest& request, IHttpRequest::HTTPRequestMethod method, const 
         if (request.Send(method))
             return;
         const QString reason = log.LastFailure("AppendTo");
-        answer.problem = reason.isEmpty() ? log.LastFailure("SendRequest") : reason;
+        answer.problem = network.Reason(reason.isEmpty() ? log.LastFailure("SendRequest") : reason,
+                                        request.GetUrl());
         loop.quit();
     });
     return answer;
