@@ -54,8 +54,11 @@ int Execute(const Command& command, const QStringList& arguments)
 Call::Call(const Command& command, const QStringList& arguments, ToolLogger& log)
     : command_(command), log_(log)
 {
-    for (const Option& option : command.options + CommonOptions())
-        parser_.addOption({option.name, option.text, option.value, option.preset});
+    for (const Option& option : command.options + CommonOptions()) {
+        const bool isHelp = qstrcmp(option.name, "help") == 0;
+        const QStringList names = isHelp ? QStringList{option.name, "h"} : QStringList(option.name);
+        parser_.addOption({names, option.text, option.value, option.preset});
+    }
     if (!parser_.parse(QStringList(command.name) + arguments))
         Reject(parser_.errorText());
     else if (!Has("help")) {
