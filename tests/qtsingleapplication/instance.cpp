@@ -9,44 +9,37 @@
 
 namespace {
 
-void Say(const QByteArray& line)
-{
-    puts(line.constData());
-    fflush(stdout);
-}
-
-// The first one tells what it gets until it is told to quit, others tell it their text.
+// The first one tells what it gets until it is told to quit, others say hello.
 template <typename Application>
-int Run(Application& application, const QString& text)
+int Run(Application& application)
 {
-    if (application.isRunning()) {
-        Say("client");
-        return application.sendMessage(text, 20000) ? 0 : 1;
-    }
+    if (application.isRunning())
+        return application.sendMessage("hello", 20000) ? 0 : 1;
     QObject::connect(&application, &Application::messageReceived, [](const QString& message) {
         if (message == "quit")
             QCoreApplication::quit();
         else
-            Say(QByteArray::number(qHash(message, 0)));
+            puts(QByteArray::number(qHash(message, 0)).constData());
     });
-    Say("server");
+    puts("server");
     return application.exec();
 }
 
 } // namespace
 
-int main(int argc, char* argv[]) // ID TEXT
+int main(int argc, char* argv[]) // ID
 {
-    const QString id = argv[1], text = argv[2];
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    const QString id = argv[1];
     if (!id.startsWith("window")) {
         QtSingleCoreApplication application(id, argc, argv);
-        return Run(application, text);
+        return Run(application);
     }
     QtSingleApplication application(id, argc, argv);
     QWidget window;
     window.showMinimized();
     application.setActivationWindow(&window, id == "window activated");
     QObject::connect(&application, &QtSingleApplication::messageReceived,
-                     [&] { Say(window.isMinimized() ? "minimized" : "raised"); });
-    return Run(application, text);
+                     [&] { puts(window.isMinimized() ? "minimized" : "raised"); });
+    return Run(application);
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QList>
 #include <QRegExp>
 #include <QStringList>
 
@@ -9,7 +8,6 @@
 /** A pattern of the grammar, written out a second time. */
 struct PlainPattern
 {
-    const char* name;
     QRegExp (*pattern)();
     QRegExp stored;
     /** Which groups are user, host, display name, post-dial digits and port, if it tells them. */
@@ -20,6 +18,7 @@ const QList<PlainPattern>& PlainPatterns();
 
 /**
  * The grammar in its plainest form, the measure for SipId::ParseURIEx(): the first of the six patterns
- * that matches. User, host, display name, post-dial digits and port; nothing if that is no address.
+ * that matches. User, host, display name, post-dial digits and port, which is "kept" where the form has
+ * none; nothing if that is no address.
  */
 QStringList PlainParse(const QString& text);

@@ -8,28 +8,19 @@
 
 #include <sanitizer/tsan_interface.h>
 
-namespace {
-
-template <typename Function>
-Function Next(const char* symbol)
-{
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, symbol));
-}
-
-} // namespace
-
 // The last thing that a worker of this library does on its thread.
 void QThread::quit()
 {
-    static const auto real = Next<void (*)(QThread*)>("_ZN7QThread4quitEv");
+    static const auto real =
+        reinterpret_cast<void (*)(QThread*)>(dlsym(RTLD_NEXT, "_ZN7QThread4quitEv"));
     __tsan_release(this);
     real(this);
 }
 
 bool QThread::wait(QDeadlineTimer deadline)
 {
-    static const auto real =
-        Next<bool (*)(QThread*, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    static const auto real = reinterpret_cast<bool (*)(QThread*, QDeadlineTimer)>(
+        dlsym(RTLD_NEXT, "_ZN7QThread4waitE14QDeadlineTimer"));
     const bool ended = real(this, deadline);
     if (ended)
         __tsan_acquire(this);

@@ -8,9 +8,7 @@ XServer::XServer(const QStringList& options)
                                options);
     while (!process_.canReadLine() && process_.waitForReadyRead(10000)) {
     }
-    const QByteArray number = process_.readLine().trimmed();
-    if (!number.isEmpty())
-        display_ = ':' + QString::fromLatin1(number);
+    display_ = ':' + QString::fromLatin1(process_.readLine().trimmed());
 }
 
 XServer::~XServer()

@@ -10,10 +10,8 @@ public:
     explicit XServer(const QStringList& options = {});
     ~XServer();
 
-    /** As for DISPLAY: ":1"; empty if the server did not start. */
+    /** As for DISPLAY: ":1"; no number if the server did not start. */
     QString Display() const { return display_; }
-
-    Q_DISABLE_COPY_MOVE(XServer)
 
 private:
     QProcess process_;

@@ -1,4 +1,3 @@
-#include "support/cases.h"
 #include "support/plainparser.h"
 
 #include <common/tools/sip/normaladdress.h>
@@ -6,56 +5,39 @@
 #include <common/tools/sip/sipid.h>
 #include <common/tools/web/web.h>
 
-#include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QtTest>
 
-using tools::sip::NormalAddress;
-using tools::sip::Normalise;
-using tools::sip::Password;
-using tools::sip::SipId;
+using namespace tools::sip;
 using tools::web::Web;
 
 namespace {
 
-struct ParseCase
-{
-    const char* name;
-    QString text;
-    QString expected = {}; // user|host|name|post-dial digits|port; or it is no address
-};
-
 struct NormalCase
 {
-    const char* name;     // as it was written
-    QString text;         // nothing if it is refused
+    QString written;
+    QString text;
     QString dropped = {}; // joined by blanks
-    int problem = NormalAddress::NoProblem;
     QString displayName = {};
 };
 
-// As PlainParse() tells it. What is no address becomes the user.
+// As PlainParse() tells it. What is no address becomes the user, and the port stays.
 QStringList LibraryParse(const QString& text)
 {
-    QString user = text, host = "old", name = "old", postDial = "old", port;
+    QString user = text, host = "old", name = "old", postDial = "old", port = "kept";
     if (SipId::ParseURIEx(user, user, host, name, postDial, port))
         return {user, host, name, postDial, port};
-    if (user == text.trimmed() && (host + name + postDial + port).isEmpty())
-        return {};
-    return {"neither an address nor the text"};
-}
-
-using Random = QRandomGenerator;
-
-template <typename T>
-const T& OneOf(Random& random, const QList<T>& list)
-{
-    return list[random.bounded(list.size())];
+    const bool isText = user == text.trimmed() && host + name + postDial + port == "kept";
+    return isText ? QStringList() : QStringList{"neither an address nor the text"};
 }
 
 // An address, piece by piece: most of them the usual ones, which are the first, and now and then one
 // in the place of another.
-QString AnyAddress(Random& random)
+QString AnyAddress(QRandomGenerator& random)
 {
+    const auto oneOf = [&](const auto& list) {
+        return list[random.bounded(list.size())];
+    };
     static const QString label(63, 'l');
     static const QList<QStringList> places = {
         {"", "\"Jane Roe\" <", "\"\" <", "\"a\" \"b\"\t<", "\"a\" <b@c.de;\" <", "Bob <", "<", " "},
@@ -69,17 +51,17 @@ QString AnyAddress(Random& random)
         {"", ":5060", ":0", ":99999", ":100000", ":"},
         {"", ",", ",,", ",1", ",12", ",,1 2#,", ", f\t", ",g1", ";ext=1", ";user=phone",
          ";phone-context=a.com", ";postd=w1", ";\" <sip:d@e.fg", "?", "\n"}};
-    static const QStringList peculiar = {"\u0130", "\u0131", "\u212A", "\u017F", "\u00DF", "\u1E9E",
-                                         "\u0430", "\u200B", "\u3000", "\uFF11", "\u0085", "\\"};
+    static const QStringList peculiar = {"\u0130", "\u0131", "\u212A",
+                                         "\u017F", "\u00DF", "\u0085"};
     QString text;
     for (const QStringList& place : places)
         text += random.bounded(3)    ? place[0]
-                : random.bounded(10) ? OneOf<QString>(random, place)
-                                     : OneOf<QString>(random, OneOf(random, places));
+                : random.bounded(10) ? oneOf(place)
+                                     : oneOf(oneOf(places));
     if (text.contains('<') && random.bounded(10))
-        text += OneOf<QString>(random, {">", ">", ">", ">;tag=1"});
+        text += random.bounded(4) ? ">" : ">;tag=1";
     if (random.bounded(4) == 0)
-        text.insert(random.bounded(text.size() + 1), OneOf<QString>(random, peculiar));
+        text.insert(random.bounded(text.size() + 1), oneOf(peculiar));
     return random.bounded(20) ? text : text + QChar(random.bounded(0x10000));
 }
 
@@ -92,121 +74,97 @@ class TestAddresses : public QObject
 private Q_SLOTS:
     void patternsStandAsStored()
     {
-        for (const PlainPattern& plain : PlainPatterns()) {
-            QVERIFY2(plain.pattern() == plain.stored, plain.name);
-            QVERIFY2(plain.stored.isValid(), plain.name);
-        }
+        for (const PlainPattern& plain : PlainPatterns())
+            QCOMPARE(plain.pattern(), plain.stored);
         QCOMPARE('[' + SipId::AllSymbols() + "]+", SipId::AllSymbolRegExp().pattern());
-    }
-
-    void parse_data()
-    {
-        AddCases<ParseCase>({
-            {"comma", "\"Watson, T\" <sip:t.w@example.org>", "t.w|example.org|Watson, T||"},
-            {"post-dial digits", " al@ab.com:5060,,1 2\t#a, \n", "al|ab.com||,,12#a|5060"},
-            {"skype uri", "Skype: echo.123", "echo.123|skype.com|||"},
-            {"skype id", "echo123@skype"},
-            {"number with post-dial digits", "+74955550123,,1 2 3", "74955550123|||,,123|"},
-            {"bare user", "alice.b@@", "alice.b||||"},
-            {"nothing", "  "},
-        });
     }
 
     void parse()
     {
-        const auto& [name, text, joined] = CurrentCase<ParseCase>();
-        const QStringList expected = joined.isEmpty() ? QStringList() : joined.split('|');
-        QCOMPARE(LibraryParse(text), expected);
-        QCOMPARE(PlainParse(text), expected);
+        const QPair<QString, QString> rows[] = {
+            // user|host|name|post-dial digits|port, or it is no address
+            {"\"Watson, T\" <sip:t.w@example.org>", "t.w|example.org|Watson, T||"},
+            {" al@ab.com:5060,,1 2\t#a, \n", "al|ab.com||,,12#a|5060"},
+            {"Skype: echo.123", "echo.123|skype.com|||kept"},
+            {"echo123@skype", ""},
+            {"+74955550123,,1 2 3", "74955550123|||,,123|kept"},
+            {"alice.b@@", "alice.b||||kept"},
+            {"  ", ""}};
+        for (const auto& [text, joined] : rows) {
+            const QStringList expected = joined.isEmpty() ? QStringList() : joined.split('|');
+            QCOMPARE(LibraryParse(text), expected);
+        }
     }
 
-    void portIsLeftWhereTheFormHasNone()
+    void normalise()
     {
-        QString part, port = "9";
-        SipId::ParseURIEx("alice", part, part, part, part, port);
-        QCOMPARE(port, "9");
-        SipId::ParseURIEx("alice@atlanta.com", part, part, part, part, port);
-        QCOMPARE(port, "");
-    }
-
-    void normalise_data()
-    {
-        using N = NormalAddress;
-        AddCases<NormalCase>({
+        const NormalCase rows[] = {
             // RFC 3966.
-            {"tel:+1-201-555-0123", "+12015550123"},
             {"tel:7042;phone-context=example.com", "7042@example.com"},
             {"tel:863-1234;phone-context=+1-914-555", "8631234", ";phone-context=+1-914-555"},
-            {"TEL:+358-555-1234567;isub=1411;ext=12;postd=pp22", "+3585551234567,12,,22",
-             ";isub=1411"},
-            {"tel:+1-201-555-0123;phone-context=example.com", "+12015550123",
-             ";phone-context=example.com"},
+            {"TEL:+358-555-1234;isub=141;ext=12;postd=pp22", "+3585551234,12,,22", ";isub=141"},
+            {"tel:+1-201-555-0123;phone-context=a.com", "+12015550123", ";phone-context=a.com"},
             // RFC 3261, section 19.1.3.
-            {"sip:alice:secretword@atlanta.com;transport=tcp", "alice@atlanta.com",
-             "password ;transport=tcp"},
-            {"sips:alice@atlanta.com?subject=project%20x&priority=urgent", "alice@atlanta.com",
-             "sips: ?subject=project%20x&priority=urgent"},
-            {"sip:+1-212-555-1212:1234@gateway.com;user=phone", "+12125551212@gateway.com",
-             "password"},
-            {"sip:atlanta.com;method=REGISTER?to=alice%40atlanta.com", "",
-             "?to=alice%40atlanta.com", N::UserMissing},
+            {"sip:alice:secretword@atlanta.com;lr", "alice@atlanta.com", "password ;lr"},
+            {"sips:alice@a.com?subject=a%20x&to=b", "alice@a.com", "sips: ?subject=a%20x&to=b"},
+            {"sip:+1-212-555-1212:1234@g.com;user=phone", "+12125551212@g.com", "password"},
             {"sip:alice;day=tuesday@atlanta.com", "alice;day=tuesday@atlanta.com"},
-            {"sip:%61lice@atlanta.com;transport=TCP", "alice@atlanta.com", ";transport=TCP"},
             // Numbers as people write them.
             {"\u200E+7\u00A0(495)\u202F555\u201101\u201323\u202C\n", "+74955550123"},
             {"＋７（４９５）５５５０１２３", "+74955550123"},
-            {"٠١٢٣", "0123"},
             {"+44 (0)20 7946 0958", "+442079460958", "(0)"},
             {"8(800)555.01.23,,1 2", "88005550123,,12"},
             {"112,5", "112,,5"},
             {"tel:*100%23", "*100#"},
             {"sip:8-800@a.com;user=phone", "8800@a.com"},
             {"callto://+7%20495%205550123,", "+74955550123"},
-            {"tel:7;ext=x", "", "", N::WrongCharacter},
-            {"tel:1-800-FLOWERS", "", "", N::WrongCharacter},
-            {"( )", "", "", N::Empty},
             {"555+1", "555+1"},
             // Users, hosts, names.
             {" \"Roe, \\\"J\\\"\" <sip:jane%2Broe@example.com:65535;lr>;tag=1",
-             "jane+roe@example.com:65535", ";tag=1 ;lr", N::NoProblem, "Roe, \"J\""},
-            {"Jane ５ <jane@example.com>", "jane@example.com", "", N::NoProblem, "Jane ５"},
+             "jane+roe@example.com:65535", ";tag=1 ;lr", "Roe, \"J\""},
+            {"Jane ５ <jane@example.com>", "jane@example.com", "", "Jane ５"},
             {"sip:sips%3Auser%40a.com@example.net", "sips%3Auser%40a.com@example.net"},
             {"sip:a%2Fb%3f@a.com", "a%2Fb%3f@a.com"},
             {"sip:a%%341@a.com", "a%2541@a.com"},
-            {"alice@example.com:5060,,1 2", "alice@example.com:5060,,12"},
             {"skype:echo%31?call", "skype:echo1", "?call"},
-            {"skype:+7-495?call", "+7495", "?call"},
-            {"sip:100@pbx", "", "", N::HostIsShort},
-            {"joe@[2001:db8::1]:5060", "", "", N::HostIsAddress},
-            {"192.168.1.10", "", "", N::HostIsAddress},
-            {"joe@example.online", "", "", N::HostEnding},
-            {"joe@exam_ple.com", "", "", N::HostMalformed},
-            {"joe@example.com:0", "", "", N::PortMalformed},
-            {"joe@example.com:65536", "", "", N::PortMalformed},
-            {"@example.com", "", "", N::UserMissing},
-            {"joe smith@example.com", "", "", N::WrongCharacter},
-            {"skype:live:joe", "", "", N::WrongCharacter},
-            {"joe..b@example.com", "", "", N::UserMalformed},
-            {"mailto:joe@example.com", "", "", N::UnknownLink},
-            {" \t\u200B", "", "", N::Empty},
-        });
+            {"skype:+7-495?call", "+7495", "?call"}};
+        for (const NormalCase& row : rows) {
+            const NormalAddress address = Normalise(row.written);
+            QCOMPARE(address.text, row.text);
+            QCOMPARE(address.dropped.join(' '), row.dropped);
+            QCOMPARE(address.displayName, row.displayName);
+            QVERIFY(!address.problem && address.reason.isEmpty());
+        }
     }
 
-    void normalise()
+    void refused()
     {
-        const auto& row = CurrentCase<NormalCase>();
-        const NormalAddress address = Normalise(row.name);
-        QCOMPARE(address.text, row.text);
-        QCOMPARE(address.dropped.join(' '), row.dropped);
-        QCOMPARE(int(address.problem), row.problem);
-        QCOMPARE(address.reason.isEmpty(), !row.problem);
-        QCOMPARE(address.displayName, row.displayName);
+        using N = NormalAddress;
+        const QPair<int, QStringList> rows[] = {
+            {N::Empty, {"( )", " \t\u200B"}},
+            {N::HostIsShort, {"sip:100@pbx"}},
+            {N::HostIsAddress, {"joe@[2001:db8::1]:5060", "192.168.1.10"}},
+            {N::HostEnding, {"joe@example.online"}},
+            {N::HostMalformed, {"joe@exam_ple.com"}},
+            {N::PortMalformed, {"joe@example.com:0", "joe@example.com:65536"}},
+            {N::UserMissing, {"@example.com", "sip:atlanta.com;method=REGISTER?to=a%40b.com"}},
+            {N::UserMalformed, {"joe..b@example.com"}},
+            {N::UnknownLink, {"mailto:joe@example.com"}},
+            {N::WrongCharacter,
+             {"tel:7;ext=x", "tel:1-800-FLOWERS", "joe b@a.com", "skype:live:joe"}}};
+        for (const auto& [problem, texts] : rows) {
+            for (const QString& written : texts) {
+                const NormalAddress address = Normalise(written);
+                QCOMPARE(int(address.problem), problem);
+                QVERIFY(address.text.isEmpty() && !address.reason.isEmpty());
+            }
+        }
     }
 
     // The library parses as the patterns do; what is normalised parses, and stays as it is.
     void anyAddress()
     {
-        Random random(quint32(qEnvironmentVariableIntValue("QVCOMMON_SEED")));
+        QRandomGenerator random(quint32(qEnvironmentVariableIntValue("QVCOMMON_SEED")));
         constexpr int rounds = 60000;
         int parsed = 0, accepted = 0;
         for (int i = 0; i < rounds; ++i) {
@@ -221,39 +179,30 @@ private Q_SLOTS:
             parsed += !parts.isEmpty();
             accepted += !address.problem;
         }
-        qDebug() << parsed << accepted;
-        QVERIFY(parsed > rounds / 10 && accepted > rounds / 10); // and many of either are not
-        QVERIFY(parsed < rounds / 2 && accepted < rounds * 9 / 10);
+        QVERIFY(parsed > rounds / 10 && accepted > rounds / 10 && parsed + accepted < rounds);
     }
 
-    // Some milliseconds are usual; a time that grows with the square of the text would be seconds.
-    void longTextsAreFast()
+    // Runs into the time limit if a time grows with the square of the text.
+    void longTexts()
     {
         for (const char* unit : {"a", "a.", "@", "1", ",", "<", "\"", "\" ", "\"a\" <", "b.com:1",
                                  "(", "0,", "x-", " "}) {
-            for (const char* prefix : {"", "\"a\" <", "<a@b.com;", "+1,", "skype:", "a@b.com"}) {
-                const QString text = prefix + QString(unit).repeated(100000) + "@";
-                QElapsedTimer clock;
-                clock.start();
-                LibraryParse(text);
-                QVERIFY2(clock.elapsed() < 2000, unit);
-            }
+            for (const char* prefix : {"", "\"a\" <", "<a@b.com;", "+1,", "skype:", "a@b.com"})
+                LibraryParse(prefix + QString(unit).repeated(1000000) + "@");
         }
     }
 
     void check()
     {
-        const QList<QStringList> ids = {
+        const QStringList ids[] = {
             // by the result
             {"Alice.B@sub.ZELKOSIP.ru", "a@zelkosip.com:99999"},
             {"@a+b", "alice@OTHER.test", "alice@zelkosip.test:05060"},
             {"a b", "alice@zelko_sip.test", "alice@a@b+c"},
             {"", "alice@zelkosip.test:100000", "alice@zelkosip.test:5060:5061"}};
-        for (int expected = 0; expected < ids.size(); ++expected) {
-            for (const QString& id : ids[expected]) {
-                QVERIFY2(SipId::Check(id) == expected, qPrintable(id));
-                QCOMPARE(SipId::IsValid(id), expected == 0);
-            }
+        for (int expected = 0; expected < 4; ++expected) {
+            for (const QString& id : ids[expected])
+                QVERIFY(SipId::Check(id) == expected && SipId::IsValid(id) == (expected == 0));
         }
     }
 
@@ -261,10 +210,7 @@ private Q_SLOTS:
     {
         for (const int length : {7, 8, 20, 21})
             QCOMPARE(Password::IsGood(QString(length, 'a')), length == 8 || length == 20);
-        for (ushort code = 1; code < 0x500; ++code) {
-            const QString same(8, QChar(code));
-            QCOMPARE(Password::IsGood(same), Password::PasswordSymbolRegExp().exactMatch(same));
-        }
+        QVERIFY(Password::IsGood("пароль{}") && !Password::IsGood("password "));
     }
 
     void webServicesFollowHost()

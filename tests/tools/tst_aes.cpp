@@ -1,7 +1,5 @@
 #include <common/tools/cipher/aes.h>
 
-#include <QProcess>
-#include <QRegularExpression>
 #include <QtTest>
 
 using tools::cipher::AES;
@@ -9,7 +7,7 @@ using tools::cipher::AES;
 namespace {
 
 // Leaves only this variable of the ones that make the key.
-void SetUser(const QByteArray& user, const char* variable = "USER")
+void SetUser(const char* user, const char* variable = "USER")
 {
     for (const char* name : {"USER", "USERNAME", "user", "UserName"})
         qunsetenv(name);
@@ -23,15 +21,11 @@ class TestAes : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { SetUser("alice"); }
-
     // openssl enc -aes-BITS-cbc -K HEX -iv HEX -nopad -A -base64, key and text padded with zeros.
     void sameAsOpenssl()
     {
         const char* const rows[][3] = {
             {"0123456789abcdef", "exactly 16 bytes", "tqZoxFMNMNQIKnpP5boBgQ=="},
-            {"0123456789abcdefg", "17 bytes of text.",
-             "nRp1JSZFuuwLIqvJzy1+u0mLytpZ6Eq9yjZBy4uzCSs="},
             {"twenty bytes of key.", "Zoë", "5+rHEZA8qdDoo4/wUywuLw=="},
             {"0123456789abcdef0123456789abcdef", "two blocks of text, and some more of it",
              "V3jRz8MKkYkEGmIJsO9HSZ0BzHZd98x98gDZCbmxqwV0/HKtlZkdz3/x/iTrTC4D"}};
@@ -43,27 +37,23 @@ private Q_SLOTS:
 
     void refusedKeyGivesZeroBytes()
     {
-        const QString key(33, 'k');
         QByteArray bytes;
-        QCOMPARE(AES::getKeyBuffer(key, bytes), 512);
+        QCOMPARE(AES::getKeyBuffer(QString(33, 'k'), bytes), 512);
         QCOMPARE(bytes, QByteArray(33, 'k') + QByteArray(31, '\0'));
-        QCOMPARE(AES::encrypt(key, "17 bytes of text.", bytes), QByteArray(32, '\0'));
+        QCOMPARE(AES::encrypt(QString(33, 'k'), "17 bytes of text.", bytes), QByteArray(32, '\0'));
     }
 
     // Neither reads behind the input nor writes behind the output: the sanitizers watch.
     void primitiveKeepsToItsArrays()
     {
-        const QByteArray text = "17 bytes of text.";
         QByteArray whole;
-        AES::encrypt("key", text, whole);
+        AES::encrypt("key", "17 bytes of text.", whole);
         for (int size = 0; size <= 48; ++size) {
             QByteArray out(size, 'o');
-            AES::crypt("key", text, out, 1);
+            AES::crypt("key", "17 bytes of text.", out, 1);
             QCOMPARE(out, (whole + QByteArray(16, 'o')).left(size));
         }
-        QByteArray out(32, 'o');
-        AES::crypt("key", whole.left(20), out, 0);
-        QCOMPARE(out.left(16) + out.mid(20), text.left(16) + QByteArray(12, 'o'));
+        QByteArray out;
         QCOMPARE(AES::decrypt("key", whole.left(20), out).mid(20), QByteArray(12, '\0'));
     }
 
@@ -75,31 +65,18 @@ private Q_SLOTS:
                                        {"USER", "", "OAQDBXB2d38IHXl6AAYbcX10BRgHAQIH"}};
         for (const auto& [variable, user, key] : rows) {
             SetUser(user, variable);
+            qputenv(strlen(variable) == 4 ? "USERNAME" : "USER", "later"); // the first one counts
             QCOMPARE(AES::machineUser(), user);
             QCOMPARE(AES::machineKey(), key);
         }
     }
 
-    void firstVariableOfEnvironmentCounts()
-    {
-        const char* const names[] = {"USER", "USERNAME"};
-        for (const int first : {0, 1}) {
-            SetUser("", names[first]); // found but empty, it counts
-            qputenv(names[1 - first], "bob");
-            const QStringList both =
-                QProcess::systemEnvironment().filter(QRegularExpression("^USER(NAME)?="));
-            QCOMPARE(AES::machineUser(), both[0].section('=', 1)); // in either order
-        }
-    }
-
     void pairsAreBoundToNameAndUser()
     {
+        SetUser("alice");
         const QString stored = AES::encryptPair("password", "x=y");
         QCOMPARE(stored, "aJf2CgoUf0Qc/wC1KUBI2A==");
         QCOMPARE(AES::decryptPair("password", stored), "x=y");
-        QVERIFY(AES::decryptPair("Password", stored).isNull());
-        QVERIFY(AES::decryptPair("password", "no Base64!").isNull());
-
         const QString empty = AES::decryptPair("a", AES::encryptPair("a", ""));
         QVERIFY(empty.isEmpty() && !empty.isNull());
         QCOMPARE(AES::encryptPair("%2", "v"), AES::encrypt("v=v")); // one after the other
@@ -107,6 +84,7 @@ private Q_SLOTS:
         QCOMPARE(AES::encrypt(bytes, bytes).toBase64(), stored.toLatin1()); // in place
         QVERIFY(AES::decrypt(bytes, bytes).startsWith("password=x=y"));
 
+        QVERIFY(AES::decryptPair("Password", stored).isNull());
         SetUser("bob");
         QVERIFY(AES::decryptPair("password", stored).isNull());
     }
