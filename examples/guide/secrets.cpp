@@ -9,7 +9,7 @@ void Client::StorePassword(const QString& password)
     //! [cipher]
     using tools::cipher::AES;
     const QString stored = AES::encryptPair("password", password); // with this user's key
-    const QString back = AES::decryptPair("password", stored);     // null for another name
+    const QString back = AES::decryptPair("password", stored);     // null under another name
     //! [cipher]
     Q_ASSERT(back == password);
 }

@@ -27,24 +27,25 @@ class QVCOMMON_EXPORT INumberContext : public QObject
 
 public:
     /**
-     * Kinds of addresses, the values of Type(); the first that fits, from SkypeName on.
+     * Kinds of addresses, the values of Type(). SkypeName is tried first, then ServiceAccount,
+     * PhoneNumber and SipAddress.
      *
-     * @warning ServiceAccount proves nothing: any host whose name holds that of the service is one,
-     * "service.test.attacker.test" among them.
+     * @warning ServiceAccount proves nothing: any host whose name contains that of the service
+     * counts, also "service.test.attacker.test".
      */
     enum Kind {
-        /** The host holds the service's host name; but not the host for external
-         * numbers itself, without a port. */
+        /** The host contains the service's host name, but is not the host for external numbers
+         * (without a port). */
         ServiceAccount = 0,
-        /** Digits and telephone punctuation only, not beginning with "000"; at any other host. */
+        /** Digits and telephone punctuation only, not beginning with "000", at any other host. */
         PhoneNumber = 1,
-        SipAddress = 2, ///< any other user
-        SkypeName = 3   ///< at "skype" or "skype.com"
+        SipAddress = 2, ///< any other address
+        SkypeName = 3   ///< the host is "skype" or "skype.com"
     };
 
     ~INumberContext() override;
 
-    /** What to dial: user and post-dial digits ("123,45"); from SipAddress on, URI(). */
+    /** What to dial: user and post-dial digits ("123,45"); URI() for SipAddress and SkypeName. */
     virtual QString ContactNumber() const = 0;
     /** What to show: ContactNumber(), for a Skype name with "skype: " before it. */
     virtual QString Number() const = 0;
@@ -103,8 +104,9 @@ QVCOMMON_EXPORT QSharedPointer<INumberContext>
 CreateInstance(const QString& user, const QString& host, const QString& extension);
 
 /**
- * The record of what a user typed, pasted or clicked; see tools::sip::SipId::ParseURIEx(). Never
- * null: what is no address becomes the user. A display name is dropped.
+ * The record of an address; see tools::sip::SipId::ParseURIEx(). Pass a text that a user pasted
+ * through tools::sip::Normalise() first. Never null: a text that is no address becomes the user. A
+ * display name is dropped.
  */
 QVCOMMON_EXPORT QSharedPointer<INumberContext> CreateInstance(const QString& text);
 

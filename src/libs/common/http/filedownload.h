@@ -22,7 +22,7 @@ namespace common::http {
  * using common::http::IFileDownload;
  * IFileDownload* download = common::http::CreateFileDownload(&manager, this);
  * download->SetUrl(QUrl("https://service.test/sounds.zip"));
- * download->SetFileName(cache + "/sounds.zip.part"); // renamed once it is complete
+ * download->SetFileName(cache + "/sounds.zip.part"); // UseDownload() renames it
  * download->SetExpectedSize(48213004);
  * download->SetExpectedDigest(QCryptographicHash::Sha256, digest);
  * download->SetRetryCount(3);

@@ -40,10 +40,10 @@ class RequestState;
  *     ShowProblem("The status cannot be asked for.");
  * @endcode
  *
- * A send that returned true ends with exactly one of requestFinished() and requestError(), unless
- * it is aborted, replaced by another send, or loses its manager, or a repeated attempt cannot be
- * sent (a file part was removed meanwhile, say): then it emits neither. A send that returned false
- * emits nothing.
+ * If Send(), Get() or Post() returned true, the request ends with exactly one of requestFinished()
+ * and requestError(), unless it is aborted, replaced by another send, or loses its manager, or a
+ * repeated attempt cannot be sent (a file part was removed meanwhile, say): then it emits neither.
+ * If they returned false, it emits nothing.
  *
  * An attempt is repeated, after GetAttemptIntervalOnNetworkProblem() seconds and up to
  * GetAttemptCountOnNetworkProblem() attempts in all, when it ends with a network problem (codes 1
@@ -207,12 +207,12 @@ public Q_SLOTS:
     virtual void Abort() = 0;
 
 Q_SIGNALS:
-    /** Success; the body as UTF-8 text, up to its first zero byte. Always the second of the two. */
+    /** Success; the body as UTF-8 text, up to its first zero byte. */
     void requestFinished(const QString& result);
     /** Success; the body as bytes. Emitted just before requestFinished(). */
     void requestFinishedWithBinaryData(const QByteArray& result);
     /**
-     * Final failure: no attempt is left, or the error is none that is repeated. @p result is the
+     * Final failure: no attempt is left, or errors of this kind are not repeated. @p result is the
      * body of the error reply, if any; @p errorDesc is for logs, in English.
      */
     void requestError(int error, const QString& errorDesc, const QByteArray& result = QByteArray());

@@ -16,7 +16,7 @@ namespace common::http {
  * request->Get(); // ...?name=Jane%20Roe
  * @endcode
  *
- * A GET has them behind a "?" at the very end of its URL: behind a fragment ("#...") they are lost.
+ * A GET appends them to its URL after a "?". If the URL has a fragment ("#..."), they are lost.
  *
  * Names are unique and case-sensitive. Every serialisation lists the pairs in ascending order of
  * their names (by UTF-16 code units).

@@ -59,9 +59,9 @@ class JobRelay;
  * - A new file is complete before it gets its name or replaces an old one, in one step. Where the
  *   file system has no nameless files, a copy that is killed leaves a hidden file ".qvcopy-..." that
  *   the next copy to the same name removes.
- * - Nothing is read or written outside the trees, whoever exchanges their directories for links
- *   meanwhile, and no link below a tree's destination is followed: the item fails with 700104 or
- *   700107. What was exchanged after that fails at the end.
+ * - Nothing is read or written outside the trees, even if somebody exchanges their directories for
+ *   links meanwhile, and no link below a tree's destination is followed: the item fails with 700104
+ *   or 700107. What was exchanged after that fails at the end.
  * - With succesed() everything is on the disk.
  *
  * Codes of failed(): 700102 a directory to scan does not exist, 700103 a source file does not
@@ -69,8 +69,9 @@ class JobRelay;
  * existing destination could not be removed, 700107 the file or link could not be copied, 700108
  * no thread could be started.
  *
- * The copier lives on a thread with an event loop. It may be deleted at any time outside its own
- * handlers (within them: deleteLater()); that aborts a running job and waits for the item in work.
+ * The copier lives on a thread with an event loop. It may be deleted at any time outside the
+ * slots connected to it (in these: deleteLater()). That aborts a running job and waits for the
+ * current item.
  */
 class QVCOMMON_EXPORT FileCopier : public QObject
 {
@@ -84,7 +85,7 @@ public Q_SLOTS:
     /**
      * Adds a file that is to become @p fileDestPath, the new file itself, not its directory.
      *
-     * Like the others it holds for jobs that start later, and checks nothing.
+     * Like the other Add functions, it applies to jobs that start later and checks nothing.
      */
     void AddFile(const QString& fileSourcePath, const QString& fileDestPath);
     /** Adds a link that is to be copied as a link. */
@@ -101,7 +102,7 @@ public Q_SLOTS:
     bool Copy();
 
     /**
-     * Ends the current job and waits for its thread: with @p force after the item in work or within
+     * Ends the current job and waits for its thread: with @p force after the current item or within
      * a large file, with failed() and code 700105; without @p force after the whole job. Signals that
      * are under way still arrive. The calling thread is blocked meanwhile.
      */

@@ -36,8 +36,8 @@ class JobRelay;
  * through the event loop of the remover's thread.
  *
  * - What does not exist counts as removed; an empty path names nothing.
- * - Nothing outside the trees is removed, whoever exchanges their directories for links meanwhile:
- *   the entry fails.
+ * - Nothing outside the trees is removed, even if somebody exchanges their directories for links
+ *   meanwhile: the entry fails.
  * - Links are removed as links and never followed; a tree that is itself a link of any kind, too.
  * - Hidden entries and names that are not valid UTF-8 are not removed, nor is what lies in a
  *   directory that cannot be read. The directory that holds such an entry fails with 700203.
@@ -45,8 +45,9 @@ class JobRelay;
  * Codes of failed(): 700202 aborted, 700203 a directory could not be removed, 700204 a file could
  * not be removed, 700205 no thread could be started.
  *
- * The remover lives on a thread with an event loop. It may be deleted at any time outside its own
- * handlers (within them: deleteLater()); that aborts a running job and waits for the entry in work.
+ * The remover lives on a thread with an event loop. It may be deleted at any time outside the
+ * slots connected to it (in these: deleteLater()). That aborts a running job and waits for the
+ * current entry.
  */
 class QVCOMMON_EXPORT FileRemover : public QObject
 {
@@ -57,7 +58,7 @@ public:
     ~FileRemover() override;
 
 public Q_SLOTS:
-    /** Adds a file or link. Like AddDirectory() for jobs that start later, and checks nothing. */
+    /** Adds a file or link. Like AddDirectory(), it applies to later jobs and checks nothing. */
     void AddFile(const QString& filePath);
     /** Adds a tree, itself included. */
     void AddDirectory(const QString& dirPath);
@@ -71,7 +72,7 @@ public Q_SLOTS:
     bool Remove();
 
     /**
-     * Ends the current job and waits for its thread: with @p force after the entry in work, with
+     * Ends the current job and waits for its thread: with @p force after the current entry, with
      * failed() and code 700202; without @p force after the whole job. Signals that are under way
      * still arrive. The calling thread is blocked meanwhile.
      */

@@ -14,19 +14,20 @@ namespace tools::cipher {
  * @code
  * using tools::cipher::AES;
  * const QString stored = AES::encryptPair("password", password);   // with this user's key
- * const QString back = AES::decryptPair("password", stored);       // null for another name
+ * const QString back = AES::decryptPair("password", stored);       // null under another name
  * @endcode
  *
- * Without a key of the caller's the key is derived from the name of the operating-system user, so
- * that what one user stored reads back under the same user name only.
+ * If the caller gives no key, it is derived from the user's login name, so what one user stored can
+ * be read under the same login name only.
  *
  * @warning This hides a text from a casual look; it does not protect it. The machine key follows
  * from the user name and constants in this library, so whoever reads the file and knows the user's
  * name can decrypt it. It follows from the first 24 bytes of the name repeated over and over, so
  * "bo" and "bobo" share it, as do names that begin with the same 24 bytes. The fixed IV gives equal
  * texts, and equal beginnings of 16 bytes, equal cipher texts. Nothing is authenticated: a cipher
- * text can be altered unnoticed. A key of the caller's is used as it is, without a derivation that
- * would slow down guessing. Secrets that must be safe belong into the desktop's secret service.
+ * text can be altered unnoticed. A key that the caller gives is used unchanged, without a
+ * derivation that would slow down guessing. Store secrets that must be safe in the desktop's secret
+ * service.
  *
  * **Keys** are the UTF-8 bytes of a text: up to 16 bytes select AES-128, up to 24 AES-192, up to 32
  * AES-256, shorter ones padded with zero bytes. A longer key is refused by AES: the output, in both
