@@ -3,9 +3,9 @@
 #include <qtsingleapplication/qtsingleapplication.h>
 #include <qtsingleapplication/qtsinglecoreapplication.h>
 
-#include <QHash>
-
 #include <cstdio>
+#include <functional>
+#include <string>
 
 namespace {
 
@@ -27,7 +27,7 @@ int Run(Application& application, const QString& text)
         if (message == "quit")
             QCoreApplication::quit();
         else
-            Say(QByteArray::number(qHash(message, 0)));
+            Say(QByteArray::number(quint64(std::hash<std::u16string>()(message.toStdU16String()))));
     });
     Say("server");
     return application.exec();

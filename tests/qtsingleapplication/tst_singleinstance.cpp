@@ -10,6 +10,7 @@
 
 #include <csignal>
 #include <memory>
+#include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
@@ -20,10 +21,10 @@ namespace {
 
 const QString id = "an id: Zoë's \"application\"/";
 
-// As an instance describes a message.
+// As an instance of either version of Qt describes a message.
 QByteArray Described(const QString& message)
 {
-    return QByteArray::number(qHash(message, 0));
+    return QByteArray::number(quint64(std::hash<std::u16string>()(message.toStdU16String())));
 }
 
 bool Send(const QString& message, int timeout = 20000, const QString& applicationId = id)
@@ -36,7 +37,7 @@ class Instance : public QProcess
 public:
     explicit Instance(const QString& applicationId = id, const QString& text = {})
     {
-        start(INSTANCE_PATH, {applicationId, text});
+        start(qEnvironmentVariable("QVCOMMON_INSTANCE", INSTANCE_PATH), {applicationId, text});
     }
     ~Instance() override
     {

@@ -51,7 +51,7 @@ QStringList PlainParse(const QString& text)
             parts << (group ? stored.cap(group) : QString());
         if (pattern == SipId::SkypeURIRegExp)
             parts[1] = "skype.com";
-        parts[3].remove(QRegExp("\\s"));
+        parts[3] = parts[3].simplified().remove(' ');
         return parts;
     }
     return {};
