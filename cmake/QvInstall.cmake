@@ -3,31 +3,34 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/qvcommon")
+set(cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/${QVCOMMON_NAME}")
 
-install(TARGETS qvcommon EXPORT qvcommonTargets
+install(TARGETS qvcommon EXPORT ${QVCOMMON_NAME}Targets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
-    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon" COMPONENT development
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${QVCOMMON_NAME}" COMPONENT development
     INCLUDES DESTINATION
-        "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon" # for a client's CMake before 3.23
-        "${CMAKE_INSTALL_INCLUDEDIR}/qvcommon/qtsingleapplication")
+        "${CMAKE_INSTALL_INCLUDEDIR}/${QVCOMMON_NAME}" # for a client's CMake before 3.23
+        "${CMAKE_INSTALL_INCLUDEDIR}/${QVCOMMON_NAME}/qtsingleapplication")
 if(TARGET qvcommon_idle)
     install(TARGETS qvcommon_idle
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/${QVCOMMON_MODULE_DIR}" COMPONENT runtime)
 endif()
-install(EXPORT qvcommonTargets NAMESPACE qvcommon::
+install(EXPORT ${QVCOMMON_NAME}Targets NAMESPACE qvcommon::
     DESTINATION "${cmake_dir}" COMPONENT development)
 
-configure_package_config_file(cmake/qvcommonConfig.cmake.in "${PROJECT_BINARY_DIR}/qvcommonConfig.cmake"
+list(JOIN QVCOMMON_QT_PUBLIC " " qt_components)
+string(REPLACE "${QVCOMMON_QT}::" "" qt_components "${qt_components}")
+configure_package_config_file(cmake/qvcommonConfig.cmake.in
+    "${PROJECT_BINARY_DIR}/${QVCOMMON_NAME}Config.cmake"
     INSTALL_DESTINATION "${cmake_dir}"
     NO_SET_AND_CHECK_MACRO)
-write_basic_package_version_file("${PROJECT_BINARY_DIR}/qvcommonConfigVersion.cmake"
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/${QVCOMMON_NAME}ConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
 install(FILES
-    "${PROJECT_BINARY_DIR}/qvcommonConfig.cmake"
-    "${PROJECT_BINARY_DIR}/qvcommonConfigVersion.cmake"
+    "${PROJECT_BINARY_DIR}/${QVCOMMON_NAME}Config.cmake"
+    "${PROJECT_BINARY_DIR}/${QVCOMMON_NAME}ConfigVersion.cmake"
     DESTINATION "${cmake_dir}" COMPONENT development)
-export(EXPORT qvcommonTargets NAMESPACE qvcommon::)
+export(EXPORT ${QVCOMMON_NAME}Targets NAMESPACE qvcommon::)
 
 # The file may be moved along with the tree: its paths start from where it lies.
 file(RELATIVE_PATH pc_prefix
@@ -39,8 +42,10 @@ foreach(dir LIBDIR INCLUDEDIR)
         set(pc_${dir} "${CMAKE_INSTALL_${dir}}")
     endif()
 endforeach()
-configure_file(cmake/qvcommon.pc.in qvcommon.pc @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/qvcommon.pc"
+list(JOIN QVCOMMON_QT_PUBLIC " >= ${QVCOMMON_QT_MINIMUM} " pc_requires)
+string(REPLACE "::" "" pc_requires "${pc_requires} >= ${QVCOMMON_QT_MINIMUM}")
+configure_file(cmake/qvcommon.pc.in ${QVCOMMON_NAME}.pc @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/${QVCOMMON_NAME}.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
 if(TARGET qvtool)

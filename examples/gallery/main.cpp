@@ -25,6 +25,14 @@ int TakePictures(GalleryWindow& window, const QString& directory,
     return files.isEmpty() ? 1 : 0;
 }
 
+void SharpenPictures()
+{
+#if QT_VERSION_MAJOR < 6 // which needs to be told
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+#endif
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -34,8 +42,7 @@ int main(int argc, char* argv[])
             return QByteArray(argument).startsWith("--screenshot");
         }))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    SharpenPictures();
     QtSingleApplication application("libqvcommon-gallery", argc, argv);
     QCoreApplication::setApplicationName("gallery");
 

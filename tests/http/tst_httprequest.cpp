@@ -100,7 +100,8 @@ private Q_SLOTS:
         const QString damagedLine = "4 http.request OnRequestFinished: Failed to decompress gzip, "
                                     "using uncompressed data!";
         const auto raw = [](const QByteArray& bytes) {
-            return QStringList{"binary " + QString::fromLatin1(bytes), "text " + QString(bytes)};
+            return QStringList{"binary " + QString::fromLatin1(bytes),
+                               "text " + QString::fromUtf8(bytes.constData())};
         };
         const auto status = [](int code, const char* reason) {
             return Reply::Status(code, reason, "why");

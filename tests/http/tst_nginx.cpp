@@ -87,7 +87,7 @@ private:
         [&] {
             QTRY_COMPARE(record.Finals(), 1);
         }();
-        return record.Signals().value(1) == "text what it sends" ? "success" : record.ErrorText();
+        return record.Signals().value(1) == "text HTTP/1.1" ? "success" : record.ErrorText();
     }
 
     // Verified by that authority, or not verified.
@@ -119,7 +119,6 @@ private Q_SLOTS:
         Certify("right", "DNS:localhost,IP:127.0.0.1", "1");
         Certify("elsewhere", "DNS:elsewhere.test,IP:127.0.0.2", "1");
         Certify("expired", "DNS:localhost,IP:127.0.0.1", "-1");
-        WriteFile(Path("text"), "what it sends");
         const char* const certificates[listeners] = {
             "cert;",
             "cert; ssl_client_certificate cert; ssl_verify_client on;",
@@ -129,10 +128,10 @@ private Q_SLOTS:
             "expired;"};
         QString config = "daemon off; master_process off; pid pid; events {} http { access_log "
                          "off; client_body_temp_path t1; proxy_temp_path t2; fastcgi_temp_path t3; "
-                         "uwsgi_temp_path t4; scgi_temp_path t5; root " +
-                         directory_.path() + "; ssl_certificate_key key; ";
+                         "uwsgi_temp_path t4; scgi_temp_path t5; ssl_certificate_key key; ";
         for (int i = 0; i < listeners; ++i)
-            config += QString("server { listen 127.0.0.1:%1 ssl; ssl_certificate %2 } ")
+            config += QString("server { listen 127.0.0.1:%1 ssl http2; "
+                              "return 200 $server_protocol; ssl_certificate %2 } ")
                           .arg(QString::number(ports_[i].socket.localPort()), certificates[i]);
         WriteFile(Path("config"), config.toUtf8() + "}");
 
@@ -211,7 +210,7 @@ private Q_SLOTS:
     void toolVerifies()
     {
         const QString url = Url(SelfSigned).toString();
-        QCOMPARE(OutputOf(QVTOOL_PATH, {"get", "--insecure", url}), QByteArray("what it sends"));
+        QCOMPARE(OutputOf(QVTOOL_PATH, {"get", "--insecure", url}), QByteArray("HTTP/1.1"));
         QCOMPARE(QProcess::execute(QVTOOL_PATH, {"get", url}), 1);
     }
 };

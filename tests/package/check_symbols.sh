@@ -12,17 +12,18 @@ library=$1
 list=$2
 
 exported() {
-    # Names as they are written in C++; an absolute symbol is only the name of the version.
-    nm --dynamic --demangle --defined-only --without-symbol-versions "$library" |
-        sed -E -e '/^[0-9a-f]+ A /d' -e 's/^[0-9a-f]* *[A-Za-z] //' | LC_ALL=C sort -u
+    # Names as they are written in C++; an absolute symbol is only the name of the version, and what
+    # is local is not for others.
+    nm --dynamic --demangle --defined-only --with-symbol-versions "$library" |
+        sed -E -e '/^[0-9a-f]+ [Ar] /d' -e 's/^[0-9a-f]* *[A-Za-z] //' -e 's/@@/@/' | LC_ALL=C sort -u -t @ -k 1,1
 }
 
 listed() {
-    sed -nE 's/^ \(c\+\+\)"(.*)@QVCOMMON_1" .*/\1/p' "$list"
+    sed -nE 's/^ \(c\+\+\)"(.*)" .*/\1/p' "$list" | LC_ALL=C sort -u -t @ -k 1,1
 }
 
 if [[ -n $since ]]; then
-    exported | sed 's/.*/ (c++)"&@QVCOMMON_1"/' | awk -v since="$since" '
+    exported | sed 's/.*/ (c++)"&"/' | awk -v since="$since" '
         { name = $0 }
         NR == FNR && sub(/^ \(c\+\+\).*" /, "") { sub(/ [^ ]+$/, "", name); known[name] = $0; next }
         NR == FNR { print; next }

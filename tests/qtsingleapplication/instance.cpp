@@ -3,9 +3,9 @@
 #include <qtsingleapplication/qtsingleapplication.h>
 #include <qtsingleapplication/qtsinglecoreapplication.h>
 
-#include <QHash>
-
 #include <cstdio>
+#include <functional>
+#include <string>
 
 namespace {
 
@@ -19,7 +19,8 @@ int Run(Application& application)
         if (message == "quit")
             QCoreApplication::quit();
         else
-            puts(QByteArray::number(qHash(message, 0)).constData());
+            puts(QByteArray::number(quint64(std::hash<std::u16string>()(message.toStdU16String())))
+                     .constData());
     });
     puts("server");
     return application.exec();

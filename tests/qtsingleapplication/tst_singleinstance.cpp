@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <future>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -17,10 +18,10 @@ namespace {
 
 const QString id = "an id: Zoë's \"application\"/";
 
-// As an instance describes a message.
+// As an instance of either version of Qt describes a message.
 QByteArray Described(const QString& message)
 {
-    return QByteArray::number(qHash(message, 0));
+    return QByteArray::number(quint64(std::hash<std::u16string>()(message.toStdU16String())));
 }
 
 bool Send(const QString& message, const QString& applicationId = id)
@@ -31,7 +32,10 @@ bool Send(const QString& message, const QString& applicationId = id)
 class Instance : public QProcess
 {
 public:
-    explicit Instance(const QString& applicationId = id) { start(INSTANCE_PATH, {applicationId}); }
+    explicit Instance(const QString& applicationId = id)
+    {
+        start(qEnvironmentVariable("QVCOMMON_INSTANCE", INSTANCE_PATH), {applicationId});
+    }
     ~Instance() override
     {
         kill();

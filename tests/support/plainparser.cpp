@@ -51,7 +51,7 @@ QStringList PlainParse(const QString& text)
             parts[1] = "skype.com";
         if (!groups[4])
             parts[4] = "kept";
-        parts[3].remove(QRegExp("\\s"));
+        parts[3] = parts[3].simplified().remove(' ');
         return parts;
     }
     return {};

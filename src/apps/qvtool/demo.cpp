@@ -249,7 +249,7 @@ private:
         }
         const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
         Say(QString("%1 lines, the last ones:").arg(lines.size()));
-        for (const QByteArray& line : lines.mid(std::max(0, lines.size() - 3)))
+        for (const QByteArray& line : lines.mid(std::max<qsizetype>(0, lines.size() - 3)))
             Say(QString::fromUtf8(line));
         return lines.size() > 3;
     }

@@ -154,6 +154,7 @@ int Download(Call& call)
     Network network;
     const std::unique_ptr<IFileDownload> download(
         common::http::CreateFileDownload(&network, nullptr));
+    download->SetRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     Configure(*download, call);
     Target target(call.Positional(1));
     if (target.Path().isEmpty())

@@ -27,7 +27,6 @@ void SetProxy(const char* name, const QByteArray& proxy)
 
 Network::Network()
 {
-    setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     connect(this, &QNetworkAccessManager::finished, this, &Network::Remember);
 }
 

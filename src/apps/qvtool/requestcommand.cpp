@@ -140,6 +140,7 @@ int Get(Call& call)
 {
     Network network;
     const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network, nullptr));
+    request->SetRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     Configure(*request, call);
     return call.IsRejected() ? call.Rejection() : Send(call, network, *request, IHttpRequest::GET);
 }
@@ -147,7 +148,6 @@ int Get(Call& call)
 int Post(Call& call)
 {
     Network network;
-    network.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
     const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network, nullptr));
     Configure(*request, call);
     const bool isMultiPart = call.Has("part") || call.Has("file");

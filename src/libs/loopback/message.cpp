@@ -15,7 +15,7 @@ bool ParseHead(const QByteArray& head, Request& request)
     request.method = words[0];
     request.target = words[1];
     for (const QByteArray& line : qAsConst(lines)) {
-        const int colon = line.indexOf(':');
+        const qsizetype colon = line.indexOf(':');
         if (colon <= 0)
             return false;
         request.headers << qMakePair(line.left(colon), line.mid(colon + 1).trimmed());
@@ -32,7 +32,7 @@ QByteArray Request::Path() const
 
 QByteArray Request::Query() const
 {
-    const int mark = target.indexOf('?');
+    const qsizetype mark = target.indexOf('?');
     return mark < 0 ? QByteArray() : target.mid(mark + 1);
 }
 
@@ -73,14 +73,14 @@ Reply Reply::Dropped()
 RequestParser::Result RequestParser::Take(QByteArray& buffer, Request& request)
 {
     const QByteArray headEnd = "\r\n\r\n";
-    const int headSize = buffer.indexOf(headEnd);
+    const qsizetype headSize = buffer.indexOf(headEnd);
     if (headSize < 0)
         return buffer.size() > maxHeadSize ? Malformed : Incomplete;
 
     Request parsed;
     if (!ParseHead(buffer.left(headSize), parsed))
         return Malformed;
-    const int bodyStart = headSize + headEnd.size();
+    const qsizetype bodyStart = headSize + headEnd.size();
     const int bodySize = parsed.Header("Content-Length").toInt();
     if (bodySize < 0)
         return Malformed;

@@ -17,7 +17,7 @@ constexpr int longestDirectory = 60; // leaves room for the names in it
 QByteArray Session()
 {
     QByteArray display = qgetenv("DISPLAY");
-    const int screen = display.indexOf('.', display.lastIndexOf(':'));
+    const qsizetype screen = display.indexOf('.', display.lastIndexOf(':'));
     if (screen >= 0) // ":0" and ":0.1" are screens of one server
         display.truncate(screen);
     if (!display.isEmpty())

@@ -3,7 +3,8 @@
 #include "common/deployment_p.h"
 #include "common/tools/sip/sipid.h"
 
-#include <QRegExp>
+#include <algorithm>
+#include <iterator>
 
 namespace common::contact::number {
 
@@ -38,10 +39,13 @@ int KindOf(const QString& user, const QString& host)
     return INumberContext::PhoneNumber;
 }
 
-QString PostDialDigits(QString text)
+QString PostDialDigits(const QString& text)
 {
-    static const QRegExp others(QStringLiteral("[^0-9a-fA-F*#]+"));
-    return text.remove(QRegExp(others)); // a copy: matching changes it
+    const QString allowed = QStringLiteral("0123456789abcdefABCDEF*#");
+    QString digits;
+    std::copy_if(text.cbegin(), text.cend(), std::back_inserter(digits),
+                 [&](QChar c) { return allowed.contains(c); });
+    return digits;
 }
 
 } // namespace

@@ -24,6 +24,12 @@ constexpr qint64 replyBufferSize = Q_INT64_C(4) << 20;
 
 quint64 nextId = 100000;
 
+// Null if it is not of the library's own class.
+IHttpRequest* RequestOf(const IFileDownload& download)
+{
+    return download.findChild<IHttpRequest*>(QString(), Qt::FindDirectChildrenOnly);
+}
+
 } // namespace
 
 // What a download knows beyond the members of its class, which no longer change. A child of it.
@@ -46,8 +52,16 @@ IFileDownload::~IFileDownload() = default;
 
 bool IFileDownload::SetPeerVerification(bool verify, const QList<QSslCertificate>& authorities)
 {
-    auto* request = findChild<IHttpRequest*>(QString(), Qt::FindDirectChildrenOnly);
+    IHttpRequest* request = RequestOf(*this);
     return request && request->SetPeerVerification(verify, authorities);
+}
+
+bool IFileDownload::SetRedirectPolicy(QNetworkRequest::RedirectPolicy policy)
+{
+    IHttpRequest* request = RequestOf(*this);
+    if (request)
+        request->SetRedirectPolicy(policy);
+    return request != nullptr;
 }
 
 bool IFileDownload::SetExpectedDigest(QCryptographicHash::Algorithm algorithm,

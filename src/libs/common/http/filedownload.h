@@ -134,6 +134,13 @@ public:
     bool SetPeerVerification(bool verify, const QList<QSslCertificate>& authorities = {});
 
     /**
+     * Which redirects to follow; see IHttpRequest::SetRedirectPolicy().
+     *
+     * @return false if this is not the library's own implementation
+     */
+    bool SetRedirectPolicy(QNetworkRequest::RedirectPolicy policy);
+
+    /**
      * Expected digest in hexadecimal, letter case ignored, beside the MD5 one; empty (the default)
      * for any. Use SHA-256: unlike with MD5, nobody can make another file with the same digest.
      *

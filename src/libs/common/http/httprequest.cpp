@@ -42,6 +42,13 @@ int HttpStatus(const QNetworkReply& reply)
     return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
+// Whether redirects are followed if nobody has decided about it: in Qt 6 they would be.
+bool FollowsUnasked(const QNetworkAccessManager& manager)
+{
+    static const auto unasked = QNetworkAccessManager().redirectPolicy();
+    return unasked != QNetworkRequest::ManualRedirectPolicy && manager.redirectPolicy() == unasked;
+}
+
 QString HttpReason(const QNetworkReply& reply)
 {
     return reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
@@ -78,6 +85,11 @@ bool IHttpRequest::SetPeerVerification(bool verify, const QList<QSslCertificate>
     state->verifiesPeer = verify;
     state->authorities = authorities;
     return true;
+}
+
+void IHttpRequest::SetRedirectPolicy(QNetworkRequest::RedirectPolicy policy)
+{
+    SetAttribute(QNetworkRequest::RedirectPolicyAttribute, policy);
 }
 
 IHttpRequest* CreateHttpRequest(QNetworkAccessManager* manager, QObject* parent)
@@ -310,6 +322,10 @@ QNetworkRequest HttpRequest::BuildRequest()
         request.setRawHeader(it.key().toUtf8(), it.value().toUtf8());
     if (!rawHeaders_.contains(acceptEncoding))
         request.setRawHeader(acceptEncoding.toUtf8(), "gzip");
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false); // as ever
+    if (FollowsUnasked(*manager_))
+        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                             QNetworkRequest::ManualRedirectPolicy);
     for (auto it = attributes_.cbegin(); it != attributes_.cend(); ++it)
         request.setAttribute(it.key(), it.value());
     return request;
@@ -539,7 +555,7 @@ void HttpRequest::ReportSuccess(const QByteArray& body)
     const QPointer<HttpRequest> self(this); // a slot may delete it
     Q_EMIT requestFinishedWithBinaryData(body);
     if (self)
-        Q_EMIT requestFinished(QString::fromUtf8(body)); // up to the first zero byte
+        Q_EMIT requestFinished(QString::fromUtf8(body.constData())); // up to a zero byte
 }
 
 void HttpRequest::ReportFailure(const Outcome& outcome)

@@ -59,8 +59,8 @@ class RequestState;
  *
  * Error codes are QNetworkReply::NetworkError values. A reply's HTTP error status arrives as such
  * a code (404 as 203), and a status below 200 with nothing behind it as 399; redirects are not
- * followed unless the caller sets the attribute for it. Replies with "Content-Encoding: gzip" are
- * decoded.
+ * followed unless SetRedirectPolicy() asks for it. Replies with "Content-Encoding: gzip" are
+ * decoded. HTTP/2 is not used.
  *
  * @warning The peer's TLS certificate is not verified, whatever IgnoreSSLErrors() says, unless
  * SetPeerVerification() asks for it: the connection is encrypted, but the server is not
@@ -179,6 +179,13 @@ public:
      * @return false if this is not the library's own implementation: there is no limit then
      */
     bool SetMaxReplySize(qint64 bytes);
+
+    /**
+     * Which redirects to follow, for later sends: the attribute RedirectPolicyAttribute. As long as
+     * it is not set, the policy of the manager counts if that is not Qt's default; else none is
+     * followed.
+     */
+    void SetRedirectPolicy(QNetworkRequest::RedirectPolicy policy);
 
     /**
      * Whether to verify TLS peers, for later sends; default false. The certificates must lead to

@@ -23,7 +23,7 @@ int NumberOf(const QList<QSslCertificate>& authorities)
     const QMutexLocker lock(&mutex);
     int& number = numbers[hash.result()];
     if (number == 0)
-        number = numbers.size();
+        number = int(numbers.size());
     return number;
 }
 

@@ -3,6 +3,8 @@
 #include "common/logger/ilogger.h"
 #include "common/logger/statements_p.h"
 
+#include <QIODevice>
+
 namespace common::logger {
 
 namespace {

@@ -91,7 +91,7 @@ CopyItem CopyWork::Given(const CopyPaths& item)
 Place CopyWork::GivenDestination(const QString& path)
 {
     const QByteArray bytes = QFile::encodeName(path);
-    const int slash = bytes.lastIndexOf('/');
+    const qsizetype slash = bytes.lastIndexOf('/');
     const QByteArray directory = slash < 0 ? "." : slash == 0 ? "/" : bytes.left(slash);
     if (!to_ || HasMoved() || to_->Root() != directory)
         to_.emplace(noNames_, directory, OpenDirectories::MakeMissing);

@@ -205,7 +205,7 @@ int FileRemoveTask::ScanPath(const QString& root, const QString& path, QStringLi
 int FileRemoveTask::RemoveAll()
 {
     Work& work = JobThread<Work>::Of(thread_);
-    int total = files_.size() + directories_.size();
+    int total = int(files_.size() + directories_.size());
     for (const RemovalTree& tree : work)
         total += int(tree.files.size() + tree.names.DirectoryCount()) - 1;
     int current = 0;

@@ -4,7 +4,11 @@
 #include "common/tools/idlewatcher_p.h"
 #include "common/tools/sessionidlebackend_p.h"
 
+#include <QGuiApplication>
+
+#if QT_VERSION_MAJOR < 6
 #include <QX11Info>
+#endif
 
 #include <cstdlib>
 #include <memory>
@@ -28,6 +32,19 @@ struct Free
     void operator()(void* memory) const { free(memory); }
 };
 
+// That of Qt, or null without an X server.
+xcb_connection_t* Connection()
+{
+#if QT_VERSION_MAJOR < 6
+    return QX11Info::connection();
+#else
+    const auto* application = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+    const auto* x11 =
+        application ? application->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
+#endif
+}
+
 // The server would break the connection for a request of an extension that it does not have.
 bool HasScreenSaver(xcb_connection_t* connection)
 {
@@ -41,7 +58,7 @@ IIdleBackend::~IIdleBackend() = default;
 
 XcbIdleBackend::XcbIdleBackend() : screen(nullptr)
 {
-    xcb_connection_t* connection = QX11Info::connection();
+    xcb_connection_t* connection = Connection();
     if (connection && !xcb_connection_has_error(connection))
         screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
 }
@@ -50,7 +67,7 @@ XcbIdleBackend::~XcbIdleBackend() = default;
 
 bool XcbIdleBackend::isAvailable() const
 {
-    xcb_connection_t* connection = screen ? QX11Info::connection() : nullptr;
+    xcb_connection_t* connection = screen ? Connection() : nullptr;
     return connection && !xcb_connection_has_error(connection) && HasScreenSaver(connection);
 }
 
@@ -58,7 +75,7 @@ int XcbIdleBackend::getSeconds() const
 {
     if (!isAvailable())
         return Unavailable();
-    xcb_connection_t* connection = QX11Info::connection();
+    xcb_connection_t* connection = Connection();
     const auto cookie = xcb_screensaver_query_info(connection, screen->root);
     const std::unique_ptr<xcb_screensaver_query_info_reply_t, Free> reply(
         xcb_screensaver_query_info_reply(connection, cookie, nullptr));

@@ -4,12 +4,12 @@
 
 namespace tools {
 
-CInsertionFixupValidator::CInsertionFixupValidator(QObject* parent) : QRegExpValidator(parent)
+CInsertionFixupValidator::CInsertionFixupValidator(QObject* parent) : RegExpValidator(parent)
 {
 }
 
 CInsertionFixupValidator::CInsertionFixupValidator(const QRegExp& regExp, QObject* parent)
-    : QRegExpValidator(regExp, parent)
+    : RegExpValidator(regExp, parent)
 {
 }
 
@@ -31,15 +31,15 @@ QValidator::State CInsertionFixupValidator::validate(QString& input, int& pos) c
 {
     const QString original = input;
     fixup(input);
-    pos = qBound(0, pos, original.size());
+    pos = qBound(0, pos, int(original.size()));
     if (pos == original.size()) {
-        pos = input.size();
+        pos = int(input.size());
     } else if (input.size() != original.size()) {
         QString before = original.left(pos);
         CInsertionFixupValidator::fixup(before);
-        pos = std::min(before.size(), input.size());
+        pos = int(std::min(before.size(), input.size()));
     }
-    return QRegExpValidator::validate(input, pos);
+    return RegExpValidator::validate(input, pos);
 }
 
 } // namespace tools

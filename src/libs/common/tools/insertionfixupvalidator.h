@@ -1,9 +1,8 @@
 #pragma once
 
 #include "common/qvcommon_export.h"
+#include "common/tools/regexpvalidator.h"
 
-#include <QRegExp>
-#include <QRegExpValidator>
 #include <QString>
 
 namespace tools {
@@ -25,7 +24,7 @@ namespace tools {
  * characters, half of which go, takes about 0.3 s. A QLineEdit takes 32,767 at most, for which that
  * is 3 to 7 s, depending on the pattern. Set QLineEdit::setMaxLength() where a field is short.
  */
-class QVCOMMON_EXPORT CInsertionFixupValidator : public QRegExpValidator
+class QVCOMMON_EXPORT CInsertionFixupValidator : public RegExpValidator
 {
     Q_OBJECT
 
@@ -43,7 +42,7 @@ public:
     void fixup(QString& input) const override;
 
     /**
-     * Calls fixup(), once, then judges the text that is left as QRegExpValidator does.
+     * Calls fixup(), once, then judges the text that is left as RegExpValidator does.
      *
      * @param[in,out] input the text of the field
      * @param[in,out] pos   the cursor; stays where it is if the length does, otherwise behind what

@@ -1,9 +1,9 @@
 #include "common/tools/qcompressor.h"
 
+#include "common/tools/arraysize_p.h"
 #include "common/tools/gunzip_p.h"
 
 #include <algorithm>
-#include <limits>
 #include <new>
 
 #include <zlib.h>
@@ -12,8 +12,6 @@ namespace tools {
 
 namespace {
 
-// What a QByteArray can hold, its header and final zero allowed for.
-constexpr int maxOutputSize = std::numeric_limits<int>::max() - 64;
 constexpr int gzipWindowBits = 15 + 16; // 32 KiB window, gzip wrapper
 constexpr int memoryLevel = 8;
 
@@ -46,13 +44,15 @@ int NextSize(qint64 produced, qint64 consumed, qint64 inputSize, int maxSize)
 // with what was made in the output, be it in a call that failed.
 bool Run(Stream& stream, const QByteArray& input, QByteArray& output, int maxSize)
 {
+    if (input.size() > maxArraySize)
+        return false;
     z_stream& z = stream.z;
     z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(input.constData())); // only read
     z.avail_in = static_cast<uInt>(input.size());
     int result = Z_OK;
     while ((result == Z_OK || result == Z_BUF_ERROR) && z.avail_out == 0 &&
            output.size() < maxSize) {
-        const int produced = output.size();
+        const qsizetype produced = output.size();
         const int size = NextSize(produced, input.size() - z.avail_in, input.size(), maxSize);
         output.reserve(size);
         output.resize(size);
@@ -71,7 +71,7 @@ bool Deflate(const QByteArray& input, QByteArray& output, int level)
     Stream stream{deflate, deflateEnd};
     return deflateInit2(&stream.z, qBound(-1, level, 9), Z_DEFLATED, gzipWindowBits, memoryLevel,
                         Z_DEFAULT_STRATEGY) == Z_OK &&
-           Run(stream, input, output, maxOutputSize);
+           Run(stream, input, output, maxArraySize);
 }
 
 bool Inflate(const QByteArray& input, QByteArray& output, int maxSize)
@@ -102,7 +102,7 @@ bool QCompressor::gzipCompress(const QByteArray& input, QByteArray& output, int 
 
 bool QCompressor::gzipDecompress(const QByteArray& input, QByteArray& output)
 {
-    return Gunzip(input, output, maxOutputSize - 1) == GunzipResult::Done;
+    return Gunzip(input, output, maxArraySize - 1) == GunzipResult::Done;
 }
 
 GunzipResult Gunzip(const QByteArray& input, QByteArray& output, int maxSize)

@@ -1,14 +1,16 @@
 #include "common/tools/version.h"
 
-#include <QRegExp>
-#include <QStringList>
-
 #include <algorithm>
 #include <iterator>
 
 namespace common {
 
 namespace {
+
+bool IsSeparator(QChar c)
+{
+    return c == '-' || c == ',' || c == '_' || c == '.';
+}
 
 // QString::toUInt() alone would also take a sign and white space.
 unsigned int Number(const QString& piece)
@@ -44,10 +46,14 @@ Version::Version(const char* text) : Version(QString::fromUtf8(text))
 
 bool Version::parse(const QString& text)
 {
-    static const QRegExp separator(QStringLiteral("[-,_.]"));
-    const QStringList pieces = text.split(QRegExp(separator)); // a copy: matching changes it
-    const int count = std::min(pieces.size(), static_cast<int>(std::size(parts_)));
-    std::transform(pieces.cbegin(), pieces.cbegin() + count, std::begin(parts_), Number);
+    auto piece = text.cbegin();
+    for (unsigned int& part : parts_) {
+        const auto end = std::find_if(piece, text.cend(), IsSeparator);
+        part = Number(QString(piece, int(end - piece)));
+        if (end == text.cend())
+            break;
+        piece = end + 1;
+    }
     return true;
 }
 

@@ -53,7 +53,7 @@ bool PatternLayout::Parse(const std::string& pattern, std::vector<Piece>& pieces
         QStringLiteral("\\G(?:([^%]+)|%(-?[0-9]{0,3})([ptcm])(?!\\{)|%(n)(?!\\{)|"
                        "%d\\{([^}]*%[^}]*)\\})"));
     const QString text = QString::fromLatin1(pattern.data(), static_cast<int>(pattern.size()));
-    int end = 0;
+    qsizetype end = 0;
     while (end < text.size()) {
         const auto match = plain.match(text, end);
         if (!match.hasMatch())

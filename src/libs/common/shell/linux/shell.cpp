@@ -32,8 +32,17 @@ public:
         waitForFinished(killTimeout);
     }
 
-protected:
-    void setupChildProcess() override { setpgid(0, 0); }
+#if QT_VERSION_MAJOR < 6
+    void setupChildProcess() override
+    {
+        setpgid(0, 0);
+    }
+#else
+    GroupProcess()
+    {
+        setChildProcessModifier([] { setpgid(0, 0); });
+    }
+#endif
 };
 
 // The desktop file of the program that opens folders; empty if nobody tells.
@@ -43,7 +52,7 @@ QString FolderHandler()
     query.start(QStringLiteral("xdg-mime"), {QStringLiteral("query"), QStringLiteral("default"),
                                              QStringLiteral("inode/directory")});
     query.waitForFinished(answerTimeout);
-    const QString answer = QString::fromUtf8(query.readLine()).simplified();
+    const QString answer = QString::fromUtf8(query.readLine().constData()).simplified();
     query.KillGroup();
     return answer;
 }

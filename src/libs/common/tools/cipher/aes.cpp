@@ -3,6 +3,8 @@
 
 #include "common/tools/cipher/aes.h"
 
+#include "common/tools/arraysize_p.h"
+
 #include <QProcess>
 #include <QStringList>
 
@@ -21,14 +23,14 @@ constexpr char mixingText[] = "C7E21D4F90A84B6E8D35F0A2B61C9E47";
 constexpr char fallbackUser[] = "{3F7A2C91-8B4D-4E06-A1C5-92D7E0B4F638}";
 constexpr int machineKeyLength = 32;
 
-int RoundedUp(int size)
+qsizetype RoundedUp(qsizetype size)
 {
     return (size + AES_BLOCK_SIZE - 1) / AES_BLOCK_SIZE * AES_BLOCK_SIZE;
 }
 
-QByteArray ZeroPadded(const QByteArray& bytes, int size)
+QByteArray ZeroPadded(const QByteArray& bytes, qsizetype size)
 {
-    return bytes + QByteArray(std::max(0, size - bytes.size()), '\0');
+    return bytes + QByteArray(int(std::max<qsizetype>(0, size - bytes.size())), '\0');
 }
 
 unsigned char* Bytes(QByteArray& array)
@@ -44,9 +46,11 @@ bool SetKey(const QString& key, int enc, AES_KEY& schedule)
                 : AES_set_decrypt_key(Bytes(buffer), bits, &schedule)) == 0;
 }
 
-// OpenSSL works on whole blocks, in place. Zero bytes if it refuses the key.
+// OpenSSL works on whole blocks, in place. Zero bytes if it refuses the key, none of too many.
 QByteArray CryptBlocks(const QString& key, const QByteArray& in, int enc)
 {
+    if (in.size() > maxArraySize)
+        return QByteArray();
     QByteArray blocks = ZeroPadded(in, RoundedUp(in.size()));
     AES_KEY schedule;
     if (SetKey(key, enc, schedule)) {
@@ -84,7 +88,7 @@ const char* AES::ivec()
 QByteArray& AES::crypt(const QString& key, const QByteArray& in, QByteArray& out, int enc)
 {
     const QByteArray blocks = CryptBlocks(key, in, enc);
-    const int size = std::min(out.size(), enc ? blocks.size() : in.size());
+    const qsizetype size = std::min({out.size(), blocks.size(), enc ? blocks.size() : in.size()});
     std::copy_n(blocks.cbegin(), size, out.begin());
     return out;
 }

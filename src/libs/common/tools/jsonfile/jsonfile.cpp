@@ -1,6 +1,7 @@
 #include "common/tools/jsonfile/jsonfile.h"
 
 #include "common/logger/log.h"
+#include "common/tools/arraysize_p.h"
 #include "common/tools/cipher/aes.h"
 
 #include <QDir>
@@ -44,7 +45,9 @@ bool ReadAll(const QString& fileName, QByteArray& content)
     QFile file(fileName);
     if (info.isNativePath() ? !OpenRegular(info.filePath(), file) : !file.open(QIODevice::ReadOnly))
         return false;
-    content = file.readAll(); // nothing, without an error, of a file above 2 GiB
+    if (file.size() > maxArraySize)
+        return false;
+    content = file.readAll();
     return file.error() == QFileDevice::NoError && content.size() >= file.size();
 }
 
@@ -53,6 +56,8 @@ std::optional<QByteArray> Serialise(const QJsonDocument& document, const QString
 {
     try {
         QByteArray content = document.toJson();
+        if (content.size() > maxArraySize)
+            return std::nullopt;
         if (!key.isEmpty())
             AES::encrypt(key, content, content);
         return content;
@@ -63,7 +68,7 @@ std::optional<QByteArray> Serialise(const QJsonDocument& document, const QString
 
 QByteArray WithoutPadding(QByteArray content)
 {
-    int size = content.size();
+    qsizetype size = content.size();
     while (size > 0 && content.at(size - 1) == '\0')
         --size;
     content.truncate(size);

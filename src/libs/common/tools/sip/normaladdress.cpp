@@ -45,11 +45,11 @@ QString DecodedUser(const QString& text)
 {
     static const QRegularExpression percent(QStringLiteral("%([0-9A-Fa-f]{2})?"));
     QString user;
-    int end = 0;
+    qsizetype end = 0;
     for (auto matches = percent.globalMatch(text); matches.hasNext();) {
         const auto match = matches.next();
         const QChar c(match.captured(1).toInt(nullptr, 16));
-        user += text.midRef(end, match.capturedStart() - end);
+        user += text.mid(end, match.capturedStart() - end);
         end = match.capturedEnd();
         if (!match.hasMatch() || match.captured(1).isEmpty())
             user += QLatin1String("%25");
@@ -58,7 +58,7 @@ QString DecodedUser(const QString& text)
         else
             user += match.captured();
     }
-    return user + text.midRef(end);
+    return user + text.mid(end);
 }
 
 bool IsSeparator(QChar c)
@@ -85,10 +85,10 @@ QString UnquotedName(QString name)
 }
 
 // Where a quoted text at the start ends; 0 if there is none.
-int EndOfQuotes(const QString& text)
+qsizetype EndOfQuotes(const QString& text)
 {
     static const QRegularExpression quoted(QStringLiteral(R"(^"(?:[^"\\]++|\\.)*+")"));
-    return std::max(0, quoted.match(text).capturedEnd());
+    return std::max<qsizetype>(0, quoted.match(text).capturedEnd());
 }
 
 bool IsIpAddress(const QString& text)
@@ -174,8 +174,8 @@ private:
     // Of "name <address> parameters" the address.
     QString TakeBrackets(const QString& text)
     {
-        const int open = text.indexOf(QLatin1Char('<'), EndOfQuotes(text));
-        const int close = open < 0 ? -1 : text.indexOf(QLatin1Char('>'), open);
+        const qsizetype open = text.indexOf(QLatin1Char('<'), EndOfQuotes(text));
+        const qsizetype close = open < 0 ? -1 : text.indexOf(QLatin1Char('>'), open);
         if (close < 0)
             return text;
         address_.displayName = UnquotedName(text.left(open).trimmed());
@@ -321,7 +321,7 @@ private:
             digits.remove(trunkPrefix);
             number.dropped << trunkPrefix;
         }
-        const int pause = digits.indexOf(comma);
+        const qsizetype pause = digits.indexOf(comma);
         AddDigits(number, digits.left(pause));
         AddPostDial(number, pause < 0 ? QString() : digits.mid(pause));
         const QStringList parameters = text.split(QLatin1Char(';')).mid(1);
@@ -351,7 +351,7 @@ private:
     // What follows a "?" in a link.
     QString WithoutHeaders(const QString& link)
     {
-        const int start = link.indexOf(QLatin1Char('?'));
+        const qsizetype start = link.indexOf(QLatin1Char('?'));
         if (start < 0)
             return link;
         Drop(link.mid(start));

@@ -137,7 +137,7 @@ bool SipId::IsValid(const QString& id)
 int SipId::CheckDomain(const QString& id)
 {
     static const QRegExp hostSymbols = IgnoringCase(QStringLiteral("^[-a-z0-9.:]*"));
-    const int at = id.indexOf(QLatin1Char('@'));
+    const qsizetype at = id.indexOf(QLatin1Char('@'));
     if (at <= 0)
         return OtherDomain;
     // A further "@" is not held against the host.

@@ -39,7 +39,7 @@ QString DigestOf(QIODevice& device, QCryptographicHash::Algorithm algorithm)
     QByteArray chunk(hashChunkSize, Qt::Uninitialized);
     qint64 size = 0;
     while ((size = device.read(chunk.data(), chunk.size())) > 0)
-        hash.addData(chunk.constData(), static_cast<int>(size));
+        hash.addData(QByteArray::fromRawData(chunk.constData(), static_cast<int>(size)));
     return size == 0 ? QString::fromLatin1(hash.result().toHex()) : QString();
 }
 
@@ -53,12 +53,11 @@ QString converter::ToUuidForm(const QString& text, unsigned int group)
         // where that puts the last separator.
         const qint64 step = group;
         for (qint64 left = hex.size() + 1; left >= 2 * step; left -= step) {
-            result += hex.midRef(position, static_cast<int>(step));
-            result += QLatin1Char('-');
+            result += hex.mid(position, static_cast<int>(step)) + QLatin1Char('-');
             position += static_cast<int>(step);
         }
     }
-    result += hex.midRef(position);
+    result += hex.mid(position);
     result += QLatin1Char('}');
     return result;
 }
