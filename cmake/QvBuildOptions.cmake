@@ -10,7 +10,6 @@ target_compile_options(qvcommon_build_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
     -Wformat=2 -Wundef
     $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments> # QSKIP("...") of Qt Test
-    $<$<AND:$<CXX_COMPILER_ID:Clang>,$<EQUAL:${QVCOMMON_QT_MAJOR},6>>:-Wshorten-64-to-32> # qsizetype
     $<$<BOOL:${QVCOMMON_WERROR}>:-Werror>)
 target_compile_definitions(qvcommon_build_options INTERFACE
     QT_NO_KEYWORDS
