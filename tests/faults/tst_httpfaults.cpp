@@ -31,12 +31,6 @@ int OpenFiles()
     return QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System).size();
 }
 
-Reply Ending(Reply reply, Reply::Ending ending)
-{
-    reply.ending = ending;
-    return reply;
-}
-
 } // namespace
 
 // However an exchange goes wrong: it ends once, with the right bytes or none, and leaves nothing.
@@ -49,14 +43,13 @@ private Q_SLOTS:
     {
         const int size = content.size();
         const Reply tooLong = WrongLength(content, size + 10);
-        Reply cutChunks = Chunked(content);
-        cutChunks.cutAfter = size / 2;
+        const Reply cutChunks = With(Chunked(content), &Reply::cutAfter, size / 2);
         const auto reset = [](const Reply& reply) {
-            return Ending(reply, Reply::Reset);
+            return With(reply, &Reply::ending, Reply::Reset);
         };
         AddCases<FaultCase>({
-            {"none", Reply::Ok(content), Success,
-             Success}, // also for what is opened once and for all
+            // Also for what is opened once and for all.
+            {"none", Reply::Ok(content), Success, Success},
             {"closed at once", Reply::Dropped(), Failure, Failure},
             {"reset at once", reset(Reply::Dropped()), Failure, Failure},
             {"silence", Silent(), Failure, Failure, 1},
@@ -65,7 +58,8 @@ private Q_SLOTS:
             {"reset in mid-body", reset(Cut(content, size / 2)), Either, Failure},
             {"reset before the last byte", reset(Cut(content, size - 1)), Either, Failure},
             {"closed amid the chunks", cutChunks, Either, Failure},
-            {"silence after the body", Ending(tooLong, Reply::KeepAlive), Failure, Failure, 1},
+            {"silence after the body", With(tooLong, &Reply::ending, Reply::KeepAlive), Failure,
+             Failure, 1},
             {"too long", tooLong, Either, Failure},
             {"too short", WrongLength(content, size - 10), Success, Failure},
             {"trickle", Drip(content, 50, 2), Success, Success},
