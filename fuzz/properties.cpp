@@ -39,10 +39,8 @@ struct Place
 // categories without end, which log4cpp never frees.
 bool IsHarmless(const QByteArray& content)
 {
-    for (const char* word : {"/", "Syslog", "Abort"}) {
-        if (content.contains(word))
-            return false;
-    }
+    if (content.contains('/') || content.contains("Syslog") || content.contains("Abort"))
+        return false;
     for (const QByteArray& line : content.split('\n')) {
         const QByteArray name = line.split('=').first();
         const int category = name.indexOf("category.");

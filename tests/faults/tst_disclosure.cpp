@@ -94,7 +94,7 @@ private Q_SLOTS:
             tools::JsonFile(path, settings, QString("LONGKEY").repeated(9)).Save();
         }
         const QString cipher = tools::cipher::AES::encryptPair("PAIRNAME", "PAIRVALUE");
-        tools::cipher::AES::decryptPair("PAIRNAME", cipher);
+        tools::cipher::AES::decryptPair("WRONGNAME", cipher);
 
         QVERIFY(!log.Lines("http").isEmpty() && !log.Lines("json").isEmpty());
         QCOMPARE(log.Lines("URLPASSWORD"), log.Lines("URL='"));

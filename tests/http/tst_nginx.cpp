@@ -5,7 +5,6 @@
 #include "support/requestrecord.h"
 #include "support/tree.h"
 
-#include <QProcess>
 #include <QTcpSocket>
 
 using namespace common::http;

@@ -1,11 +1,12 @@
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
 
-#include "support/cases.h"
 #include "support/recordinglogger.h"
 #include "support/requestrecord.h"
 #include "support/scriptedserver.h"
 #include "support/tree.h"
+
+#include <QtTest>
 
 #include <functional>
 
@@ -15,14 +16,6 @@ namespace {
 
 const QByteArray formType = "application/x-www-form-urlencoded";
 const QByteArray jsonType = "application/json";
-
-struct FileCase
-{
-    const char* name;
-    QString path;
-    qint64 sizeLater; // or -1
-    QString outcome;  // or nothing if it cannot be sent
-};
 
 QSharedPointer<IHttpRequestMultiPartData> PartsOf(const QStringList& paths)
 {
@@ -83,12 +76,7 @@ private Q_SLOTS:
             map->SetParam("e-._~", "");
             map->RemoveParam("removed");
         }
-        const struct
-        {
-            QSharedPointer<IHttpRequestData> data;
-            QByteArray contentType;
-            QByteArray body;
-        } rows[] = {
+        const std::tuple<QSharedPointer<IHttpRequestData>, QByteArray, QByteArray> rows[] = {
             {IHttpRequestDataMap::CreateUrlencodedDataMap(), formType, ""},
             {form, formType, "Z=%C3%A4&a=1%262%3D%2B%2F&b=x%20y&e-._~="},
             {IHttpRequestDataMap::CreateJsonDataMap(), jsonType, "{}"},
@@ -96,11 +84,11 @@ private Q_SLOTS:
             {IHttpRequestSimpleData::CreateJsonData({{"n", 5}, {"list", QJsonArray{true, "x"}}}),
              jsonType, R"({"list":[true,"x"],"n":5})"},
         };
-        for (const auto& row : rows) {
-            const auto received = Posted(row.data).first.value(0);
+        for (const auto& [data, type, body] : rows) {
+            const auto received = Posted(data).first.value(0);
             QCOMPARE(received.method, QByteArray("POST"));
-            QCOMPARE(received.Header("Content-Type"), row.contentType);
-            QCOMPARE(received.body, row.body);
+            QCOMPARE(received.Header("Content-Type"), type);
+            QCOMPARE(received.body, body);
         }
         QCOMPARE(Posted({}).first.value(0).body, QByteArray());
     }
@@ -145,32 +133,30 @@ private Q_SLOTS:
                                            "src/libs/common/http/httprequestmultipartformdata"}));
     }
 
-    void changingFile_data()
+    // The file of a part becomes another while it is sent, or has no size that holds.
+    void changingFile()
     {
         MakeTree(directory_.path(), {"large=", "fifo|"});
         QDir::addSearchPath("parts", directory_.path());
         const QString large = directory_.filePath("large");
-        AddCases<FileCase>({{"emptied", large, 0, "error 99 "},
-                            {"cut", large, largeSize - 1, "error 99 "},
-                            {"grown", large, largeSize + 1, "text body"},
-                            {"search path", "parts:large", largeSize, "text body"},
-                            {"size without bytes", "/sys/kernel/fscaps", -1, "error 99 "},
-                            {"FIFO", directory_.filePath("fifo"), -1, ""}});
-    }
-
-    // The file of a part becomes another while it is sent.
-    void changingFile()
-    {
-        const auto& row = CurrentCase<FileCase>();
-        if (row.sizeLater >= 0)
-            QVERIFY(QFile::resize(row.path, largeSize));
-        const RecordingLogger log;
-        const auto posted = Posted(PartsOf({row.path}), [&row] {
-            QFile::resize(row.path, qMax<qint64>(row.sizeLater, 0));
-        });
-        QCOMPARE(posted.second, row.outcome);
-        QCOMPARE(log.Lines("File '" + row.path + "' became shorter while it was sent").size(),
-                 row.outcome.startsWith("error") ? 1 : 0);
+        const std::tuple<QString, qint64, QString> rows[] = {
+            {large, 0, "error 99 "},
+            {large, largeSize - 1, "error 99 "},
+            {large, largeSize + 1, "text body"},
+            {"parts:large", largeSize, "text body"},
+            {"/sys/kernel/fscaps", -1, "error 99 "}, // a size without bytes
+            {directory_.filePath("fifo"), -1, ""}};
+        for (const auto& row : rows) {
+            const auto& [path, sizeLater, outcome] = row;
+            const RecordingLogger log;
+            QVERIFY(sizeLater < 0 || QFile::resize(path, largeSize));
+            const auto posted = Posted(PartsOf({path}), [&row] {
+                QFile::resize(std::get<0>(row), qMax<qint64>(std::get<1>(row), 0));
+            });
+            QCOMPARE(posted.second, outcome);
+            QCOMPARE(log.Lines("File '" + path + "' became shorter while it was sent").size(),
+                     outcome.startsWith("error") ? 1 : 0);
+        }
     }
 };
 

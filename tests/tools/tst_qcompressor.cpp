@@ -13,11 +13,9 @@ namespace {
 
 QByteArray RandomBytes(int size)
 {
-    QByteArray bytes(size, Qt::Uninitialized);
-    QRandomGenerator random(7);
-    for (char& byte : bytes)
-        byte = static_cast<char>(random.generate());
-    return bytes;
+    std::vector<quint32> numbers(static_cast<size_t>(size) / 4 + 1);
+    QRandomGenerator(7).fillRange(numbers.data(), static_cast<qsizetype>(numbers.size()));
+    return QByteArray(reinterpret_cast<const char*>(numbers.data()), size);
 }
 
 QByteArray Compressed(const QByteArray& data, int level = 9)
