@@ -1,9 +1,9 @@
 #include <common/http/httprequest.h>
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
-#include <common/tools/qcompressor.h>
 
 #include "support/cases.h"
+#include "support/process.h"
 #include "support/recordinglogger.h"
 #include "support/requestrecord.h"
 #include "support/scriptedserver.h"
@@ -37,20 +37,10 @@ struct OutcomeCase
     QString url = {}; // without a script
 };
 
-struct PendingCase
+QByteArray Packed(const QByteArray& bytes)
 {
-    const char* name;
-    Reply first;
-    bool timesOut = false;
-};
-
-struct WireCase
-{
-    const char* name;
-    QString query;
-    QString header; // has the value "identity"
-    QByteArray accepted;
-};
+    return OutputOf("gzip", {"-c"}, bytes);
+}
 
 } // namespace
 
@@ -76,29 +66,20 @@ private:
     int number_ = 0;
 
 private Q_SLOTS:
-    void defaults()
-    {
-        const HttpRequest request(&manager_, nullptr);
-        QCOMPARE(request.GetAttemptCountOnNetworkProblem(), 1);
-        QCOMPARE(request.GetAttemptIntervalOnNetworkProblem(), 20);
-        QCOMPARE(request.findChild<QTimer*>()->interval(), 20000);
-
-        // Clients connect by index through their own meta-object tools.
-        const QMetaObject& meta = IHttpRequest::staticMetaObject;
-        const int first = meta.methodOffset();
-        QCOMPARE(meta.indexOfSignal("requestFinished(QString)"), first);
-        QCOMPARE(meta.indexOfSignal("requestError(int,QString)"), first + 3);
-        QCOMPARE(meta.indexOfSignal("uploadProgress(qint64,qint64)"), first + 7);
-    }
-
     void outcome_data()
     {
-        QByteArray packed;
-        tools::QCompressor::gzipCompress("unpacked", packed, 9);
+        const QByteArray packed = Packed("unpacked");
         QByteArray damaged = packed;
         damaged[damaged.size() - 6] = static_cast<char>(~damaged[damaged.size() - 6]);
         const QString damagedLine = "4 http.request OnRequestFinished: Failed to decompress gzip, "
                                     "using uncompressed data!";
+        const QString finished = "OnRequestFinished: Accepted reply from server: ";
+        const QString accepted = "7 http.request " + finished + "%2; URL='%1', attempt='0'.";
+        const QString refused = "3 http.request " + finished + "%2, URL='%1', attempt='0'.";
+        const QString early = "103/Early;    ProtocolFailure (Status 103 is no final reply)";
+        const QString notFound = "404/Not Found;    ContentNotFoundError (Error transferring %1 - "
+                                 "server replied: Not Found)";
+        const QString dropped = "0/;    RemoteHostClosedError (Connection closed)";
         const auto raw = [](const QByteArray& bytes) {
             return QStringList{"binary " + QString::fromLatin1(bytes),
                                "text " + QString::fromUtf8(bytes.constData())};
@@ -106,61 +87,32 @@ private Q_SLOTS:
         const auto status = [](int code, const char* reason) {
             return Reply::Status(code, reason, "why");
         };
-        const auto accepted = [](const QString& line) {
-            return "7 http.request OnRequestFinished: Accepted reply from server: " + line +
-                   "; URL='%1', attempt='0'.";
-        };
-        const auto refused = [](const QString& line, const QString& error) {
-            return "3 http.request OnRequestFinished: Accepted reply from server: " + line +
-                   ";    " + error + ", URL='%1', attempt='0'.";
-        };
-        const QString early = "ProtocolFailure (Status 103 is no final reply)";
-        const QString notFound =
-            "ContentNotFoundError (Error transferring %1 - server replied: Not Found)";
-        const QString dropped = "RemoteHostClosedError (Connection closed)";
+        const Reply slowDown = status(429, "Slow Down");
         const QString longName(64, 'x'); // no name server is asked for that
-        const Replies busyOnce = {status(429, "Slow Down"), Reply::Ok("body")};
         const QByteArray zero("ab\0cd", 5);
         const QByteArray most(1000, 'x');
         const QByteArray more(5000, 'x');
-        QByteArray packedMost;
-        QByteArray packedMore;
-        tools::QCompressor::gzipCompress(most, packedMost, 9);
-        tools::QCompressor::gzipCompress(most + 'x', packedMore, 9);
-        Reply packedError = Gzip(packedMore);
-        packedError.status = 500;
+        const Reply packedError = With(Gzip(Packed(more)), &Reply::status, 500);
 
         AddCases<OutcomeCase>({
-            {"success", {Reply::Ok("body")}, 3, body, accepted("200/OK")},
-            {"204", {Reply::Status(204, "No Content")}, 3, {"binary ", "text "}},
-            {"103", {status(103, "Early")}, 3, {"error 399 "}, refused("103/Early", early)},
+            {"success", {Reply::Ok("body")}, 3, body, accepted.arg("%1", "200/OK")},
+            {"103", {status(103, "Early")}, 3, {"error 399 "}, refused.arg("%1", early)},
             {"redirect is not followed", {status(302, "Found")}, 3, {"binary why", "text why"}},
             {"zero byte", {Reply::Ok(zero)}, 1, {raw(zero).first(), "text ab"}},
             {"chunked", {Chunked("body")}, 1, body},
             {"gzip", {Gzip(packed)}, 1, {"binary unpacked", "text unpacked"}},
             {"gzip damaged", {Gzip(damaged)}, 1, raw(damaged), damagedLine},
-            {"gzip cut", {Gzip(packed.chopped(3))}, 1, raw(packed.chopped(3)), damagedLine},
             {"GZIP is not recognised", {Gzip(packed, "GZIP")}, 1, raw(packed)},
-            {"length too short", {WrongLength("body and more", 4)}, 3, body},
 
             {"400", {status(400, "Bad")}, 3, {"invalid 302", "error 302 why"}, "ProtocolInvalidOp"},
-            {"401", {status(401, "Who")}, 3, {"error 204 why"}, "AuthenticationRequiredError"},
-            {"404",
-             {status(404, "Not Found")},
-             3,
-             {"error 203 why"},
-             refused("404/Not Found", notFound)},
+            {"404", {status(404, "Not Found")}, 3, {"error 203 why"}, refused.arg("%1", notFound)},
             {"407", {status(407, "Proxy")}, 3, {"proxy 105", "error 105 why"}, "ProxyAuthentic"},
-            {"429, no attempt left",
-             {busyOnce[0]},
-             1,
-             {"error 299 why"},
-             accepted("429/Slow Down")},
-            {"429, attempt left", busyOnce, 2, body, nextAttemptLine},
+            {"429", {slowDown}, 1, {"error 299 why"}, accepted.arg("%1", "429/Slow Down")},
+            {"429, attempt left", {slowDown, Reply::Ok("body")}, 2, body, nextAttemptLine},
             {"503", {status(503, "Busy")}, 3, {"error 403 why"}, "ServiceUnavailableError"},
             {"504", {status(504, "Gateway")}, 3, {"error 499 why"}, "UnknownServerError"},
 
-            {"dropped", {Reply::Dropped()}, 0, {"error 2 "}, refused("0/", dropped)},
+            {"dropped", {Reply::Dropped()}, 0, {"error 2 "}, refused.arg("%1", dropped)},
             {"all attempts dropped", {Reply::Dropped()}, 3, {"error 2 "}, attemptLimitLine},
             {"refused", {}, 1, {"error 1 "}, "", 0, "http://127.0.0.1:1/"},
             {"unknown host", {}, 1, {"error 3 "}, "", 0, "http://" + longName + ".invalid/"},
@@ -168,10 +120,10 @@ private Q_SLOTS:
             {"empty URL", {}, 1, {"error 301 "}},
 
             {"most bytes", {Reply::Ok(most)}, 3, raw(most), "", 1000},
-            {"most, unpacked", {Gzip(packedMost)}, 3, raw(most), "", 1000},
+            {"most, unpacked", {Gzip(Packed(most))}, 3, raw(most), "", 1000},
             {"too many", {Drip(more.repeated(20), 600, 2)}, 3, {"error 299 "}, "", 1000},
             {"too many, local", {}, 3, {"error 299 "}, "", 1000, "data:," + more},
-            {"too many, unpacked", {Gzip(packedMore)}, 3, {"error 299 "}, "", 1000},
+            {"too many, unpacked", {Gzip(Packed(most + 'x'))}, 3, {"error 299 "}, "", 1000},
             {"404, too many", {Reply::Status(404, "No", more)}, 3, {"error 203 " + most}, "", 1000},
             {"401, too many", {Reply::Status(401, "No", more)}, 3, {"error 204 " + most}, "", 1000},
             {"500, too many, unpacked", {packedError}, 3, {"error 401 " + most}, "", 1000},
@@ -204,69 +156,53 @@ private Q_SLOTS:
         }
     }
 
-    void networkProblemIsRetried()
-    {
-        RecordingLogger log;
-        const auto request = NewRequest({Reply::Dropped()});
-        request->SetAttemptCountOnNetworkProblem(2);
-        request->SetAttemptIntervalOnNetworkProblem(-1); // at once, too
-        log.SetListener([this](const QString& line) {
-            if (line.endsWith("The next request attempt will be taken in '-1' seconds."))
-                server_.Script(path_, {Reply::Ok("body")});
-        });
-        const RequestRecord record(request.get());
-        QVERIFY(request->Get());
-        QTRY_COMPARE(record.Signals(), body);
-        QVERIFY(log.Lines().last().endsWith("attempt='1'."));
-    }
-
-    void getOnTheWire_data()
-    {
-        AddCases<WireCase>({{"plain", "", "X-A", "gzip"},
-                            {"second ?", "?x=1", "X-A", "gzip"},
-                            {"encoding replaced", "", "Accept-Encoding", "identity"},
-                            {"in another case", "", "accept-encoding", "gzip"}});
-    }
-
     void getOnTheWire()
     {
-        const auto& row = CurrentCase<WireCase>();
         const RecordingLogger log;
         const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
         form->SetParam("q", "a b");
         form->SetParam("r", "/");
-        const auto request = NewRequest({Reply::Ok("body")}, row.query);
-        request->SetData(form);
-        request->SetRawHeader(row.header, "identity");
-        request->SetAttribute(QNetworkRequest::User, "attribute");
-        const RequestRecord record(request.get());
-        QVERIFY(request->Get());
-        QTRY_COMPARE(record.Finals(), 1);
-
-        const QNetworkRequest sent = request->Reply()->request();
-        QCOMPARE(sent.attribute(QNetworkRequest::User), QVariant("attribute"));
-        const auto& received = server_.Requests().last();
-        QCOMPARE(QString(received.target), path_ + row.query + "?q=a%20b&r=%2F");
-        QCOMPARE(received.Header("Accept-Encoding"), row.accepted);
-        QVERIFY(row.header != "X-A" || received.Header("X-A") == "identity");
-        QVERIFY(!log.Lines("7 http.request SendGetRequest: Sending GET request to URL='" +
-                           sent.url().toString() + "', attempt='0'.")
-                     .isEmpty());
+        const std::array<const char*, 3> rows[] = {
+            {"", "X-A", "gzip"}, {"?x=1", "Accept-Encoding", "a"}, {"", "accept-encoding", "gzip"}};
+        for (const auto& [query, header, acceptEncoding] : rows) {
+            const auto request = NewRequest({Reply::Ok("body")}, query);
+            request->SetData(form);
+            request->SetRawHeader(header, "a");
+            request->SetAttribute(QNetworkRequest::User, "attribute");
+            const RequestRecord record(request.get());
+            QVERIFY(request->Get());
+            QTRY_COMPARE(record.Finals(), 1);
+            const QNetworkRequest sent = request->Reply()->request();
+            QCOMPARE(sent.attribute(QNetworkRequest::User), QVariant("attribute"));
+            const auto& received = server_.Requests().last();
+            QCOMPARE(QString(received.target), path_ + query + "?q=a%20b&r=%2F");
+            QCOMPARE(received.Header("Accept-Encoding"), QByteArray(acceptEncoding));
+            QVERIFY(received.Header(header).contains("a") || header[0] == 'a');
+            QVERIFY(log.Lines().contains("7 http.request SendGetRequest: Sending GET request to "
+                                         "URL='" +
+                                         sent.url().toString() + "', attempt='0'."));
+        }
     }
 
     void sendThatCannotStart()
     {
         const RecordingLogger log;
-        const auto request = NewRequest({});
-        const RequestRecord record(request.get());
-        request->SetData(IHttpRequestDataMap::CreateJsonDataMap());
-        QVERIFY(!request->Get());
+        auto manager = std::make_unique<QNetworkAccessManager>();
+        HttpRequest request(manager.get(), nullptr);
+        request.SetUrl(server_.Url("/silent"));
+        const RequestRecord record(&request);
+        request.SetData(IHttpRequestDataMap::CreateJsonDataMap());
+        QVERIFY(!request.Get());
         const auto parts = IHttpRequestMultiPartData::CreateMultiPartFormData();
         parts->AddPart({});
-        request->SetData(parts);
-        QVERIFY(!request->Post());
-        QVERIFY(!request->Send(static_cast<IHttpRequest::HTTPRequestMethod>(7)));
-        const QString url = "URL='" + request->GetUrl().toString() + "'";
+        request.SetData(parts);
+        QVERIFY(!request.Post());
+        QVERIFY(!request.Send(static_cast<IHttpRequest::HTTPRequestMethod>(7)));
+        request.SetData({});
+        QVERIFY(request.Get());
+        manager.reset();
+        QVERIFY(!request.isRunning() && !request.Reply() && !request.Get());
+        const QString url = "URL='" + request.GetUrl().toString() + "'";
         const QString failed = "3 http.request SendRequest: Failed to send request to " + url;
         QCOMPARE(log.Lines(),
                  QStringList(
@@ -276,24 +212,25 @@ private Q_SLOTS:
                       "3 http.request SendPostRequest: Failed to create multipart/form-data "
                       "POST request to " +
                           url + ".",
-                      failed, failed}));
+                      failed, failed,
+                      "2 http.request SendRequest: Failed to  SendRequest(): "
+                      "HttpRequestManager is NULL!"}));
         QTest::qWait(quietPeriod);
         QCOMPARE(record.Signals(), QStringList());
     }
 
-    void managerGoesFirst()
+    void staleReplyIsRejected()
     {
         const RecordingLogger log;
-        auto manager = std::make_unique<QNetworkAccessManager>();
-        HttpRequest request(manager.get(), nullptr);
-        request.SetUrl(server_.Url("/silent"));
-        request.SetTimeout(1);
-        QVERIFY(request.Get());
-        manager.reset();
-        QVERIFY(!request.isRunning() && !request.Reply());
-        QVERIFY(!request.Get());
-        QCOMPARE(log.Lines(), QStringList("2 http.request SendRequest: Failed to  SendRequest(): "
-                                          "HttpRequestManager is NULL!"));
+        const auto request = NewRequest({Silent()});
+        request->OnRequestFinished();
+        QVERIFY(request->Get());
+        connect(manager_.get(QNetworkRequest(QUrl("data:,other"))), &QNetworkReply::finished,
+                request.get(), &HttpRequest::OnRequestFinished);
+        const QString prefix = " http.request OnRequestFinished: Cannot process ";
+        QTRY_COMPARE(log.Lines(), QStringList({'3' + prefix + "QNetworkReply = NULL",
+                                               '2' + prefix + "unknown QNetworkReply"}));
+        QVERIFY(request->isRunning());
     }
 
     // Silence is what ends an attempt; a reply that comes slowly may last longer than that.
@@ -307,30 +244,31 @@ private Q_SLOTS:
         slow->SetTimeout(2);
         silent->SetTimeout(1);
         silent->SetAttemptCountOnNetworkProblem(2);
+        silent->SetAttemptIntervalOnNetworkProblem(-1); // at once, too
         QVERIFY(slow->Get() && silent->Get());
         QTRY_COMPARE(record.Signals(), QStringList("error 4 "));
         QCOMPARE(record.ErrorText(), QString("Request timed out"));
         const QString line = "3 http.request OnRequestTimeout: Request to URL='" +
                              silent->GetUrl().toString() + "' timed out! attempt='%1'.";
         QCOMPARE(log.Lines().filter(QRegularExpression("Timeout|AskRetry")),
-                 QStringList({line.arg(0), nextAttemptLine, line.arg(1), attemptLimitLine}));
+                 QStringList({line.arg(0), QString(nextAttemptLine).replace("'0'", "'-1'"),
+                              line.arg(1), attemptLimitLine}));
         QTRY_COMPARE(slowRecord.Signals().value(1), "text " + QString(50, 'x'));
     }
 
     // Nothing comes after it, whatever the moment; nor is anything sent again.
     void abort()
     {
-        const Replies scripts[] = {{Reply::Ok("body")},
+        const Replies scripts[] = {{}, // a local reply
+                                   {Reply::Ok("body")},
                                    {Silent()},
                                    {Drip(QByteArray(60, 'x'), 1, 50)},
-                                   {Reply::Status(429, "Slow")},
-                                   {}}; // a local reply
+                                   {Reply::Status(429, "Slow")}};
         std::vector<std::unique_ptr<HttpRequest>> requests;
         std::vector<std::unique_ptr<RequestRecord>> records;
-        QList<int> hits;
-        for (int i = 0; i < 5; ++i) {
-            auto request = NewRequest(scripts[i]);
-            if (scripts[i].isEmpty())
+        for (const Replies& script : scripts) {
+            const auto& request = requests.emplace_back(NewRequest(script));
+            if (script.isEmpty())
                 request->SetUrl(QUrl("data:,body"));
             request->SetAttemptCountOnNetworkProblem(2);
             request->SetAttemptIntervalOnNetworkProblem(1);
@@ -338,74 +276,46 @@ private Q_SLOTS:
             records.push_back(std::make_unique<RequestRecord>(request.get()));
             QSignalSpy received(request.get(), &IHttpRequest::downloadProgress);
             QVERIFY(request->Get());
-            QTRY_VERIFY(i == 0 || i == 4 || !server_.RequestsFor(path_).isEmpty());
-            QTRY_VERIFY(i != 2 || !received.isEmpty());
-            QTRY_VERIFY(i != 3 || !request->isRunning());
+            const auto nr = requests.size();
+            QTRY_VERIFY(nr <= 2 || !server_.RequestsFor(path_).isEmpty());
+            QTRY_VERIFY(nr != 4 || !received.isEmpty());
+            QTRY_VERIFY(nr != 5 || !request->isRunning());
             request->Abort();
             QVERIFY(!request->isRunning());
-            hits << qMax(1, server_.RequestsFor(path_).size());
-            requests.push_back(std::move(request));
         }
+        const int hits = server_.Requests().size();
         QTest::qWait(1200);
-        for (int i = 0; i < 5; ++i) {
-            QCOMPARE(records[i]->Signals(), QStringList());
-            QVERIFY(server_.RequestsFor(requests[i]->GetUrl().path()).size() <= hits[i]);
-        }
-    }
-
-    void staleReplyIsRejected()
-    {
-        const RecordingLogger log;
-        const auto request = NewRequest({Silent()});
-        const RequestRecord record(request.get());
-        request->OnRequestFinished();
-        QVERIFY(request->Get());
-        const std::unique_ptr<QNetworkReply> stranger(
-            manager_.get(QNetworkRequest(QUrl("data:text/plain,other"))));
-        connect(stranger.get(), &QNetworkReply::finished, request.get(),
-                &HttpRequest::OnRequestFinished);
-        QTRY_COMPARE(
-            log.Lines(),
-            QStringList(
-                {"3 http.request OnRequestFinished: Cannot process QNetworkReply = NULL",
-                 "2 http.request OnRequestFinished: Cannot process unknown QNetworkReply"}));
-        QVERIFY(request->isRunning());
-        QCOMPARE(record.Signals(), QStringList());
-    }
-
-    void newSendReplacesEverythingPending_data()
-    {
-        Reply large = Drip(QByteArray(5000, 'x'), 900, 150);
-        large.status = 429;
-        AddCases<PendingCase>({{"429", Reply::Status(429, "Slow Down")},
-                               {"429, too large", large},
-                               {"timed out", Silent(), true}});
+        QCOMPARE(server_.Requests().size(), hits);
+        for (const auto& record : records)
+            QCOMPARE(record->Signals(), QStringList());
     }
 
     void newSendReplacesEverythingPending()
     {
-        const auto& row = CurrentCase<PendingCase>();
-        const auto request = NewRequest({row.first, Drip("body", 1, 50)});
-        request->SetMaxReplySize(1000);
-        request->SetTimeout(60);
-        request->SetAttemptCountOnNetworkProblem(2);
-        request->SetAttemptIntervalOnNetworkProblem(1000);
-        const RequestRecord record(request.get());
-        const RecordingLogger log;
-        QVERIFY(request->Get());
-        QTRY_COMPARE(server_.RequestsFor(path_).size(), 1);
-        if (row.timesOut)
-            request->OnRequestTimeout();
-        QTRY_VERIFY(!log.Lines("will be taken in '1000' seconds.").isEmpty());
-        if (request->Reply()) {
-            for (const QTimer* silence : request->Reply()->findChildren<QTimer*>())
-                QVERIFY(!silence->isActive());
+        const Reply large = Drip(QByteArray(5000, 'x'), 900, 150);
+        for (const Reply& first :
+             {Reply::Status(429, "Slow Down"), With(large, &Reply::status, 429), Silent()}) {
+            const RecordingLogger log;
+            const auto request = NewRequest({first, Drip("body", 1, 50)});
+            request->SetMaxReplySize(1000);
+            request->SetTimeout(60);
+            request->SetAttemptCountOnNetworkProblem(2);
+            request->SetAttemptIntervalOnNetworkProblem(1000);
+            const RequestRecord record(request.get());
+            QVERIFY(request->Get());
+            QTRY_COMPARE(server_.RequestsFor(path_).size(), 1);
+            if (first.silent)
+                request->OnRequestTimeout();
+            QTRY_VERIFY(!log.Lines("will be taken in '1000' seconds.").isEmpty());
+            const auto* silence =
+                request->Reply() ? request->Reply()->findChild<QTimer*>() : nullptr;
+            QVERIFY(!silence || !silence->isActive());
+            QVERIFY(request->Get());
+            QTRY_COMPARE(server_.RequestsFor(path_).size(), 2);
+            request->SetAttemptIntervalOnNetworkProblem(0); // if it is still pending, it comes now
+            QTRY_COMPARE(record.Signals(), body);
+            QCOMPARE(server_.RequestsFor(path_).size(), 2);
         }
-        QVERIFY(request->Get());
-        QTRY_COMPARE(server_.RequestsFor(path_).size(), 2);
-        request->SetAttemptIntervalOnNetworkProblem(0); // if it is still pending, it comes now
-        QTRY_COMPARE(record.Signals(), body);
-        QCOMPARE(server_.RequestsFor(path_).size(), 2);
     }
 
     // An observer of the reply sends anew from inside the abort that ends the attempt.
@@ -414,43 +324,41 @@ private Q_SLOTS:
         server_.Script("/other", {Drip("body", 1, 50)});
         const auto request = NewRequest({Silent()});
         const RequestRecord record(request.get());
-        const auto sendAnewInAbort = [&] {
+        for (const bool timesOut : {true, false}) {
             QVERIFY(request->Get());
             connect(request->Reply(), &QNetworkReply::finished, this, [&] {
                 request->SetUrl(server_.Url("/other"));
                 QVERIFY(request->Get());
             });
-        };
-        sendAnewInAbort();
-        request->OnRequestTimeout();
-        QTRY_COMPARE(record.Signals(), body);
-
-        sendAnewInAbort();
-        QVERIFY(request->Get());
-        QTRY_COMPARE(record.Finals(), 2);
+            if (timesOut)
+                request->OnRequestTimeout();
+            else
+                QVERIFY(request->Get());
+            QTRY_COMPARE(record.Finals(), timesOut ? 1 : 2);
+        }
         QTest::qWait(quietPeriod);
-        QCOMPARE(record.Finals(), 2);
+        QCOMPARE(record.Signals(), body + body);
     }
 
     // One observer sends anew from inside the abort, the next deletes the request.
     void deletionFromInsideAbort()
     {
-        auto* request = NewRequest({Silent()}).release();
-        QVERIFY(request->Get());
-        int ends = 0;
-        connect(&manager_, &QNetworkAccessManager::finished, request, [&] {
-            if (++ends == 1)
-                request->Get();
+        for (const int sends : {2, 1}) {
+            QPointer<HttpRequest> request = NewRequest({Silent()}).release();
+            QVERIFY(request->Get());
+            int ends = 0;
+            connect(&manager_, &QNetworkAccessManager::finished, request, [&] {
+                if (++ends < sends)
+                    request->Get();
+                else
+                    delete request;
+            });
+            if (sends == 1)
+                request->OnRequestTimeout();
             else
-                delete request;
-        });
-        QVERIFY(!request->Get());
-        QCOMPARE(ends, 2);
-
-        auto* silent = NewRequest({Silent()}).release();
-        QVERIFY(silent->Get());
-        connect(silent->Reply(), &QNetworkReply::finished, this, [silent] { delete silent; });
-        silent->OnRequestTimeout();
+                QVERIFY(!request->Get());
+            QVERIFY(!request && ends == sends);
+        }
     }
 };
 

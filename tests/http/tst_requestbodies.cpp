@@ -1,33 +1,29 @@
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
 
-#include "support/cases.h"
 #include "support/recordinglogger.h"
 #include "support/requestrecord.h"
 #include "support/scriptedserver.h"
 #include "support/tree.h"
 
-#include <memory>
+#include <QtTest>
+
+#include <functional>
 
 using namespace common::http;
 
 namespace {
 
-struct BodyCase
-{
-    const char* name;
-    QSharedPointer<IHttpRequestData> data;
-    QByteArray contentType;
-    QByteArray body;
-};
+const QByteArray formType = "application/x-www-form-urlencoded";
+const QByteArray jsonType = "application/json";
 
-struct FileCase
+QSharedPointer<IHttpRequestMultiPartData> PartsOf(const QStringList& paths)
 {
-    const char* name;
-    QString path;
-    qint64 sizeLater; // or -1
-    QString outcome;  // or nothing if it cannot be sent
-};
+    const auto parts = IHttpRequestMultiPartData::CreateMultiPartFormData();
+    for (const QString& path : paths)
+        parts->AddPart(IHttpRequestPartData::CreateFilePartFormData("f", path));
+    return parts;
+}
 
 } // namespace
 
@@ -36,27 +32,26 @@ class TestRequestBodies : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<IHttpRequest> NewRequest(const QSharedPointer<IHttpRequestData>& data)
+    // What the server received of it, and how that ended.
+    std::pair<QList<loopback::Request>, QString>
+    Posted(const QSharedPointer<IHttpRequestData>& data,
+           const std::function<void()>& meanwhile = {})
     {
         server_.ForgetRequests();
-        std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&manager_, nullptr));
-        request->SetUrl(server_.Url("/x"));
-        request->SetData(data);
-        request->SetAttemptCountOnNetworkProblem(2);
-        request->SetAttemptIntervalOnNetworkProblem(0);
-        return request;
-    }
-
-    // What the server received of it.
-    QList<loopback::Request> Posted(const QSharedPointer<IHttpRequestData>& data)
-    {
-        const auto request = NewRequest(data);
-        const RequestRecord record(request.get());
-        request->Post();
+        HttpRequest request(&manager_, nullptr);
+        request.SetUrl(server_.Url("/x"));
+        request.SetData(data);
+        request.SetAttemptCountOnNetworkProblem(meanwhile ? 1 : 2);
+        request.SetAttemptIntervalOnNetworkProblem(0);
+        if (meanwhile)
+            connect(&request, &IHttpRequest::uploadProgress, this, meanwhile);
+        const RequestRecord record(&request);
+        if (!request.Post())
+            return {};
         [&] {
             QTRY_COMPARE(record.Finals(), 1);
         }();
-        return server_.Requests();
+        return {server_.Requests(), record.Signals().last()};
     }
 
     static constexpr qint64 largeSize = 16 << 20;
@@ -68,76 +63,63 @@ private:
 private Q_SLOTS:
     void init() { server_.Script("/x", {loopback::Reply::Ok("body")}); }
 
-    void simpleBody_data()
+    void simpleBody()
     {
         const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
         const auto json = IHttpRequestDataMap::CreateJsonDataMap();
         for (const auto& map : {form, json}) {
+            for (const char* name : {"b", "a", "Z", "e-._~", "removed"})
+                map->SetParam(name, "old");
             map->SetParam("b", "x y");
             map->SetParam("a", "1&2=+/");
             map->SetParam("Z", QChar(0xE4));
-            map->SetParam("e-._~", "old");
             map->SetParam("e-._~", "");
-            map->SetParam("removed", "");
             map->RemoveParam("removed");
-            map->RemoveParam("absent");
         }
-        const auto object =
-            IHttpRequestSimpleData::CreateJsonData({{"n", 5}, {"list", QJsonArray{true, "x"}}});
-        const QByteArray formType = "application/x-www-form-urlencoded";
-        const QByteArray jsonType = "application/json";
-        AddCases<BodyCase>({
-            {"none", {}, "", ""},
-            {"form, empty", IHttpRequestDataMap::CreateUrlencodedDataMap(), formType, ""},
-            {"form", form, formType, "Z=%C3%A4&a=1%262%3D%2B%2F&b=x%20y&e-._~="},
-            {"map, empty", IHttpRequestDataMap::CreateJsonDataMap(), jsonType, "{}"},
-            {"map", json, jsonType, R"({"Z":"ä","a":"1&2=+/","b":"x y","e-._~":""})"},
-            {"object", object, jsonType, R"({"list":[true,"x"],"n":5})"},
-        });
-    }
-
-    void simpleBody()
-    {
-        const auto& row = CurrentCase<BodyCase>();
-        const auto received = Posted(row.data).value(0);
-        QCOMPARE(received.method, QByteArray("POST"));
-        QVERIFY(row.contentType.isEmpty() || received.Header("Content-Type") == row.contentType);
-        QCOMPARE(received.body, row.body);
+        const std::tuple<QSharedPointer<IHttpRequestData>, QByteArray, QByteArray> rows[] = {
+            {IHttpRequestDataMap::CreateUrlencodedDataMap(), formType, ""},
+            {form, formType, "Z=%C3%A4&a=1%262%3D%2B%2F&b=x%20y&e-._~="},
+            {IHttpRequestDataMap::CreateJsonDataMap(), jsonType, "{}"},
+            {json, jsonType, R"({"Z":"ä","a":"1&2=+/","b":"x y","e-._~":""})"},
+            {IHttpRequestSimpleData::CreateJsonData({{"n", 5}, {"list", QJsonArray{true, "x"}}}),
+             jsonType, R"({"list":[true,"x"],"n":5})"},
+        };
+        for (const auto& [data, type, body] : rows) {
+            const auto received = Posted(data).first.value(0);
+            QCOMPARE(received.method, QByteArray("POST"));
+            QCOMPARE(received.Header("Content-Type"), type);
+            QCOMPARE(received.body, body);
+        }
+        QCOMPARE(Posted({}).first.value(0).body, QByteArray());
     }
 
     void multiPartIsBuiltAnewForEachAttempt()
     {
         const QByteArray content = QByteArray("\0\r\n--x", 6).repeated(20000);
         WriteFile(directory_.filePath("part"), content);
-        const auto parts = IHttpRequestMultiPartData::CreateMultiPartFormData();
+        const auto parts = PartsOf({directory_.filePath("part")});
         parts->AddPart(IHttpRequestPartData::CreateTextPartFormData("t\"t", QChar(0xE4)));
-        parts->AddPart(
-            IHttpRequestPartData::CreateFilePartFormData("f", directory_.filePath("part")));
         server_.Script("/x", {loopback::Reply::Status(429, "Slow"), loopback::Reply::Ok("body")});
-        const auto received = Posted(parts);
+        const auto received = Posted(parts).first;
         QCOMPARE(received.size(), 2);
         for (const auto& each : received) {
             const QByteArray type = each.Header("Content-Type");
             const int at = type.indexOf("boundary=\"");
             QVERIFY(type.startsWith("multipart/form-data;") && at > 0);
             const QByteArray boundary = "--" + type.mid(at + 10).chopped(1);
-            QCOMPARE(each.body,
-                     boundary + "\r\nContent-Type: text/plain; charset=UTF-8\r\n" +
-                         "Content-Disposition: form-data; name=\"t\"t\"\r\n\r\n\xC3\xA4\r\n" +
-                         boundary +
-                         "\r\nContent-Disposition: form-data; name=\"f\"; filename=\"part\""
-                         "\r\n\r\n" +
-                         content + "\r\n" + boundary + "--\r\n");
+            const QByteArray disposition = "\r\nContent-Disposition: form-data; name=";
+            QCOMPARE(each.body, boundary + disposition + "\"f\"; filename=\"part\"\r\n\r\n" +
+                                    content + "\r\n" + boundary +
+                                    "\r\nContent-Type: text/plain; charset=UTF-8" + disposition +
+                                    "\"t\"t\"\r\n\r\n\xC3\xA4\r\n" + boundary + "--\r\n");
         }
     }
 
     void failedPartLeavesNothingOpen()
     {
         WriteFile(directory_.filePath("part"), "x");
-        const auto parts = IHttpRequestMultiPartData::CreateMultiPartFormData();
-        for (const QString& path :
-             {directory_.filePath("part"), QString("/missing/a%1.txt"), QString("/missing/too")})
-            parts->AddPart(IHttpRequestPartData::CreateFilePartFormData("f", path));
+        const auto parts =
+            PartsOf({directory_.filePath("part"), "/missing/a%1.txt", "/missing/too"});
         const QDir open("/proc/self/fd", {}, {}, QDir::AllEntries | QDir::System);
         const int before = QDir(open).entryList().size();
         const RecordingLogger log;
@@ -151,38 +133,30 @@ private Q_SLOTS:
                                            "src/libs/common/http/httprequestmultipartformdata"}));
     }
 
-    void changingFile_data()
+    // The file of a part becomes another while it is sent, or has no size that holds.
+    void changingFile()
     {
         MakeTree(directory_.path(), {"large=", "fifo|"});
         QDir::addSearchPath("parts", directory_.path());
         const QString large = directory_.filePath("large");
-        AddCases<FileCase>({{"emptied", large, 0, "error 99 "},
-                            {"cut", large, largeSize - 1, "error 99 "},
-                            {"grown", large, largeSize + 1, "text body"},
-                            {"search path", "parts:large", largeSize, "text body"},
-                            {"size without bytes", "/sys/kernel/fscaps", -1, "error 99 "},
-                            {"FIFO", directory_.filePath("fifo"), -1, ""}});
-    }
-
-    // The file of a part becomes another while it is sent.
-    void changingFile()
-    {
-        const auto& row = CurrentCase<FileCase>();
-        if (row.sizeLater >= 0)
-            QVERIFY(QFile::resize(row.path, largeSize));
-        const auto parts = IHttpRequestMultiPartData::CreateMultiPartFormData();
-        parts->AddPart(IHttpRequestPartData::CreateFilePartFormData("f", row.path));
-        const auto request = NewRequest(parts);
-        request->SetAttemptCountOnNetworkProblem(1);
-        connect(request.get(), &IHttpRequest::uploadProgress, this,
-                [&row] { QFile::resize(row.path, qMax<qint64>(row.sizeLater, 0)); });
-        const RequestRecord record(request.get());
-        const RecordingLogger log;
-        QCOMPARE(request->Post(), !row.outcome.isEmpty());
-        QTRY_COMPARE(record.Finals(), row.outcome.isEmpty() ? 0 : 1);
-        QCOMPARE(record.Signals().value(record.Signals().size() - 1), row.outcome);
-        QCOMPARE(log.Lines("File '" + row.path + "' became shorter while it was sent").size(),
-                 row.outcome.startsWith("error") ? 1 : 0);
+        const std::tuple<QString, qint64, QString> rows[] = {
+            {large, 0, "error 99 "},
+            {large, largeSize - 1, "error 99 "},
+            {large, largeSize + 1, "text body"},
+            {"parts:large", largeSize, "text body"},
+            {"/sys/kernel/fscaps", -1, "error 99 "}, // a size without bytes
+            {directory_.filePath("fifo"), -1, ""}};
+        for (const auto& row : rows) {
+            const auto& [path, sizeLater, outcome] = row;
+            const RecordingLogger log;
+            QVERIFY(sizeLater < 0 || QFile::resize(path, largeSize));
+            const auto posted = Posted(PartsOf({path}), [&row] {
+                QFile::resize(std::get<0>(row), qMax<qint64>(std::get<1>(row), 0));
+            });
+            QCOMPARE(posted.second, outcome);
+            QCOMPARE(log.Lines("File '" + path + "' became shorter while it was sent").size(),
+                     outcome.startsWith("error") ? 1 : 0);
+        }
     }
 };
 

@@ -12,15 +12,14 @@ public:
     {
         using common::http::IHttpRequest;
         const auto note = [this](const QString& kind, const QString& rest) {
-            signals_ << kind + QLatin1Char(' ') + rest;
+            signals_ << kind + ' ' + rest;
         };
         connect(request, &IHttpRequest::requestFinishedWithBinaryData, this,
                 [note](const QByteArray& body) { note("binary", QString::fromLatin1(body)); });
         connect(request, &IHttpRequest::requestFinished, this,
                 [note](const QString& text) { note("text", text); });
-        connect(request,
-                QOverload<int, const QString&, const QByteArray&>::of(&IHttpRequest::requestError),
-                this, [this, note](int code, const QString& text, const QByteArray& body) {
+        connect(request, &IHttpRequest::requestError, this,
+                [this, note](int code, const QString& text, const QByteArray& body) {
                     errorText_ = text;
                     note("error " + QString::number(code), QString::fromLatin1(body));
                 });
