@@ -96,7 +96,7 @@ private Q_SLOTS:
     void copyList()
     {
         MakeTree(".", {"s/a=1", "s/b/c=2", "s/e=3", "t/b/c=old"});
-        const QStringList files = {Path("s/a"), Path("s/b/c"), "s/e"};
+        const QStringList files = {Path("s/a"), Path("s/b/c"), Path("s/e")};
         QVERIFY(!Shell::Copy(files, Path("s"), Path("t"), false));
         QCOMPARE(DescribeTree("t"), QStringList({"a=1", "b/", "b/c=old"}));
         QVERIFY(Shell::Copy(files, Path("s"), Path("t"), true));
