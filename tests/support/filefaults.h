@@ -14,14 +14,20 @@ enum class Fault {
     Shortened, ///< to half of the bytes
     DiskFull,  ///< from then on nothing can be written or named
     DiskGone,  ///< it and all calls after it fail
-    Killed,    ///< the process ends there and then, as by kill -9
 };
 
 /** What the file system can do: not all of them make files without a name, or give them one. */
 enum class Support { Full, NamesByProc, NoNameless };
 
-/** From now on calls below the directory, which is absolute, are counted; that one has the fault. */
-void Arm(const QByteArray& directory, Support support, Fault fault, int call);
+struct Plan
+{
+    Support support = Support::Full;
+    Fault fault = Fault::Fails;
+    int call = 0; ///< the number of the one with the fault
+};
+
+/** From now on calls below the current directory are counted, and follow the plan. */
+void Arm(const Plan& plan);
 /** Back to normal. Whether there was such a call. */
 bool Disarm();
 /**

@@ -3,29 +3,58 @@
 #include <common/logger/logger.h>
 
 #include <QMutex>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <functional>
+#include <utility>
 
 /** Keeps every message; the current logger for as long as it lives. */
 class RecordingLogger : public common::logger::Logger
 {
 public:
-    RecordingLogger();
-    ~RecordingLogger() override;
+    RecordingLogger() : previous_(common::logger::SetLogger(this)) {}
+    ~RecordingLogger() override { common::logger::SetLogger(previous_); }
 
-    void Append(const common::logger::IMessage& message) override;
+    void Append(const common::logger::IMessage& message) override
+    {
+        static const QRegularExpression identity("^\\[\\d+(, \\d+)?\\]: ");
+        const QString line = QString("%1 %2 %3: ")
+                                 .arg(QString::number(message.Level()), message.Category()->name,
+                                      message.Function()) +
+                             QString(message.Text()).remove(identity);
+        QMutexLocker lock(&mutex_);
+        lines_ << line;
+        files_ << message.File();
+        lock.unlock();
+        if (listener_)
+            listener_(line);
+    }
 
     /** Calls the listener with each line, on the thread that logs: a test can act amid a job. */
-    void SetListener(std::function<void(const QString& line)> listener);
+    void SetListener(std::function<void(const QString& line)> listener)
+    {
+        listener_ = std::move(listener);
+    }
 
     /**
      * The messages so far that contain the text, as "priority category function: text", without the
      * numbers in brackets that tell objects apart.
      */
-    QStringList Lines(const QString& part = {}) const;
+    QStringList Lines(const QString& part = {}) const
+    {
+        const QMutexLocker lock(&mutex_);
+        return lines_.filter(part);
+    }
+
     /** The source files that logged, each once. */
-    QStringList Files() const;
+    QStringList Files() const
+    {
+        const QMutexLocker lock(&mutex_);
+        QStringList files = files_;
+        files.removeDuplicates();
+        return files;
+    }
 
 private:
     common::logger::ILogger* previous_;

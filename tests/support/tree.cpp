@@ -1,6 +1,7 @@
 #include "support/tree.h"
 
 #include <QFile>
+#include <QRegularExpression>
 
 #include <filesystem>
 
@@ -12,42 +13,17 @@ namespace {
 
 constexpr auto usualMode = fs::perms(0644);
 
-void MakeEntry(const fs::path& root, const QString& line)
-{
-    const int content = line.indexOf(QLatin1Char('='));
-    const int target = line.indexOf(QLatin1String("->"));
-    const QString name = line.left(qMax(content, target)).section(QLatin1Char(':'), 0, 0);
-    const fs::path path = root / (name.isEmpty() ? line : name).toStdString();
-    if (line.endsWith(QLatin1Char('/'))) {
-        fs::create_directories(path);
-        return;
-    }
-    fs::create_directories(path.parent_path());
-    if (line.endsWith(QLatin1Char('|'))) {
-        mkfifo(path.string().substr(0, path.string().size() - 1).c_str(), 0600);
-    } else if (target >= 0) {
-        fs::create_symlink(line.mid(target + 2).toStdString(), path);
-    } else {
-        WriteFile(QString::fromStdString(path.string()), line.mid(content + 1).toUtf8());
-        const QString mode = line.left(content).section(QLatin1Char(':'), 1);
-        fs::permissions(path, mode.isEmpty() ? usualMode : fs::perms(mode.toInt(nullptr, 8)));
-    }
-}
-
-QString Describe(const fs::directory_entry& entry, const QString& name)
+QString Describe(const fs::directory_entry& entry)
 {
     if (entry.is_symlink())
-        return name + QStringLiteral("->") +
-               QString::fromStdString(fs::read_symlink(entry.path()).string());
+        return "->" + QString::fromStdString(fs::read_symlink(entry.path()).string());
     if (entry.is_directory())
-        return name + QLatin1Char('/');
+        return "/";
     if (entry.is_fifo())
-        return name + QLatin1Char('|');
+        return "|";
     const auto mode = entry.status().permissions();
-    const QString shownMode =
-        mode == usualMode ? QString() : QLatin1Char(':') + QString::number(int(mode), 8);
-    return name + shownMode + QLatin1Char('=') +
-           QString::fromUtf8(ContentOf(QString::fromStdString(entry.path().string())));
+    return (mode == usualMode ? "=" : QString(":%1=").arg(int(mode), 0, 8)) +
+           ContentOf(QString::fromStdString(entry.path().string()));
 }
 
 } // namespace
@@ -67,8 +43,23 @@ void WriteFile(const QString& path, const QByteArray& content)
 
 void MakeTree(const QString& root, const QStringList& lines)
 {
-    for (const QString& line : lines)
-        MakeEntry(root.toStdString(), line);
+    static const QRegularExpression form("^(.*?)(?::(\\d+))?(=|->|/$|\\|$)(.*)$",
+                                         QRegularExpression::DotMatchesEverythingOption);
+    for (const QString& line : lines) {
+        const auto entry = form.match(line);
+        const QString kind = entry.captured(3);
+        const fs::path path = fs::path(root.toStdString()) / entry.captured(1).toStdString();
+        fs::create_directories(kind == "/" ? path : path.parent_path());
+        if (kind == "|") {
+            mkfifo(path.c_str(), 0600);
+        } else if (kind == "->") {
+            fs::create_symlink(entry.captured(4).toStdString(), path);
+        } else if (kind == "=") {
+            WriteFile(QString::fromStdString(path.string()), entry.captured(4).toUtf8());
+            const auto mode = fs::perms(entry.captured(2).toInt(nullptr, 8));
+            fs::permissions(path, mode == fs::perms::none ? usualMode : mode);
+        }
+    }
 }
 
 QStringList DescribeTree(const QString& root)
@@ -77,7 +68,7 @@ QStringList DescribeTree(const QString& root)
     const fs::path top = root.toStdString();
     if (fs::exists(top)) {
         for (const auto& entry : fs::recursive_directory_iterator(top))
-            lines << Describe(entry, QString::fromStdString(entry.path().lexically_relative(top)));
+            lines << QString::fromStdString(entry.path().lexically_relative(top)) + Describe(entry);
     }
     lines.sort();
     return lines;
