@@ -180,6 +180,7 @@ private Q_SLOTS:
             {"file onto a link to it", "file f > tof", 700107, fileFailed},
             {"dangling link as a file", "file gone > g", 700107, fileFailed},
             {"file as a link", "link f > g", 700107, linkFailed},
+            {"resource as a link", "link :/qpdf/qpdfa_metadata.xml > g", 700107, linkFailed},
             {"link onto a link on its way", "link totof > tof", 700107, linkFailed},
             {"file onto a link on its way", "file todir/x > todir", 700107, fileFailed},
             {"link with an undecodable target", "link bytes > g", 700107, linkFailed},
