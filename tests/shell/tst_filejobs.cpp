@@ -305,6 +305,9 @@ private Q_SLOTS:
         QCOMPARE(DescribeTree("e"), QStringList({"a/", "a/x=1"}));
         for (const QString& path : kernel)
             QCOMPARE(ContentOf("k/" + QFileInfo(path).fileName()), ContentOf(path));
+        MakeTree("./:/qpdf", {"qpdfa_metadata.xml=other"});
+        QVERIFY(!FileHelper(":/qpdf").Remove());
+        QCOMPARE(ContentOf("./" + resource), "other");
     }
 
     void holesStayHoles()
