@@ -151,6 +151,7 @@ private Q_SLOTS:
             {"file f > tof", 700107, fileFailed},
             {"file gone > g", 700107, fileFailed},
             {"link f > g", 700107, linkFailed},
+            {"link :/qpdf/qpdfa_metadata.xml > g", 700107, linkFailed},
             {"link totof > tof", 700107, linkFailed}, // which it leads through
             {"file todir/x > todir", 700107, fileFailed},
             {"link bytes > g", 700107, linkFailed}, // a target that cannot be decoded
@@ -267,6 +268,9 @@ private Q_SLOTS:
         QCOMPARE(QFile::permissions("f/qpdfa_metadata.xml") & 0x7077,
                  QFile::permissions(resource) & 0x7077);
         QCOMPARE(DescribeTree("e"), QStringList({"a/", "a/x=1"}));
+        MakeTree("./:/qpdf", {"qpdfa_metadata.xml=other"});
+        QVERIFY(!FileHelper(":/qpdf").Remove());
+        QCOMPARE(ContentOf("./" + resource), "other");
     }
 
     void holesStayHoles()

@@ -114,7 +114,8 @@ void FileHelper::ScanPath(const QString& path)
                                                  : RemovalTree::Item{walk.Entry(), {}};
         const bool isRoot = item.directory == Tree::root;
         const QFileInfo info = isRoot ? root : QFileInfo(below + tree->names.Path(item.entry));
-        PlacesOf(this).push_back({tree, item});
+        // The system knows another file, if any, by the path of a resource.
+        PlacesOf(this).push_back({root.isNativePath() ? tree : nullptr, item});
         AddFound(info, info.absoluteFilePath());
     }
     tree->directories.Close();

@@ -41,7 +41,8 @@ QString PathBelow(const QString& directory)
 
 bool Exists(const QString& path)
 {
-    return Identity(StatusOf(path, lstat)).IsKnown();
+    const QFileInfo info(path); // which knows resources and search paths, too
+    return info.isSymLink() || info.exists();
 }
 
 bool IsSameFile(const QString& first, const QString& second)
