@@ -67,6 +67,8 @@ private:
     static QString ThroughLinks(const QString& path)
     {
         const QFileInfo info(path);
+        if (!info.isSymLink())
+            return path;
         const QString target = info.exists() ? info.canonicalFilePath() : info.symLinkTarget();
         return target.isEmpty() ? path : target; // one in /dev/fd may lead nowhere
     }
