@@ -65,7 +65,7 @@ QString Decrypt(const QString& key, const QByteArray& input, QString& error)
                           std::all_of(bytes.cbegin() + text.size(), bytes.cend(),
                                       [](char byte) { return byte == '\0'; });
     if (!bytes.isEmpty() && (!isPadded || !Loss(text).isEmpty()))
-        error = "this key does not open it, or it is damaged";
+        error = "the key is wrong, or the input is damaged";
     return QString::fromUtf8(text);
 }
 
@@ -88,7 +88,7 @@ int RunEncrypt(Call& call)
 {
     const HiddenTyping hidden;
     if (isatty(STDIN_FILENO) == 1)
-        call.Note("type the text, which is not shown, and Ctrl-D on a line of its own");
+        call.Note("type the text (it is not shown), then Ctrl-D on a new line");
     return Convert(call, &Encrypt);
 }
 
@@ -99,18 +99,19 @@ int RunDecrypt(Call& call)
 
 const Option keyOption = {
     "key-file", "FILE",
-    "Take the key from FILE, a regular file that holds a text of 1 to 32 bytes. Without it, the "
-    "key follows from the name of the current user. A line end that closes the key or the text is "
-    "not a part of it; the result comes with one."};
+    "Read the key from FILE, a regular file that contains 1 to 32 bytes of text in UTF-8. Without "
+    "it, the key is derived from the name of the current user. A line end that ends the key or "
+    "the input is ignored; the output ends with one."};
 
 } // namespace
 
 const Command encryptCommand = {
-    "encrypt", "Encrypt the text on standard input; print Base64.", {}, {keyOption}, &RunEncrypt,
+    "encrypt",   "Encrypt text from standard input and print it in Base64.", {}, {keyOption},
+    &RunEncrypt,
 };
 
 const Command decryptCommand = {
-    "decrypt",   "Decrypt the Base64 on standard input; print the text.", {}, {keyOption},
+    "decrypt",   "Decrypt Base64 from standard input and print the text.", {}, {keyOption},
     &RunDecrypt,
 };
 

@@ -27,13 +27,13 @@ Options operator+(Options options, const Options& more)
 const Options& CommonOptions()
 {
     static const Options options = {
-        {"quiet", nullptr, "No progress, notes and summaries: errors and data only."},
+        {"quiet", nullptr, "Print only errors and data: no progress, notes or summaries."},
         {"log", "LEVEL",
          "Write the library's log to standard error, up to LEVEL: emerg, alert, crit, error, warn, "
-         "notice, info, debug."},
+         "notice, info or debug."},
         {"log-file", "FILE",
-         "Write the log to the end of FILE, too; up to debug, if --log does not say otherwise."},
-        {"log-config", "FILE", "Write the log where the log4cpp property file FILE says."},
+         "Append the log to FILE as well, up to the level of --log (default: debug)."},
+        {"log-config", "FILE", "Write the log as the log4cpp property file FILE says."},
         {"help", nullptr, "Show this help."},
     };
     return options;
@@ -105,7 +105,7 @@ void Call::SetUpLog()
     if (Has("log-config") && ReadFile(config, error).isEmpty() && !error.isEmpty())
         Reject(error);
     else if (Has("log-config") && !log_.WriteAsConfigured(config))
-        Reject(QString("'%1' is no property file that log4cpp can use").arg(config));
+        Reject(QString("'%1' is not a property file that log4cpp can use").arg(config));
 }
 
 qint64 Call::Number(const QString& option, qint64 minimum, qint64 maximum)
@@ -159,10 +159,10 @@ QUrl Call::HttpUrl()
     const QString text = Positional(0);
     const QUrl url(text, QUrl::StrictMode);
     if (!url.isValid())
-        Reject(QString("'%1' is no valid URL").arg(text));
+        Reject(QString("'%1' is not a valid URL").arg(text));
     else if (url.scheme() != "http" && url.scheme() != "https")
-        Reject(
-            QString("'%1' is no HTTP address: it must begin with http:// or https://").arg(text));
+        Reject(QString("'%1' is not an HTTP address: it must begin with http:// or https://")
+                   .arg(text));
     else if (url.host().isEmpty())
         Reject(QString("'%1' names no host").arg(text));
     return url;

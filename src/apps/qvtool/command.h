@@ -56,7 +56,7 @@ struct Command
 };
 
 /** For commands whose result is data; see Call::Report(). */
-constexpr Option jsonOption = {"json", nullptr, "Print the result as a line of JSON."};
+constexpr Option jsonOption = {"json", nullptr, "Print each result as a line of JSON."};
 
 /** Two lists of options in one. */
 Options operator+(Options options, const Options& more);

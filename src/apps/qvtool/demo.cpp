@@ -269,7 +269,7 @@ int RunDemo(Call& call)
 } // namespace
 
 const Command demoCommand = {
-    "demo", "Show the library at work; needs no arguments and no network.", {}, {}, &RunDemo,
+    "demo", "Show the library at work; no network is needed.", {}, {}, &RunDemo,
 };
 
 } // namespace qvtool

@@ -67,6 +67,8 @@ private:
     static QString ThroughLinks(const QString& path)
     {
         const QFileInfo info(path);
+        if (!info.isSymLink())
+            return path;
         const QString target = info.exists() ? info.canonicalFilePath() : info.symLinkTarget();
         return target.isEmpty() ? path : target; // one in /dev/fd may lead nowhere
     }
@@ -211,8 +213,9 @@ const Command downloadCommand = {
     "Download a URL into a file and verify it.",
     {urlArgument,
      {"FILE",
-      "Target; it is replaced once the download is complete and verified, not before. Standard "
-      "output (-), pipes and devices get the bytes then."}},
+      "File to write. It is created or replaced only when the download is complete and "
+      "verified. Standard output (-), pipes and devices receive the bytes only then, too; with "
+      "'-', no result is printed."}},
     Options{{"size", "N", "Expected size in bytes."},
             {"md5", "HEX", "Expected MD5 digest."},
             {"sha256", "HEX", "Expected SHA-256 digest."}} +

@@ -144,7 +144,7 @@ QString Obstacle(const QString& tree)
 std::optional<int> Confirm(Call& call, const QStringList& trees)
 {
     Print(stderr,
-          QString("Remove '%1' and all that is in there? [y/N] ").arg(Escaped(trees.join("', '"))));
+          QString("Remove '%1' and everything in it? [y/N] ").arg(Escaped(trees.join("', '"))));
     Input input;
     QByteArray answer;
     input.TakeLine(answer);
@@ -195,11 +195,12 @@ const Command copyCommand = {
     "copy",
     "Copy files, links and directory trees.",
     {{"SOURCE...",
-      "Files, links and trees. Links stay links and become relative; hidden entries, empty "
-      "directories, and what cannot be read or named in UTF-8 below a tree are left out."},
+      "Files, links and trees. Links stay links and become relative. Empty directories are not "
+      "copied. Inside trees, hidden entries, unreadable directories and names that are not in "
+      "UTF-8 are left out."},
      {"DESTINATION",
-      "A directory to copy into, or the new name of a single source. Files that are in the way "
-      "are replaced."}},
+      "Directory to copy into, or the new name of a single source. Existing files are "
+      "replaced."}},
     {jsonOption},
     &Copy,
 };
@@ -208,8 +209,9 @@ const Command removeCommand = {
     "remove",
     "Remove files, links and directory trees.",
     {{"PATH...",
-      "Files, links (never what they lead to) and trees. A tree that holds hidden entries is "
-      "emptied of all others, but stays."}},
+      "Files, links (never their targets) and trees. Inside trees, hidden entries and names that "
+      "are not in UTF-8 are left alone; the directories that hold them stay, and the job fails. "
+      "Directories that come after the first of these may stay, too."}},
     {{"yes", nullptr, "Remove trees without asking."}, jsonOption},
     &Remove,
 };

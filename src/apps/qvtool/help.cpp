@@ -37,7 +37,7 @@ QString Term(const Option& option)
 Section ExitCodes(const char* own)
 {
     return {"Exit codes", QString("0 success, 1 the job failed, 2 wrong usage, ") + own +
-                              "128 and its number if a signal ended it."};
+                              "128 plus the number of the signal that ended it."};
 }
 
 Page PageOf(const Command& command)
@@ -64,12 +64,15 @@ Page PageOfTool()
     Section commands = {"Commands", {}};
     for (const Command* command : Commands())
         commands.entries << Entry{command->name, command->summary};
-    return {"qvtool",
-            "The library libqvcommon on the command line.",
-            {{"Usage", "qvtool COMMAND [ARGUMENT...]"},
-             commands,
-             {"More", "'qvtool help COMMAND' tells more; 'qvtool --version' the version."},
-             ExitCodes("3 and 4 the answer of parse and compare, ")}};
+    return {
+        "qvtool",
+        "The library libqvcommon on the command line.",
+        {{"Usage", "qvtool COMMAND [OPTION...] [ARGUMENT...]"},
+         commands,
+         {"More",
+          "'qvtool help COMMAND' and 'man qvtool-COMMAND' describe a command; 'qvtool --version' "
+          "prints the version."},
+         ExitCodes("3 and 4 answers of parse and compare, ")}};
 }
 
 // The text in lines of the usual width; @p indent stands before all but the first one.
@@ -190,10 +193,10 @@ QString HelpText(const Command* command)
 
 const Command helpCommand = {
     "help",
-    "Show what a command does, or all of them.",
-    {{"[COMMAND]", "Name of a command."}},
+    "Describe a command, or list all commands.",
+    {{"[COMMAND]", "Command to describe; without it, all are listed."}},
     {{"as", "FORMAT",
-      "How to write it: text, man (a man page); or of all commands: names, bash or zsh "
+      "Output format: text or man (a man page); for all commands, names, bash or zsh "
       "(completions).",
       "text"}},
     &Help,

@@ -59,8 +59,10 @@ int WatchIdle(Call& call)
 } // namespace
 
 const Command idleCommand = {
-    "idle",     "Print each second how long the user has been idle, and when that begins and ends.",
-    {},         {{"count", "COUNT", "End after COUNT lines of seconds."}, jsonOption},
+    "idle",
+    "Print every second how long the user has been idle, and each change.",
+    {},
+    {{"count", "COUNT", "Stop after COUNT readings; changes do not count."}, jsonOption},
     &WatchIdle,
 };
 

@@ -54,7 +54,7 @@ std::unique_ptr<QCoreApplication> MakeApplication(int& argc, char* argv[])
     if (argc < 2 || strcmp(argv[1], idleCommand.name) != 0)
         return std::make_unique<QCoreApplication>(argc, argv);
     qputenv("QT_QPA_PLATFORM", "xcb;offscreen");
-    qputenv("QT_LOGGING_RULES", "qt.qpa.*=false");
+    qputenv("QT_LOGGING_RULES", "qt.qpa.*=false;default.warning=false");
     return std::make_unique<QGuiApplication>(argc, argv);
 }
 

@@ -113,8 +113,12 @@ const Options& NetworkOptions()
 {
     static const Options options = {
         {"insecure", nullptr, "Do not verify the server's certificate."},
-        {"tries", "N", "Attempts in all after network problems (1).", "1"},
-        {"timeout", "SECONDS", "Longest silence of the server (30), 0 for no limit.", "30"},
+        {"tries", "N",
+         "Number of attempts (default: 1). A download is tried again after any failure, get and "
+         "post only after a network problem.",
+         "1"},
+        {"timeout", "SECONDS",
+         "Give up when the server is silent for so long (default: 30); 0 for no limit.", "30"},
     };
     return options;
 }

@@ -70,8 +70,8 @@ Fetched Fetch(common::http::IFileDownload& download, Progress& progress);
 
 /** What download, get and post have in common. */
 constexpr Argument urlArgument = {
-    "URL",
-    "Address, http:// or https://. The proxies of http_proxy, https_proxy and no_proxy are used."};
+    "URL", "Address that begins with http:// or https://. The environment variables http_proxy, "
+           "https_proxy and no_proxy are respected."};
 const Options& NetworkOptions();
 
 } // namespace qvtool

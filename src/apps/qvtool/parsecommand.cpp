@@ -123,13 +123,14 @@ int Parse(Call& call)
 
 const Command parseCommand = {
     "parse",
-    "Split and classify SIP addresses, Skype names and numbers.",
+    "Split and classify SIP addresses, Skype names and telephone numbers.",
     {{"[TEXT...]",
-      "What a user would type or paste; without any, each line of standard input is one, in UTF-8 "
-      "(what is not, is replaced). A text that begins with '-' goes behind '--'."}},
+      "What a user would type or paste; without arguments, each line of standard input. Invalid "
+      "UTF-8 is replaced. Put '--' before a text that begins with '-'. In the result, the check "
+      "code is about the text as given, the fields are about its normalised form."}},
     {jsonOption},
     &Parse,
-    "3 a text is no address, ",
+    "3 a text is not an address, ",
 };
 
 } // namespace qvtool

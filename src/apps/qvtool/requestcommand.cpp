@@ -35,7 +35,7 @@ void SetHeaders(IHttpRequest& request, Call& call)
     static const QRegularExpression token("\\A[!#$%&'*+.^_`|~0-9A-Za-z-]+\\z");
     for (const auto& [name, value] : call.UniquePairs("header", Qt::CaseInsensitive)) {
         if (!token.match(name).hasMatch() || value.contains('\n') || value.contains('\r'))
-            call.Reject(QString("'%1' is no valid header").arg(name));
+            call.Reject(QString("'%1' is not a valid header").arg(name));
         request.SetRawHeader(name, value);
     }
 }
@@ -53,7 +53,8 @@ QString CheckedName(const QString& name, Call& call)
 {
     static const QRegularExpression forbidden("[\"\\r\\n]");
     if (name.contains(forbidden))
-        call.Reject(QString("a part's name holds no quotes or line ends: '%1'").arg(name));
+        call.Reject(
+            QString("the name of a part must not contain quotes or line ends: '%1'").arg(name));
     return name;
 }
 
@@ -89,7 +90,7 @@ std::optional<int> SetJson(IHttpRequest& request, Call& call)
     QJsonParseError problem = {};
     QJsonDocument::fromJson(text, &problem);
     if (problem.error != QJsonParseError::NoError)
-        return call.Fail(QString("'%1' is no JSON: %2 at byte %3")
+        return call.Fail(QString("'%1' is not JSON: %2 at byte %3")
                              .arg(path, problem.errorString(), QString::number(problem.offset)));
     request.SetData(QSharedPointer<JsonText>::create(text));
     return std::nullopt;
@@ -165,27 +166,32 @@ int Post(Call& call)
 }
 
 const Options requestOptions =
-    NetworkOptions() + Options{{"interval", "SECONDS", "Pause between attempts (20).", "20"},
-                               {"header", "NAME=VALUE", "Send a header."}};
+    NetworkOptions() +
+    Options{{"interval", "SECONDS", "Pause between attempts (default: 20).", "20"},
+            {"header", "NAME=VALUE", "Send a header; may be repeated with other names."}};
 
 } // namespace
 
 const Command getCommand = {
     "get",
-    "Send a GET and print the reply.",
+    "Send a GET request and print the reply.",
     {urlArgument},
-    Options{{"form", "NAME=VALUE", "Add a parameter to the query."}} + requestOptions,
+    Options{
+        {"form", "NAME=VALUE", "Add a parameter to the query; may be repeated with other names."}} +
+        requestOptions,
     &Get,
 };
 
 const Command postCommand = {
     "post",
-    "Send a POST and print the reply.",
+    "Send a POST request and print the reply.",
     {urlArgument},
-    Options{{"json", "FILE", "Send the JSON in FILE, or of standard input (-), as it is there."},
-            {"form", "NAME=VALUE", "Send a form field, URL-encoded."},
-            {"part", "NAME=VALUE", "Send a form field as a part of a multipart body."},
-            {"file", "NAME=PATH", "Send a file as a part of a multipart body."}} +
+    Options{
+        {"json", "FILE",
+         "Send FILE, or standard input (-), as JSON. It is checked, but not changed."},
+        {"form", "NAME=VALUE", "Send a URL-encoded form field; may be repeated with other names."},
+        {"part", "NAME=VALUE", "Send a form field as part of a multipart body; may be repeated."},
+        {"file", "NAME=PATH", "Send a file as part of a multipart body; may be repeated."}} +
         requestOptions,
     &Post,
 };

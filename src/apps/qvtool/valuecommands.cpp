@@ -37,8 +37,8 @@ int Compare(Call& call)
 {
     for (const QString& text : call.Positionals()) {
         if (!IsVersion(text))
-            call.Reject(QString("'%1' is no version of one to four numbers of 32 bits, separated "
-                                "by '.', '-', '_' or ','")
+            call.Reject(QString("'%1' is not a version: one to four 32-bit numbers, separated by "
+                                "'.', '-', '_' or ','")
                             .arg(text));
     }
     if (call.IsRejected())
@@ -75,20 +75,20 @@ int Reveal(Call& call)
 const Command compareCommand = {
     "compare",
     "Compare two versions.",
-    {{"FIRST", "One to four numbers such as 5.1.0.12; missing ones are 0."},
-     {"SECOND", "Another one."}},
+    {{"FIRST", "Version such as 5.1.0.12: one to four numbers; missing ones are 0."},
+     {"SECOND", "Version to compare it with."}},
     {jsonOption},
     &Compare,
-    "3 the first version is less, 4 it is greater, ",
+    "3 FIRST is less than SECOND, 4 it is greater, ",
 };
 
 const Command deviceIdCommand = {
     "device-id",
-    "Print the identity of this machine.",
+    "Print an identity of this machine.",
     {},
     {{"salt", "TEXT",
-      "Print the identity mixed with TEXT instead: different texts give identities that cannot be "
-      "told to belong together."},
+      "Print an identity derived from it and TEXT instead. Identities with different texts "
+      "cannot be linked to each other."},
      jsonOption},
     &ShowDeviceId,
 };
@@ -96,7 +96,7 @@ const Command deviceIdCommand = {
 const Command revealCommand = {
     "reveal",
     "Show a file in the file manager.",
-    {{"FILE", "Selected there if the file manager can do that."}},
+    {{"FILE", "File to show; it is selected if the file manager supports that."}},
     {},
     &Reveal,
 };
