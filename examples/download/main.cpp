@@ -4,6 +4,7 @@
 #include <common/logger/ilogger.h>
 
 #include <QCoreApplication>
+#include <QFile>
 
 int main(int argc, char* argv[])
 {
@@ -19,10 +20,12 @@ int main(int argc, char* argv[])
     QNetworkAccessManager manager;
     IFileDownload* download = common::http::CreateFileDownload(&manager, &manager);
     download->SetUrl(QUrl(args[1]));
-    download->SetFileName(args[2]);
+    download->SetFileName(args[2] + ".part");
     download->SetExpectedDigest(QCryptographicHash::Sha256, args[3]);
     download->SetRetryCount(3);
-    QObject::connect(download, &IFileDownload::complete, [] { QCoreApplication::exit(0); });
+    QObject::connect(download, &IFileDownload::complete, [args] {
+        QCoreApplication::exit(QFile::rename(args[2] + ".part", args[2]) ? 0 : 1);
+    });
     QObject::connect(download, &IFileDownload::failed, [] { QCoreApplication::exit(1); });
     return download->Start() ? QCoreApplication::exec() : 1;
 }

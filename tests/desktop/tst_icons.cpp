@@ -4,8 +4,6 @@
 #include "support/tree.h"
 #include "support/xserver.h"
 
-#include <QDir>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace tools::svg;

@@ -9,8 +9,6 @@
 #include <QDBusMessage>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using common::IdleWatcher;

@@ -13,7 +13,6 @@
 #include "support/scriptedserver.h"
 #include "support/tree.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <sys/stat.h>

@@ -333,7 +333,7 @@ private Q_SLOTS:
         for (const QString& name :
              QDir().entryList({"log*"}, QDir::Files, QDir::Name | QDir::Reversed)) {
             for (const QString& line : LinesOf(name))
-                found[line.leftRef(1).toInt()] << line;
+                found[line.left(1).toInt()] << line;
         }
         for (int thread = 0; thread < 8; ++thread)
             QVERIFY(found[thread] == expected[thread]);

@@ -1,10 +1,7 @@
 #include <qtsingleapplication/qtlocalpeer.h>
 #include <qtsingleapplication/qtlockedfile.h>
 
-#include <QDir>
 #include <QLocalSocket>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>
@@ -65,7 +62,7 @@ private:
     {
         return QDir(directory_->path())
             .entryList(QDir::System)
-            .replaceInStrings(QRegExp("^"), directory_->path() + '/');
+            .replaceInStrings(QRegularExpression("^"), directory_->path() + "/");
     }
 
 private Q_SLOTS:

@@ -3,9 +3,6 @@
 #include "support/tree.h"
 #include "support/xserver.h"
 
-#include <QProcess>
-#include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>

@@ -7,7 +7,6 @@
 #include "support/recordinglogger.h"
 #include "support/tree.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cstring>

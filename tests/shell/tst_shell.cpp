@@ -3,8 +3,6 @@
 #include "support/recordinglogger.h"
 #include "support/tree.h"
 
-#include <QElapsedTimer>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>

@@ -5,7 +5,6 @@
 #include <common/tools/sip/sipid.h>
 #include <common/tools/web/web.h>
 
-#include <QRandomGenerator>
 #include <QtTest>
 
 using namespace tools::sip;

@@ -4,8 +4,6 @@
 #include "support/recordinglogger.h"
 #include "support/tree.h"
 
-#include <QDir>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using tools::JsonFile;

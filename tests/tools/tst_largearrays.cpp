@@ -2,7 +2,6 @@
 #include <common/tools/jsonfile.h>
 #include <common/tools/qcompressor.h>
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <limits>

@@ -2,7 +2,6 @@
 
 #include "support/process.h"
 
-#include <QRandomGenerator>
 #include <QtTest>
 
 #include <unistd.h>

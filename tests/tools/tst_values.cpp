@@ -3,8 +3,6 @@
 #include <common/tools/string/splitter.h>
 #include <common/tools/version.h>
 
-#include <QRandomGenerator>
-#include <QTemporaryFile>
 #include <QtTest>
 
 using common::Version;
