@@ -61,15 +61,15 @@ if(TARGET qvtool)
     mark_as_advanced(QVCOMMON_ZSH_COMPLETIONS_DIR)
     if(NOT CMAKE_CROSSCOMPILING) # the tool itself is asked
         set(manual "${PROJECT_BINARY_DIR}/manual")
-        add_custom_command(OUTPUT "${manual}/qvtool" "${manual}/_qvtool"
+        add_custom_command(OUTPUT "${manual}/man1/qvtool.1.gz"
             COMMAND "${PROJECT_SOURCE_DIR}/cmake/write_manual.sh" $<TARGET_FILE:qvtool> "${manual}"
             DEPENDS qvtool cmake/write_manual.sh
             VERBATIM)
-        add_custom_target(manual ALL DEPENDS "${manual}/qvtool")
+        add_custom_target(manual ALL DEPENDS "${manual}/man1/qvtool.1.gz")
         install(DIRECTORY "${manual}/man1" DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT tools)
-        install(FILES "${manual}/qvtool" COMPONENT tools
-            DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions")
-        install(FILES "${manual}/_qvtool" COMPONENT tools
-            DESTINATION "${QVCOMMON_ZSH_COMPLETIONS_DIR}")
     endif()
+    install(FILES src/apps/qvtool/completion.bash RENAME qvtool COMPONENT tools
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions")
+    install(FILES src/apps/qvtool/completion.zsh RENAME _qvtool COMPONENT tools
+        DESTINATION "${QVCOMMON_ZSH_COMPLETIONS_DIR}")
 endif()

@@ -33,6 +33,7 @@ private:
         QUrl secret = server_.Url({});
         secret.setUserInfo("user:word");
         arguments.replace("SECRET", secret.toString()).replace("URL", server_.Url({}).toString());
+        process_.setReadChannel(QProcess::StandardError);
         process_.start("sh", {"-c", before + "exec " QVTOOL_PATH " " + arguments});
         QVERIFY(process_.waitForStarted());
     }
@@ -49,19 +50,17 @@ private:
                                                             : process_.exitCode();
     }
 
-    int Run(const QString& arguments, const QByteArray& input = {})
+    int Run(const QString& arguments, const QByteArray& input = {}, const QString& before = {})
     {
-        Start(arguments);
+        Start(arguments, before);
         process_.write(input);
         return End();
     }
 
-    static bool Catches(int signal, qint64 process)
+    static bool OldIsAllThereIs()
     {
-        const QByteArray status = ContentOf(QString("/proc/%1/status").arg(process));
-        const int mask = status.indexOf("SigCgt:\t") + 8;
-        return status.startsWith("Name:\tqvtool\n") &&
-               (status.mid(mask, 16).toULongLong(nullptr, 16) >> (signal - 1) & 1) != 0;
+        return ContentOf("old") == "precious" &&
+               QDir().entryList({".qvtool*"}, QDir::Files | QDir::Hidden).isEmpty();
     }
 
     ScriptedServer server_;
@@ -82,7 +81,6 @@ private Q_SLOTS:
         server_.Script("/empty", {Reply::Status(204, "No Content")});
         server_.Script("/gone", {Reply::Status(410, "Gone\033[2J", "a\033page\n")});
         server_.Script("/large", {Reply::Ok(QByteArray(100000, 'x'))});
-        server_.Script("/slow", {Drip("xxxxx", 1, 300)});
         server_.Script("/drip", {Drip(QByteArray(1000, 'x'), 1, 20)});
         Reply moved = Reply::Status(302, "Found", "page");
         moved.headers << qMakePair(QByteArray("Location"), QByteArray("/ok"));
@@ -100,20 +98,12 @@ private Q_SLOTS:
     void commands_data()
     {
         AddCases<Case>({
-            {"nonsense", 2, "", "there is no command 'nonsense' (see 'qvtool help')"},
             {"help get", 0, "Usage: qvtool get .*--header NAME=VALUE .*128 plus the number.*"},
-            {"help --as bash | bash -n", 0, ""},
-            {"get", 2, "", "qvtool get: URL is missing"},
             {"encrypt secret", 2, "", "1 argument too many"},
-            {"get host/ok", 2, "", "is not an HTTP address"},
             {"get --log-file none/log URL/ok", 2, "", "log': No such file or directory"},
-            {"get --tries 0 URL/ok", 2, "", "--tries takes a whole number from 1 to"},
-            {"get --header a URL/ok", 2, "", "--header takes NAME=VALUE, not 'a'"},
             {"get --form a=1 --form a=2 URL/ok", 2, "", "--form is given twice for 'a'"},
-            {"get --log error http://127.0.0.1:1/", 1, "", "Connection refused"},
             {"get SECRET/missing", 1, "", "/missing: 404 Not Found"},
-            {"get URL/gone", 1, "", "410 Gone\\x1b[2J\na\\x1bpage\n"},
-            {"get URL/slow --timeout 1", 0, "x{5}"},
+            {"get URL/gone", 1, "", "a\\x1bpage\nqvtool get: "},
             {"get URL/ok --form a=1 --log debug", 0, "body", "Sending GET request to URL="},
             {"get URL/moved", 0, "body"},
             {"get URL/ok >/dev/full", 1, "", "cannot write to standard output"},
@@ -125,16 +115,15 @@ private Q_SLOTS:
             {"download URL/ok tree", 1, "", "it is a directory"},
             {"download URL/empty old", 1, "", "the server sent no file, but status 204 No Content"},
             {"download URL/ok old --size 5", 1, "", "Expected 5 bytes, downloaded 4 bytes."},
-            {"download URL/ok old --md5 00000000000000000000000000000000", 1, "", "by checksum!"},
-            {"download URL/cut old", 1, "", "/cut -> '"},
+            {"download URL/cut old", 1, "", "/cut: "},
             {"download URL/ok - --size 4", 0, "body"},
             {"download URL/ok /dev/stdout | cat", 0, "body"},
             {"download URL/ok /dev/null --json", 0,
              "\\{\"file\":\"/dev/null\",\"md5\":.*\"size\":4\\}\n"},
             {"download URL/ok fifo --quiet & cat fifo; wait $! && test -p fifo", 0, "body"},
             {"copy old ./old new/", 1, "", "has the same destination"},
-            {"copy old old", 1, "", "Cannot copy from '"},
             {"remove --yes \"$PWD\"", 1, "", "it holds the current directory"},
+            {"remove --yes tree/a/../", 1, "", "cannot remove 'tree/a/../': its name is '..'"},
             {"remove tree", 1, "", "nothing removed: not confirmed", "no\n"},
             {"remove --yes kept", 1, "", "(1 of 2 items removed, 1 hidden entry left out)"},
             {"parse --json skype:X", 0, ".*\"kind\":3,.*\"number\":\"skype: x@skype.com\".*\n"},
@@ -142,16 +131,13 @@ private Q_SLOTS:
              "<sip:a@b.c>\na\033"},
             {"encrypt --key-file key", 0, "O3uX6IaI38D\\+oHmVP\\+JedQ==\n", "", "secret"},
             {"decrypt --key-file key", 0, "secret\n", "", "O3uX6IaI38D+oHmVP+JedQ=="},
-            {"decrypt", 1, "", "the key is wrong", "O3uX6IaI38D+oHmVP+JedQ=="},
             {"encrypt <&-", 1, "", "cannot read standard input"},
             {"compare 1.9 1-10", 3, "1.9.0.0 < 1.10.0.0\n"},
             {"compare 2 1.9.9", 4, "2.0.0.0 > 1.9.9.0\n"},
-            {"compare --json 2 2.0", 0,
-             "\\{\"first\":\"2.0.0.0\",\"second\":\"2.0.0.0\",\"sign\":\"=\"\\}\n"},
             {"device-id --log-file log", 0, "[0-9a-f]{32}\n"},
             {"reveal none", 1, "", "none': it does not exist"},
             {"idle", 1, "", "screen-saver extension (DISPLAY is ':none')"},
-            {"demo", 0, ".*All 11 steps ended as they should.*"},
+            {"demo", 0, ".*All 10 steps ended as they should.*"},
         });
     }
 
@@ -165,8 +151,7 @@ private Q_SLOTS:
         QVERIFY2(error_.contains(row.error) && !error_.contains("word"), error_.constData());
         QVERIFY2(row.code == 0 || *row.error == 0 || error_.count("qvtool ") <= 2,
                  error_.constData());
-        QCOMPARE(ContentOf("old"), QByteArray("precious"));
-        QCOMPARE(QDir().entryList({".qvtool*"}, QDir::Files | QDir::Hidden), QStringList());
+        QVERIFY(OldIsAllThereIs());
     }
 
     void getAndPost()
@@ -203,8 +188,7 @@ private Q_SLOTS:
         QCOMPARE(Run("download --quiet URL/ok new/" + longName), 0);
         QCOMPARE(ContentOf("new/" + longName) + out_ + error_, QByteArray("body"));
 
-        Start("download URL/large link", "ulimit -f 1; ");
-        QCOMPARE(End(), 1);
+        QCOMPARE(Run("download URL/large link", {}, "ulimit -f 1; "), 1);
         QVERIFY2(error_.contains("bytes could be written, is the disk full?"), error_.constData());
         QCOMPARE(ContentOf("old"), QByteArray("body"));
     }
@@ -235,34 +219,35 @@ private Q_SLOTS:
         AddCases<Case>({
             {"get URL/drip", 130, "", "/drip: no reply was received"},
             {"download URL/drip old", 129, "", "old' was not written"},
-            {"encrypt", 143, "", "the input was not read to its end"},
-            {"copy many few", 130, "", " of 20000 items copied"},
-            {"demo", 130, "", "the demo did not run to its end"},
+            {"remove tree", 143, "", "the input was not read to its end"},
+            {"copy many few --log debug", 130, "", " of 700 items copied"},
         });
     }
 
+    // What is found goes through the pipe, but not what is copied: that cannot end until it is read.
     void interrupt()
     {
         const Case& row = CurrentCase<Case>();
+        const bool copies = QString(row.name).startsWith("copy");
         QStringList files;
-        for (int i = 0; i < 20000 && QString(row.name).contains("many"); ++i)
+        for (int i = 0; i < 700 && copies; ++i)
             files << QString("many/%1=%1").arg(i);
         MakeTree(".", files);
         const int hits = server_.Requests().size();
         Start(row.name);
-        QTRY_VERIFY(Catches(row.code - 128, process_.processId()));
-        QTRY_VERIFY(!QString(row.name).contains("URL") || server_.Requests().size() > hits);
-        QTRY_VERIFY(files.isEmpty() || QFile::exists("few"));
+        const QDeadlineTimer deadline(30000);
+        while (server_.Requests().size() == hits && process_.bytesAvailable() == 0 &&
+               QDir("few").isEmpty() && !deadline.hasExpired())
+            copies ? QThread::msleep(1) : QTest::qWait(1);
         ::kill(static_cast<pid_t>(process_.processId()), row.code - 128);
         QTRY_COMPARE(process_.state(), QProcess::NotRunning);
         QCOMPARE(End(), row.code);
         QVERIFY2(error_.contains("interrupted: ") && error_.contains(row.error),
-                 error_.constData());
-        QCOMPARE(ContentOf("old"), QByteArray("precious"));
-        QCOMPARE(QDir().entryList({".qvtool*"}, QDir::Files | QDir::Hidden), QStringList());
+                 error_.right(200).constData());
+        QVERIFY(OldIsAllThereIs() && QFile::exists("tree/f"));
         const int copied = DescribeTree("few").size();
-        QVERIFY(files.isEmpty() || (copied > 0 && copied < files.size() &&
-                                    error_.contains(QByteArray::number(copied) + " of ")));
+        QVERIFY(copied < 700 && copies == (copied > 0));
+        QVERIFY(!copies || error_.contains(" " + QByteArray::number(copied) + " of "));
     }
 
     void idle()

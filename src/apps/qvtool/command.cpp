@@ -41,18 +41,23 @@ const Options& CommonOptions()
 
 int Execute(const Command& command, const QStringList& arguments)
 {
-    ToolLogger log;
-    Call call(command, arguments, log);
-    if (!call.IsRejected() && call.Has("help"))
-        return call.Written(Print(stdout, HelpText(&command)));
-    if (call.IsRejected())
-        return call.Rejection();
-    CatchSignals();
-    return command.run(call);
+    try {
+        Call call(command, arguments);
+        if (call.Has("help")) {
+            Print(HelpText(&command));
+            return Success;
+        }
+        CatchSignals();
+        return command.run(call);
+    } catch (const Failure& failure) {
+        const QString hint = QString(" (see 'qvtool help %1')").arg(command.name);
+        PrintError(QString("qvtool %1: ").arg(command.name) + failure.reason +
+                   (failure.code == WrongUsage ? hint : QString()));
+        return failure.code;
+    }
 }
 
-Call::Call(const Command& command, const QStringList& arguments, ToolLogger& log)
-    : command_(command), log_(log)
+Call::Call(const Command& command, const QStringList& arguments) : command_(command)
 {
     for (const Option& option : command.options + CommonOptions()) {
         const bool isHelp = qstrcmp(option.name, "help") == 0;
@@ -61,14 +66,14 @@ Call::Call(const Command& command, const QStringList& arguments, ToolLogger& log
     }
     if (!parser_.parse(QStringList(command.name) + arguments))
         Reject(parser_.errorText());
-    else if (!Has("help")) {
+    if (!Has("help")) {
         CheckPositionals();
         SetUpLog();
     }
 }
 
 // Those that are too many are not repeated: a secret may be among them.
-void Call::CheckPositionals()
+void Call::CheckPositionals() const
 {
     const int given = Positionals().size();
     int expected = 0;
@@ -89,37 +94,34 @@ void Call::SetUpLog()
     if (Has("log")) {
         const int index = levelNames.indexOf(Text("log").toLower());
         if (index < 0)
-            return Reject(
+            Reject(
                 QString("--log takes one of %1, not '%2'").arg(levelNames.join(", "), Text("log")));
         level = static_cast<IMessage::Priority>(index);
         log_.SetLevel(level);
     }
-    QFile file(Text("log-file")); // log4cpp would not say that it cannot open it
-    if (Has("log-file") && !file.open(QIODevice::Append))
-        return Reject(
-            QString("cannot write the log to '%1': %2").arg(file.fileName(), file.errorString()));
-    if (Has("log-file"))
+    if (Has("log-file")) {
+        QFile file(Text("log-file")); // log4cpp would not say that it cannot open it
+        if (!file.open(QIODevice::Append))
+            Reject(QString("cannot write the log to '%1': %2")
+                       .arg(file.fileName(), file.errorString()));
         log_.WriteToFile(file.fileName(), level);
-    QString error;
+    }
     const QString config = Text("log-config");
-    if (Has("log-config") && ReadFile(config, error).isEmpty() && !error.isEmpty())
-        Reject(error);
-    else if (Has("log-config") && !log_.WriteAsConfigured(config))
+    if (Has("log-config") && (ReadFile(config).isEmpty() || !log_.WriteAsConfigured(config)))
         Reject(QString("'%1' is not a property file that log4cpp can use").arg(config));
 }
 
-qint64 Call::Number(const QString& option, qint64 minimum, qint64 maximum)
+qint64 Call::Number(const QString& option, qint64 minimum, qint64 maximum) const
 {
     bool ok = false;
     const qint64 value = Text(option).toLongLong(&ok);
-    if (ok && value >= minimum && value <= maximum)
-        return value;
-    Reject(QString("--%1 takes a whole number from %2 to %3, not '%4'")
-               .arg(option, QString::number(minimum), QString::number(maximum), Text(option)));
-    return minimum;
+    if (!ok || value < minimum || value > maximum)
+        Reject(QString("--%1 takes a whole number from %2 to %3, not '%4'")
+                   .arg(option, QString::number(minimum), QString::number(maximum), Text(option)));
+    return value;
 }
 
-QString Call::Digest(const QString& option, int digits)
+QString Call::Digest(const QString& option, int digits) const
 {
     static const QRegularExpression hexadecimal("\\A[0-9A-Fa-f]+\\z");
     const QString value = Text(option);
@@ -129,7 +131,7 @@ QString Call::Digest(const QString& option, int digits)
     return value;
 }
 
-QList<QPair<QString, QString>> Call::Pairs(const QString& option)
+QList<QPair<QString, QString>> Call::Pairs(const QString& option) const
 {
     QList<QPair<QString, QString>> pairs;
     for (const QString& text : parser_.values(option)) {
@@ -142,7 +144,7 @@ QList<QPair<QString, QString>> Call::Pairs(const QString& option)
 }
 
 QList<QPair<QString, QString>> Call::UniquePairs(const QString& option,
-                                                 Qt::CaseSensitivity sensitivity)
+                                                 Qt::CaseSensitivity sensitivity) const
 {
     const auto pairs = Pairs(option);
     QStringList names;
@@ -154,87 +156,32 @@ QList<QPair<QString, QString>> Call::UniquePairs(const QString& option,
     return pairs;
 }
 
-QUrl Call::HttpUrl()
+QUrl Call::HttpUrl() const
 {
     const QString text = Positional(0);
     const QUrl url(text, QUrl::StrictMode);
-    if (!url.isValid())
-        Reject(QString("'%1' is not a valid URL").arg(text));
-    else if (url.scheme() != "http" && url.scheme() != "https")
+    if ((url.scheme() != "http" && url.scheme() != "https") || url.host().isEmpty())
         Reject(QString("'%1' is not an HTTP address: it must begin with http:// or https://")
                    .arg(text));
-    else if (url.host().isEmpty())
-        Reject(QString("'%1' names no host").arg(text));
     return url;
 }
 
-void Call::Reject(const QString& reason)
+void Call::Report(const QString& text, const QJsonObject& data) const
 {
-    if (rejection_.isEmpty())
-        rejection_ = reason;
+    Print((Has("json") ? QJsonDocument(data).toJson(QJsonDocument::Compact) : text.toUtf8()) +
+          '\n');
 }
 
-int Call::Rejection() const
+void Call::Summarise(const QString& text, const QJsonObject& data) const
 {
-    Tell(QString("%1 (see 'qvtool help %2')").arg(rejection_, command_.name));
-    return WrongUsage;
-}
-
-int Call::Fail(const QString& reason) const
-{
-    Tell(reason);
-    return JobFailed;
-}
-
-int Call::Interrupted(const QString& state) const
-{
-    Tell("interrupted: " + state);
-    return 128 + SignalThatCame();
-}
-
-std::optional<int> Call::ReadInput(QByteArray& text) const
-{
-    Input input;
-    text = input.TakeAll();
-    return InputProblem(input);
-}
-
-std::optional<int> Call::InputProblem(const Input& input) const
-{
-    if (SignalThatCame() != 0)
-        return Interrupted("the input was not read to its end");
-    if (!input.Error().isEmpty())
-        return Fail("cannot read standard input: " + input.Error());
-    return std::nullopt;
-}
-
-int Call::Report(const QString& text, const QJsonObject& data) const
-{
-    if (Has("json"))
-        return Written(
-            PrintBytes(stdout, QJsonDocument(data).toJson(QJsonDocument::Compact) + '\n'));
-    return Written(PrintLine(stdout, text));
-}
-
-int Call::Summarise(const QString& text, const QJsonObject& data) const
-{
-    return IsQuiet() && !Has("json") ? Success : Report(text, data);
-}
-
-int Call::Written(bool written, int code) const
-{
-    return written ? code : Fail("cannot write to standard output");
+    if (!IsQuiet() || Has("json"))
+        Report(text, data);
 }
 
 void Call::Note(const QString& text) const
 {
     if (!IsQuiet())
-        Tell(text);
-}
-
-void Call::Tell(const QString& text) const
-{
-    PrintError(QString("qvtool %1: %2").arg(command_.name, text));
+        PrintError(QString("qvtool %1: %2").arg(command_.name, text));
 }
 
 } // namespace qvtool

@@ -9,23 +9,11 @@
 #include <QString>
 #include <QUrl>
 
-#include <optional>
 #include <vector>
 
 namespace qvtool {
 
 class Call;
-class Input;
-
-/** How a call ends; with 128 and its number, if a signal ended it. */
-enum ExitCode {
-    Success = 0,
-    JobFailed = 1,
-    WrongUsage = 2,
-    IsNot = 3, ///< "parse": a text is no address
-    IsLess = 3,
-    IsGreater = 4
-};
 
 /** One that begins with "[" may be missing, one with "..." in it be there more than once. */
 struct Argument
@@ -44,7 +32,7 @@ struct Option
 
 using Options = std::vector<Option>;
 
-/** All there is to say of a command: its help, its man page and the completions are made of it. */
+/** All there is to say of a command; its help is made of it. */
 struct Command
 {
     const char* name;
@@ -67,16 +55,11 @@ const Options& CommonOptions();
 /** The command behind @p arguments, which begin behind its name. Returns its exit code. */
 int Execute(const Command& command, const QStringList& arguments);
 
-/**
- * One call of a command: its checked arguments, and how it tells what came out.
- *
- * The first thing that is wrong with the arguments is kept: a command reads all it needs, then asks
- * once whether IsRejected().
- */
+/** One call of a command: its checked arguments, and how it tells what came out. */
 class Call
 {
 public:
-    Call(const Command& command, const QStringList& arguments, ToolLogger& log);
+    Call(const Command& command, const QStringList& arguments);
 
     bool Has(const QString& option) const { return parser_.isSet(option); }
     QString Text(const QString& option) const { return parser_.value(option); }
@@ -85,51 +68,33 @@ public:
     bool IsQuiet() const { return Has("quiet"); }
 
     /** A whole number; unless told otherwise, one that is good for seconds. */
-    qint64 Number(const QString& option, qint64 minimum, qint64 maximum = 2147483);
+    qint64 Number(const QString& option, qint64 minimum, qint64 maximum = 2147483) const;
     /** So many hexadecimal digits, or empty if the option was not given. */
-    QString Digest(const QString& option, int digits);
+    QString Digest(const QString& option, int digits) const;
     /** Every use of the option, split at the first "=". */
-    QList<QPair<QString, QString>> Pairs(const QString& option);
+    QList<QPair<QString, QString>> Pairs(const QString& option) const;
     /** The same; no name may come twice. */
     QList<QPair<QString, QString>> UniquePairs(const QString& option,
-                                               Qt::CaseSensitivity sensitivity);
+                                               Qt::CaseSensitivity sensitivity) const;
     /** The first argument as an absolute http or https address. */
-    QUrl HttpUrl();
+    QUrl HttpUrl() const;
 
-    void Reject(const QString& reason);
-    bool IsRejected() const { return !rejection_.isEmpty(); }
-    /** Tells what is wrong with the arguments. Returns the exit code, like all the following. */
-    int Rejection() const;
-
-    /** Tells why the job failed. */
-    int Fail(const QString& reason) const;
-    /** Tells what a signal left undone. */
-    int Interrupted(const QString& state) const;
-    /** Reads standard input to its end; an exit code if that failed. */
-    std::optional<int> ReadInput(QByteArray& text) const;
-    /** An exit code if the input did not end as it should. */
-    std::optional<int> InputProblem(const Input& input) const;
     /** Prints the result: @p text, or @p data, if that is asked for. */
-    int Report(const QString& text, const QJsonObject& data) const;
+    void Report(const QString& text, const QJsonObject& data) const;
     /** The same, where the text is not what the user wanted to have: nothing, if it is to be quiet. */
-    int Summarise(const QString& text, const QJsonObject& data) const;
-    /** The end of a job whose output was @p written, or not. */
-    int Written(bool written, int code = Success) const;
-
+    void Summarise(const QString& text, const QJsonObject& data) const;
     /** Tells something beside the result, unless it is to be quiet. */
     void Note(const QString& text) const;
 
-    ToolLogger& Log() const { return log_; }
+    ToolLogger& Log() { return log_; }
 
 private:
-    void Tell(const QString& text) const;
-    void CheckPositionals();
+    void CheckPositionals() const;
     void SetUpLog();
 
     const Command& command_;
-    ToolLogger& log_;
+    ToolLogger log_;
     QCommandLineParser parser_;
-    QString rejection_;
 };
 
 } // namespace qvtool

@@ -23,7 +23,7 @@ extern const Command helpCommand;
 const std::vector<const Command*>& Commands();
 
 /** The help of the command; for null, of the tool. */
-QString HelpText(const Command* command = nullptr);
+QByteArray HelpText(const Command* command = nullptr);
 
 /** The command of that name, or null. */
 const Command* FindCommand(const QString& name);

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <utility>
 
 #include <fcntl.h>
@@ -23,14 +25,12 @@ namespace {
 constexpr int chunkSize = 64 * 1024;
 constexpr int mostKept = 1024 * 1024 * 1024;
 
-constexpr int longestBar = 30;
-constexpr int shortestBar = 10;
+constexpr int barWidth = 20;
 constexpr int usualColumns = 80;
 constexpr qint64 drawPeriod = 100; // milliseconds; a rate over less time says nothing, either
 
 std::atomic<bool> barIsShown = false; // the library's threads log, too
 
-constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP};
 int pipeEnds[2] = {-1, -1};
 volatile std::sig_atomic_t signalThatCame = 0;
 
@@ -42,6 +42,19 @@ void OnSignal(int number)
     [[maybe_unused]] const auto written = write(pipeEnds[1], &byte, 1);
 }
 
+// What is ignored stays so: in the background of a script, or by nohup.
+void HandleSignals(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESETHAND | SA_RESTART;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction current = {};
+        if (sigaction(number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN)
+            sigaction(number, &action, nullptr);
+    }
+}
+
 int Columns()
 {
     winsize size = {};
@@ -49,26 +62,34 @@ int Columns()
                                                                            : usualColumns;
 }
 
-void EraseBar()
+bool Write(FILE* stream, const QByteArray& bytes)
+{
+    const auto size = static_cast<size_t>(bytes.size());
+    return fwrite(bytes.constData(), 1, size, stream) == size && fflush(stream) == 0;
+}
+
+void EndBar()
 {
     if (barIsShown.exchange(false))
-        Print(stderr, "\r\033[K");
+        Write(stderr, "\n");
 }
 
 } // namespace
 
-QString HumanSize(qint64 bytes)
+void Fail(const QString& reason)
 {
-    constexpr double step = 1024;
-    const char* const units[] = {"KiB", "MiB", "GiB", "TiB"};
-    if (bytes < step)
-        return QString("%1 B").arg(bytes);
+    throw Failure{JobFailed, reason};
+}
 
-    double value = bytes / step;
-    int unit = 0;
-    for (; value >= step && unit < 3; ++unit)
-        value /= step;
-    return QString("%1 %2").arg(value, 0, 'f', 1).arg(units[unit]);
+void Reject(const QString& reason)
+{
+    throw Failure{WrongUsage, reason};
+}
+
+void EndIfInterrupted(const QString& state)
+{
+    if (signalThatCame != 0)
+        throw Failure{128 + signalThatCame, "interrupted: " + state};
 }
 
 QString Counted(qint64 count, const QString& one, const QString& many)
@@ -89,49 +110,32 @@ QString Escaped(const QString& text)
     return result;
 }
 
-bool PrintBytes(FILE* stream, const QByteArray& bytes)
+void Print(const QByteArray& bytes)
 {
-    const auto size = static_cast<size_t>(bytes.size());
-    return fwrite(bytes.constData(), 1, size, stream) == size && fflush(stream) == 0;
+    EndBar();
+    if (!Write(stdout, bytes))
+        Fail("cannot write to standard output");
 }
 
-bool Print(FILE* stream, const QString& text)
+void PrintLine(const QString& text)
 {
-    return PrintBytes(stream, text.toUtf8());
-}
-
-bool PrintLine(FILE* stream, const QString& text)
-{
-    return Print(stream, text + '\n');
+    Print(text.toUtf8() + '\n');
 }
 
 void PrintError(const QString& text)
 {
-    EraseBar();
-    PrintLine(stderr, Escaped(text));
+    Write(stderr, (barIsShown.exchange(false) ? "\r\033[K" : "") + Escaped(text).toUtf8() + '\n');
 }
 
 void CatchSignals()
 {
-    if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
-        return;
-    struct sigaction action = {};
-    action.sa_handler = OnSignal;
-    action.sa_flags = SA_RESETHAND | SA_RESTART;
-    for (const int number : endingSignals) {
-        struct sigaction inherited = {};
-        if (sigaction(number, &action, &inherited) == 0 && inherited.sa_handler == SIG_IGN)
-            std::signal(number, SIG_IGN); // in the background of a script, or by nohup
-    }
+    if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) == 0)
+        HandleSignals(OnSignal);
 }
 
 void ReleaseSignals()
 {
-    for (const int number : endingSignals) {
-        struct sigaction current = {};
-        if (sigaction(number, nullptr, &current) == 0 && current.sa_handler == OnSignal)
-            std::signal(number, SIG_DFL);
-    }
+    HandleSignals(SIG_DFL);
 }
 
 int SignalThatCame()
@@ -139,14 +143,13 @@ int SignalThatCame()
     return signalThatCame;
 }
 
-bool Await(QEventLoop& loop, const std::function<void()>& start)
+void Await(QEventLoop& loop, const std::function<void()>& start)
 {
     QSocketNotifier notifier(pipeEnds[0], QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, &loop, &QEventLoop::quit);
     QTimer::singleShot(0, &loop, start);
     if (signalThatCame == 0)
         loop.exec();
-    return signalThatCame == 0;
 }
 
 bool Input::More()
@@ -154,33 +157,27 @@ bool Input::More()
     pollfd ends[] = {{STDIN_FILENO, POLLIN, 0}, {pipeEnds[0], POLLIN, 0}};
     while (poll(ends, std::size(ends), -1) < 0 && errno == EINTR)
         ;
-    if (signalThatCame != 0)
-        return false;
+    EndIfInterrupted("the input was not read to its end");
     QByteArray chunk(chunkSize, Qt::Uninitialized);
     const auto size = read(STDIN_FILENO, chunk.data(), static_cast<size_t>(chunk.size()));
     if (size < 0 && (errno == EINTR || errno == EAGAIN))
         return true;
     if (size < 0)
-        error_ = qt_error_string(errno);
-    else if (kept_.size() > mostKept - chunkSize)
-        error_ = "it is too large";
-    else
-        kept_.append(chunk.constData(), static_cast<int>(size));
-    return size > 0 && error_.isEmpty();
+        Fail("cannot read standard input: " + qt_error_string(errno));
+    if (kept_.size() > mostKept - chunkSize)
+        Fail("cannot read standard input: it is too large");
+    kept_.append(chunk.constData(), static_cast<int>(size));
+    return size > 0;
 }
 
 bool Input::TakeLine(QByteArray& line)
 {
     int end = kept_.indexOf('\n');
-    while (end < 0) {
-        const int searched = kept_.size(); // no line ends before
-        if (!More())
-            break;
+    for (int searched = kept_.size(); end < 0 && More(); searched = kept_.size())
         end = kept_.indexOf('\n', searched);
-    }
-    line = end < 0 ? kept_ : WithoutLineEnd(kept_.left(end + 1));
-    kept_.remove(0, end < 0 ? kept_.size() : end + 1);
-    return end >= 0 || (!line.isEmpty() && error_.isEmpty() && signalThatCame == 0);
+    line = kept_.left(end < 0 ? kept_.size() : end + 1);
+    kept_.remove(0, line.size());
+    return !line.isEmpty();
 }
 
 QByteArray Input::TakeAll()
@@ -190,31 +187,17 @@ QByteArray Input::TakeAll()
     return std::exchange(kept_, QByteArray());
 }
 
-HiddenTyping::HiddenTyping() : onTerminal_(tcgetattr(STDIN_FILENO, &before_) == 0)
-{
-    termios hidden = before_;
-    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    if (onTerminal_)
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
-}
-
-HiddenTyping::~HiddenTyping()
-{
-    if (onTerminal_)
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
-}
-
-QByteArray ReadFile(const QString& path, QString& error)
+QByteArray ReadFile(const QString& path)
 {
     const QFileInfo info(path);
     QFile file(path);
     QByteArray content;
     if (info.exists() && !info.isFile())
-        error = QString("cannot read '%1': it is not a regular file").arg(path);
-    else if (file.open(QIODevice::ReadOnly))
+        Fail(QString("cannot read '%1': it is not a regular file").arg(path));
+    if (file.open(QIODevice::ReadOnly))
         content = file.readAll();
-    if (error.isEmpty() && file.error() != QFileDevice::NoError)
-        error = QString("cannot read '%1': %2").arg(path, file.errorString());
+    if (file.error() != QFileDevice::NoError)
+        Fail(QString("cannot read '%1': %2").arg(path, file.errorString()));
     return content;
 }
 
@@ -234,68 +217,38 @@ Progress::Progress(Unit unit, bool quiet)
 
 Progress::~Progress()
 {
-    Finish();
+    EndBar();
 }
 
 void Progress::Update(qint64 done, qint64 total)
 {
-    if (done < done_) {
-        Finish();
+    if (done < done_)
         sinceStart_.start();
-    }
     done_ = done;
-    total_ = total;
-    stale_ = true;
-    if (done == total || sinceDrawn_.elapsed() >= drawPeriod)
-        Draw();
-}
-
-void Progress::Finish()
-{
-    if (stale_)
-        Draw();
-    if (barIsShown.exchange(false))
-        Print(stderr, "\n");
-}
-
-void Progress::Draw()
-{
-    stale_ = false;
-    if (!shown_)
+    if (!shown_ || (done != total && sinceDrawn_.elapsed() < drawPeriod))
         return;
-    const int room = Columns() - 1; // the cursor stays on the line
-    const QString numbers = Numbers(room);
-    const int width = std::min(longestBar, room - int(numbers.size()) - int(qstrlen("[] ")));
-    QString bar;
-    if (total_ > 0 && width >= shortestBar)
-        bar = '[' + QString(int(done_ * width / total_), '#').leftJustified(width, '-') + "] ";
-    EraseBar();
-    Print(stderr, bar + numbers);
-    barIsShown = true;
     sinceDrawn_.start();
+    QStringList parts;
+    if (total > 0)
+        parts << QString("[%1] %2%")
+                     .arg(QString(int(done * barWidth / total), '#').leftJustified(barWidth, '-'))
+                     .arg(done * 100 / total, 3);
+    parts << (total > 0 ? Amount(done) + " of " + Amount(total) : Amount(done));
+    const qint64 perSecond = done * 1000 / std::max(sinceStart_.elapsed(), drawPeriod);
+    parts << Amount(perSecond) + "/s";
+    if (done < total && perSecond > 0)
+        parts << QString("%1 s left").arg((total - done) / perSecond + 1);
+    const int room = Columns() - 1; // the cursor stays on the line
+    while (parts.size() > 1 && parts.join("  ").size() > room)
+        parts.removeLast();
+    Write(stderr, "\r\033[K" + parts.join("  ").left(room).toUtf8());
+    barIsShown = true;
 }
 
 QString Progress::Amount(qint64 amount) const
 {
-    return unit_ == Bytes ? HumanSize(amount) : QString("%1 items").arg(amount);
-}
-
-// As many of them as there is room for.
-QString Progress::Numbers(int room) const
-{
-    QStringList parts;
-    const qint64 elapsed = sinceStart_.elapsed();
-    const qint64 perSecond = done_ * 1000 / std::max<qint64>(elapsed, 1);
-    if (total_ > 0)
-        parts << QString("%1%").arg(done_ * 100 / total_, 3);
-    parts << (total_ > 0 ? QString("%1 of %2").arg(Amount(done_), Amount(total_)) : Amount(done_));
-    if (elapsed >= drawPeriod && perSecond > 0)
-        parts << Amount(perSecond) + "/s";
-    if (parts.last().endsWith("/s") && done_ < total_)
-        parts << QString("%1 s left").arg((total_ - done_) / perSecond + 1);
-    while (parts.size() > 1 && parts.join("  ").size() > room)
-        parts.removeLast();
-    return parts.join("  ");
+    return unit_ == Bytes ? QLocale::c().formattedDataSize(amount, 1)
+                          : QString("%1 items").arg(amount);
 }
 
 } // namespace qvtool

@@ -7,7 +7,6 @@
 #include <common/http/httprequestmultipartformdata.h>
 #include <common/shell/filecopier.h>
 #include <common/shell/fileremover.h>
-#include <common/tools/cipher/aes.h>
 #include <common/tools/jsonfile/jsonfile.h>
 #include <common/tools/string/converter.h>
 #include <loopback/samples.h>
@@ -30,9 +29,9 @@ namespace {
 class Demo
 {
 public:
-    explicit Demo(Call& call) : call_(call) {}
+    explicit Demo(Call& call) : call_(call), logPath_(call.Text("log-file")) {}
 
-    int Run()
+    void Run()
     {
         struct Step
         {
@@ -48,53 +47,48 @@ public:
             {"A verified download, damaged at the first try", &Demo::DownloadVerified},
             {"A tree copied with its links, and removed again", &Demo::CopyAndRemove},
             {"What people type becomes a number to dial", &Demo::ParseAddresses},
-            {"A secret that reads back under its name only", &Demo::StoreSecret},
             {"Settings in an encrypted JSON file", &Demo::KeepSettings},
             {"All of this is in the log", &Demo::ShowLog},
         };
         if (!directory_.isValid() || !server_.Listen())
-            return call_.Fail(QString("cannot start: %1 %2")
-                                  .arg(directory_.errorString(), server_.errorString()));
-        if (!call_.Log().WritesToFile())
-            call_.Log().WriteToFile(Path("demo.log"), common::logger::IMessage::DEBUG);
-        Tell(QString("libqvcommon %1 talks to its own server, %2\n")
-                 .arg(QVTOOL_VERSION, server_.Url({}).toString()));
+            Fail(QString("cannot start: %1 %2")
+                     .arg(directory_.errorString(), server_.errorString()));
+        if (logPath_.isEmpty() && !call_.Has("log-config")) {
+            logPath_ = Path("demo.log");
+            call_.Log().WriteToFile(logPath_, common::logger::IMessage::DEBUG);
+        }
         QElapsedTimer clock;
         clock.start();
         int number = 0;
         for (const Step& step : steps) {
-            Tell(QString("%1. %2").arg(++number).arg(step.title));
+            PrintLine(QString("%1. %2").arg(++number).arg(step.title));
             const bool passed = (this->*step.run)();
-            if (SignalThatCame() != 0)
-                return call_.Interrupted("the demo did not run to its end");
-            Tell(passed ? "   ok\n" : "   FAILED\n");
+            EndIfInterrupted("the demo did not run to its end");
             if (!passed)
-                return call_.Fail(QString("step %1 failed").arg(number));
+                Fail(QString("step %1 failed").arg(number));
+            PrintLine("   ok\n");
         }
-        Tell(QString("All %1 steps ended as they should, in %2 s.")
-                 .arg(number)
-                 .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
-        return call_.Written(told_);
+        PrintLine(QString("All %1 steps ended as they should, in %2 s.")
+                      .arg(number)
+                      .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
     }
 
 private:
-    using Request = std::unique_ptr<IHttpRequest>;
-
     QString Path(const QString& name) const { return directory_.filePath(name); }
-    void Tell(const QString& line) { told_ = PrintLine(stdout, line) && told_; }
-    void Say(const QString& text) { Tell("   " + text); }
 
-    Request NewRequest(const QString& path)
+    static void Say(const QString& text) { PrintLine("   " + text); }
+
+    QByteArray Ask(const QString& path, IHttpRequest::HTTPRequestMethod method,
+                   const QSharedPointer<IHttpRequestData>& data = {})
     {
-        Request request(CreateHttpRequest(&network_, nullptr));
+        const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network_, nullptr));
         request->SetUrl(server_.Url(path));
         request->SetTimeout(5);
-        return request;
-    }
-
-    QByteArray BodyOf(const Request& request, IHttpRequest::HTTPRequestMethod method)
-    {
-        const Answer answer = Ask(*request, method, network_, call_.Log());
+        request->SetAttemptCountOnNetworkProblem(3);
+        request->SetAttemptIntervalOnNetworkProblem(1);
+        if (data)
+            request->SetData(data);
+        const Answer answer = qvtool::Ask(*request, method, network_, call_.Log());
         if (!answer.problem.isEmpty())
             Say("error: " + answer.problem);
         return answer.body;
@@ -105,18 +99,16 @@ private:
         const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
         form->SetParam("name", "Zoë & Co");
         form->SetParam("line", "2");
-        const Request request = NewRequest("/query");
-        request->SetData(form);
-        const QByteArray body = BodyOf(request, IHttpRequest::GET);
+        const QByteArray body = Ask("/query", IHttpRequest::GET, form);
         Say("the server got the query " + QString::fromUtf8(body));
         return body == "line=2&name=Zo%C3%AB%20%26%20Co";
     }
 
     bool PostJson()
     {
-        const Request request = NewRequest("/echo");
-        request->SetData(IHttpRequestSimpleData::CreateJsonData({{"caller", "Zoë"}, {"line", 2}}));
-        const QByteArray body = BodyOf(request, IHttpRequest::POST);
+        const QByteArray body =
+            Ask("/echo", IHttpRequest::POST,
+                IHttpRequestSimpleData::CreateJsonData({{"caller", "Zoë"}, {"line", 2}}));
         Say("echoed: " + QString::fromUtf8(body));
         return body == R"({"caller":"Zoë","line":2})";
     }
@@ -131,31 +123,26 @@ private:
         const auto parts = IHttpRequestMultiPartData::CreateMultiPartFormData();
         parts->AddPart(IHttpRequestPartData::CreateTextPartFormData("comment", "from the demo"));
         parts->AddPart(IHttpRequestPartData::CreateFilePartFormData("file", file.fileName()));
-        const Request request = NewRequest("/echo");
-        request->SetData(parts);
-        const QByteArray body = BodyOf(request, IHttpRequest::POST);
+        const QByteArray body = Ask("/echo", IHttpRequest::POST, parts);
         Say(QString("echoed: %1 bytes, a text and a file of %2 bytes among them")
-                .arg(QString::number(body.size()), QString::number(content.size())));
+                .arg(body.size())
+                .arg(content.size()));
         return body.contains("\r\n\r\nfrom the demo\r\n") &&
-               body.contains(R"(form-data; name="file"; filename="photo.png")") &&
                body.contains("\r\n\r\n" + content + "\r\n");
     }
 
     bool GetCompressed()
     {
-        const Request request = NewRequest("/gzip");
-        const QByteArray body = BodyOf(request, IHttpRequest::GET);
+        const QByteArray body = Ask("/gzip", IHttpRequest::GET);
         Say(QString("%1 bytes came over the wire, decoded %2")
-                .arg(QString::number(network_.AnnouncedSize()), QString::number(body.size())));
-        return body == loopback::SampleText() && network_.Coding() == "gzip";
+                .arg(network_.Head().announcedSize)
+                .arg(body.size()));
+        return body == loopback::SampleText() && network_.Head().coding == "gzip";
     }
 
     bool SurviveDroppedConnection()
     {
-        const Request request = NewRequest("/flaky");
-        request->SetAttemptCountOnNetworkProblem(3);
-        request->SetAttemptIntervalOnNetworkProblem(1);
-        const QByteArray body = BodyOf(request, IHttpRequest::GET);
+        const QByteArray body = Ask("/flaky", IHttpRequest::GET);
         Say(QString("sent again after a second: \"%1\"").arg(QString::fromUtf8(body)));
         return body == "here at last" && server_.Hits("/flaky") > 1;
     }
@@ -163,7 +150,6 @@ private:
     bool DownloadVerified()
     {
         const QString md5 = tools::string::converter::ToMD5(server_.File());
-        Progress progress(Progress::Bytes, call_.IsQuiet());
         const std::unique_ptr<IFileDownload> download(CreateFileDownload(&network_, nullptr));
         download->SetUrl(server_.Url("/file"));
         download->SetFileName(Path("downloads/update.bin"));
@@ -171,7 +157,7 @@ private:
         download->SetExpectedMD5(md5);
         download->SetRetryCount(2);
         server_.DamageNextFile();
-        const Fetched fetched = Fetch(*download, progress);
+        const Fetched fetched = Fetch(*download, call_.IsQuiet());
         Say("the first try: " + call_.Log().LastFailure("CheckDownload"));
         Say(QString("the second one: %1 bytes, MD5 %2, as announced")
                 .arg(QString::number(fetched.received), md5));
@@ -188,18 +174,15 @@ private:
         common::FileCopier copier;
         copier.AddDirectory(source.path(), copy.path());
         const JobState copied = RunJob(copier, &common::FileCopier::Copy);
-        const bool isWithin =
-            QFileInfo(copy.filePath("seven")).symLinkTarget() == copy.filePath("folder 0/file 7");
-        Say(QString("%1 of %2 items copied").arg(copied.current).arg(copied.total));
-        Say(QString("the absolute link leads into the copy now: %1").arg(isWithin ? "yes" : "no"));
-
+        const QString target = QFileInfo(copy.filePath("seven")).symLinkTarget();
+        Say(QString("%1 of %2 items copied; the absolute link leads to %3")
+                .arg(QString::number(copied.current), QString::number(copied.total), target));
         common::FileRemover remover;
         remover.AddDirectory(source.path());
         remover.AddDirectory(copy.path());
         const JobState removed = RunJob(remover, &common::FileRemover::Remove);
         Say(QString("%1 of %2 items removed").arg(removed.current).arg(removed.total));
-        return copied.error == 0 && isWithin && removed.error == 0 && !source.exists() &&
-               !copy.exists();
+        return target == copy.filePath("folder 0/file 7") && !source.exists() && !copy.exists();
     }
 
     bool ParseAddresses()
@@ -218,16 +201,6 @@ private:
         return isRight;
     }
 
-    bool StoreSecret()
-    {
-        using tools::cipher::AES;
-        const QString secret = "pässword";
-        const QString stored = AES::encryptPair("mail", secret);
-        Say("stored as " + stored);
-        return AES::decryptPair("mail", stored) == secret &&
-               AES::decryptPair("chat", stored).isNull();
-    }
-
     bool KeepSettings()
     {
         const QString path = Path("config/settings.json");
@@ -236,18 +209,15 @@ private:
         tools::JsonFile withoutKey(path);
         if (!tools::JsonFile(path, settings, "the key").Save() || !loaded.Load())
             return false;
-        Say(QString("%1 bytes, which are no JSON without the key").arg(QFile(path).size()));
+        Say(QString("%1 bytes, unreadable without the key").arg(QFile(path).size()));
         return withoutKey.Load() && withoutKey.isNull() && loaded.object() == settings;
     }
 
     bool ShowLog()
     {
-        QFile file(Path("demo.log"));
-        if (!file.open(QIODevice::ReadOnly)) {
-            Say("it is where the command line says");
-            return true;
-        }
-        const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
+        if (logPath_.isEmpty())
+            return true; // it is where the property file says
+        const QList<QByteArray> lines = ReadFile(logPath_).trimmed().split('\n');
         Say(QString("%1 lines, the last ones:").arg(lines.size()));
         for (const QByteArray& line : lines.mid(std::max<qsizetype>(0, lines.size() - 3)))
             Say(QString::fromUtf8(line));
@@ -255,15 +225,16 @@ private:
     }
 
     Call& call_;
+    QString logPath_;
     loopback::SampleServer server_;
     Network network_;
     QTemporaryDir directory_;
-    bool told_ = true; // whether all of the transcript could be written
 };
 
 int RunDemo(Call& call)
 {
-    return Demo(call).Run();
+    Demo(call).Run();
+    return Success;
 }
 
 } // namespace

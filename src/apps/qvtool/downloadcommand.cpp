@@ -34,29 +34,35 @@ public:
           path_(ThroughLinks(given)),
           isStream_(isOutput_ || given.startsWith("/dev/fd/") || IsSpecial(path_))
     {
+        const QFileInfo info(path_);
+        if (!isStream_ && (info.isDir() || path_.endsWith('/')))
+            FailToWrite("it is a directory");
+        if (!isStream_ && info.exists() && !info.isWritable())
+            FailToWrite("it is write-protected");
+        if (!isStream_ && !QDir().mkpath(info.absolutePath()))
+            FailToWrite("its directory cannot be created");
+        // The name is short: that of the target may have all the length there is.
+        part_.setFileTemplate((isStream_ ? QDir::tempPath() : info.absolutePath()) +
+                              "/.qvtool-XXXXXX.part");
+        if (!part_.open())
+            FailToWrite(part_.errorString());
     }
 
     QString Path() const { return path_; }
     bool IsOutput() const { return isOutput_; }
     QString PartPath() const { return part_.fileName(); }
     qint64 PartSize() const { return QFileInfo(PartPath()).size(); }
+    QString PartMd5() { return tools::string::converter::ToMD5(part_); }
 
-    /** Makes the file to download to; what went wrong, or empty. */
-    QString Reserve()
-    {
-        const QString problem = isStream_ ? QString() : Problem();
-        if (!problem.isEmpty())
-            return problem;
-        // The name is short: that of the target may have all the length there is.
-        const QString dir = isStream_ ? QDir::tempPath() : QFileInfo(path_).absolutePath();
-        part_.setFileTemplate(dir + "/.qvtool-XXXXXX.part");
-        return part_.open() ? QString() : part_.errorString();
-    }
-
-    /** Puts what was downloaded where it belongs; what went wrong, or empty. */
-    QString Deliver() { return isStream_ ? Pour() : Rename(); }
+    /** Puts what was downloaded where it belongs. */
+    void Deliver() { isStream_ ? Pour() : Rename(); }
 
 private:
+    [[noreturn]] void FailToWrite(const QString& reason) const
+    {
+        Fail(QString("cannot write '%1': %2").arg(path_, reason));
+    }
+
     static bool IsSpecial(const QString& path)
     {
         const QFileInfo info(path);
@@ -73,18 +79,8 @@ private:
         return target.isEmpty() ? path : target; // one in /dev/fd may lead nowhere
     }
 
-    QString Problem() const
-    {
-        const QFileInfo info(path_);
-        if (info.isDir() || path_.endsWith('/'))
-            return "it is a directory";
-        if (info.exists() && !info.isWritable())
-            return "it is write-protected";
-        return QDir().mkpath(info.absolutePath()) ? QString() : "its directory cannot be created";
-    }
-
     // The new file has the permissions of the old one, or those of any new file.
-    QString Rename()
+    void Rename()
     {
         const QByteArray from = QFile::encodeName(PartPath());
         const QByteArray to = QFile::encodeName(path_);
@@ -94,26 +90,26 @@ private:
         const mode_t mode = stat(to.constData(), &old) == 0 ? old.st_mode & 0777 : 0666 & ~mask;
         if (chmod(from.constData(), mode) != 0 ||
             std::rename(from.constData(), to.constData()) != 0)
-            return qt_error_string(errno);
+            FailToWrite(qt_error_string(errno));
         part_.setAutoRemove(false);
-        return QString();
     }
 
-    QString Pour()
+    void Pour()
     {
         constexpr int pieceSize = 64 * 1024;
+        constexpr auto mode = QIODevice::WriteOnly | QIODevice::Unbuffered;
         QFile sink(path_);
         unlink(QFile::encodeName(PartPath()).constData()); // it can still be read
         part_.seek(0);
         ReleaseSignals(); // so nothing is left behind: waiting for a reader may be ended any time
-        if (!(isOutput_ ? sink.open(STDOUT_FILENO, QIODevice::WriteOnly | QIODevice::Unbuffered)
-                        : sink.open(QIODevice::WriteOnly | QIODevice::Unbuffered)))
-            return sink.errorString();
+        if (!(isOutput_ ? sink.open(STDOUT_FILENO, mode) : sink.open(mode)))
+            FailToWrite(sink.errorString());
         for (QByteArray piece; !(piece = part_.read(pieceSize)).isEmpty();) {
             if (sink.write(piece) != piece.size())
-                return sink.errorString();
+                FailToWrite(sink.errorString());
         }
-        return part_.error() == QFileDevice::NoError ? QString() : part_.errorString();
+        if (part_.error() != QFileDevice::NoError)
+            FailToWrite(part_.errorString());
     }
 
     bool isOutput_;
@@ -134,21 +130,23 @@ void Configure(IFileDownload& download, Call& call)
     download.SetTimeout(int(call.Number("timeout", 0)));
 }
 
-// Why there is no usable file; empty if there is one.
-QString Problem(const Fetched& fetched, const Network& network, const Target& target, Call& call,
-                const QUrl& url)
+// Fails unless there is a usable file.
+void Check(const Fetched& fetched, const Network& network, const Target& target, Call& call,
+           const QUrl& url)
 {
+    const QString address = url.toDisplayString() + ": ";
+    EndIfInterrupted(address + QString("'%1' was not written").arg(target.Path()));
     if (fetched.error != 0 && fetched.error != verificationError)
-        return network.Reason(fetched.message, url);
+        Fail(address + network.Reason(fetched.message, url));
     if (target.PartSize() < fetched.received)
-        return QString("only %1 of %2 bytes could be written, is the disk full?")
-            .arg(target.PartSize())
-            .arg(fetched.received);
+        Fail(QString("only %1 of %2 bytes could be written, is the disk full?")
+                 .arg(target.PartSize())
+                 .arg(fetched.received));
     if (fetched.error != 0)
-        return QString("%1 (%2)").arg(fetched.message, call.Log().LastFailure("CheckDownload"));
-    if (network.Status() != httpOk)
-        return "the server sent no file, but status " + network.StatusLine();
-    return QString();
+        Fail(QString("%1%2 (%3)")
+                 .arg(address, fetched.message, call.Log().LastFailure("CheckDownload")));
+    if (network.Head().status != httpOk)
+        Fail(address + "the server sent no file, but status " + network.Head().StatusLine());
 }
 
 int Download(Call& call)
@@ -158,52 +156,38 @@ int Download(Call& call)
         common::http::CreateFileDownload(&network, nullptr));
     download->SetRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     Configure(*download, call);
+    if (call.Positional(1).isEmpty())
+        Reject("FILE is empty");
     Target target(call.Positional(1));
-    if (target.Path().isEmpty())
-        call.Reject("FILE is empty");
-    if (call.IsRejected())
-        return call.Rejection();
-    QString problem = target.Reserve();
-    if (!problem.isEmpty())
-        return call.Fail(QString("cannot write '%1': %2").arg(target.Path(), problem));
 
     const bool isSizeGiven = download->GetExpectedSize() >= 0;
     // A broken connection can look like success to the network layer; the announced size tells.
     QObject::connect(&network, &Network::finished, download.get(), [&] {
         if (!isSizeGiven)
-            download->SetExpectedSize(network.AnnouncedSize());
+            download->SetExpectedSize(network.Head().announcedSize);
     });
     download->SetFileName(target.PartPath());
-    Progress progress(Progress::Bytes, call.IsQuiet());
     Network::UseProxiesOfEnvironment();
-    const Fetched fetched = Fetch(*download, progress);
-    const QUrl url = download->GetUrl();
-    problem = Problem(fetched, network, target, call, url);
+    const Fetched fetched = Fetch(*download, call.IsQuiet());
+    Check(fetched, network, target, call, download->GetUrl());
     const qint64 size = target.PartSize();
-    QString md5 = call.Text("md5").toLower();
-    QFile content(target.PartPath());
-    if (problem.isEmpty() && md5.isEmpty() && content.open(QIODevice::ReadOnly))
-        md5 = tools::string::converter::ToMD5(content);
-    if (SignalThatCame() != 0) // perhaps while the file was read
-        return call.Interrupted(QString("'%1' was not written").arg(target.Path()));
-    if (problem.isEmpty())
-        problem = target.Deliver();
-    if (!problem.isEmpty())
-        return call.Fail(
-            QString("%1 -> '%2': %3").arg(url.toDisplayString(), target.Path(), problem));
+    const QString md5 = call.Has("md5") ? call.Text("md5").toLower() : target.PartMd5();
+    EndIfInterrupted(QString("'%1' was not written").arg(target.Path()));
+    target.Deliver();
 
     if (download->GetExpectedSize() < 0 && !call.Has("md5") && !call.Has("sha256"))
         call.Note(QString("the server announced no size: give --size or --sha256 to be sure that "
                           "'%1' is complete")
                       .arg(target.Path()));
-    if (!network.Coding().isEmpty() && network.Coding() != "identity")
-        call.Note(QString("'%1' is stored as it was sent, encoded with %2")
-                      .arg(target.Path(), network.Coding()));
-    if (target.IsOutput())
-        return Success;
-    return call.Summarise(
-        QString("%1  %2 bytes  MD5 %3").arg(Escaped(target.Path()), QString::number(size), md5),
-        {{"file", target.Path()}, {"size", size}, {"md5", md5}});
+    const QString coding = network.Head().coding;
+    if (!coding.isEmpty() && coding != "identity")
+        call.Note(
+            QString("'%1' is stored as it was sent, encoded with %2").arg(target.Path(), coding));
+    if (!target.IsOutput())
+        call.Summarise(
+            QString("%1  %2 bytes  MD5 %3").arg(Escaped(target.Path()), QString::number(size), md5),
+            {{"file", target.Path()}, {"size", size}, {"md5", md5}});
+    return Success;
 }
 
 } // namespace

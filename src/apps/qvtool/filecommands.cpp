@@ -9,7 +9,7 @@
 #include <QFileInfo>
 #include <QHash>
 
-#include <optional>
+#include <cstdio>
 
 #include <fts.h>
 
@@ -20,32 +20,29 @@ namespace {
 // What jobs leave out below their trees.
 struct LeftOut
 {
-    const char* key;
-    const char* one;
-    const char* many;
-    int count = 0;
+    int hidden = 0;
+    int unreadable = 0;
+    int notUtf8 = 0;
 };
-using LeftOuts = std::vector<LeftOut>;
 
-LeftOuts FindLeftOut(const QStringList& trees)
+LeftOut FindLeftOut(const QStringList& trees)
 {
-    LeftOuts found = {{"hidden", "hidden entry", "hidden entries"},
-                      {"unreadable", "unreadable folder", "unreadable folders"},
-                      {"notUtf8", "name not in UTF-8", "names not in UTF-8"}};
+    LeftOut found;
     for (const QString& tree : trees) {
         QByteArray root = QFile::encodeName(QFileInfo(tree).absoluteFilePath());
         char* const roots[] = {root.data(), nullptr};
-        FTS* walk = QFileInfo::exists(tree) ? fts_open(roots, FTS_PHYSICAL, nullptr) : nullptr;
-        while (const FTSENT* entry = walk ? fts_read(walk) : nullptr) {
+        FTS* walk = fts_open(roots, FTS_PHYSICAL, nullptr);
+        while (FTSENT* entry = walk ? fts_read(walk) : nullptr) {
             const QByteArray name = entry->fts_name;
             const bool isHidden = entry->fts_level > 0 && name.startsWith('.');
-            const bool isSkipped = isHidden || QString::fromUtf8(name).toUtf8() != name;
+            const bool isNotUtf8 = !isHidden && QString::fromUtf8(name).toUtf8() != name;
+            if (isHidden || isNotUtf8)
+                fts_set(walk, entry, FTS_SKIP);
             if (entry->fts_info == FTS_DP)
                 continue; // seen on the way down
-            if (isSkipped)
-                fts_set(walk, const_cast<FTSENT*>(entry), FTS_SKIP);
-            if (isSkipped || entry->fts_info == FTS_DNR)
-                ++found[isHidden ? 0 : isSkipped ? 2 : 1].count;
+            found.hidden += isHidden;
+            found.notUtf8 += isNotUtf8;
+            found.unreadable += !isHidden && !isNotUtf8 && entry->fts_info == FTS_DNR;
         }
         if (walk)
             fts_close(walk);
@@ -53,28 +50,28 @@ LeftOuts FindLeftOut(const QStringList& trees)
     return found;
 }
 
-// Tells how a job ended. Its exit code.
-int Tell(Call& call, const JobState& state, const QString& done, const QStringList& trees)
+// Tells how a job ended.
+void Tell(Call& call, const JobState& state, const QString& done, const QStringList& trees)
 {
-    const QString howFar = (state.current < state.total
-                                ? QString("%1 of %2 items ").arg(state.current).arg(state.total)
-                                : Counted(state.current, "item", "items") + ' ') +
-                           done;
-    if (SignalThatCame() != 0)
-        return call.Interrupted(howFar);
-    QStringList texts;
-    QJsonObject counts;
-    for (const LeftOut& kind : FindLeftOut(trees)) {
-        counts.insert(kind.key, kind.count);
-        if (kind.count > 0)
-            texts << Counted(kind.count, kind.one, kind.many);
-    }
-    QString summary = howFar;
-    if (!texts.isEmpty())
-        summary += QString(", %1 left out").arg(texts.join(", "));
+    const QString howFar = state.current < state.total
+                               ? QString("%1 of %2 items").arg(state.current).arg(state.total)
+                               : Counted(state.current, "item", "items");
+    QStringList summary = {howFar + ' ' + done};
+    EndIfInterrupted(summary.first());
+    const LeftOut leftOut = FindLeftOut(trees);
+    if (leftOut.hidden > 0)
+        summary << Counted(leftOut.hidden, "hidden entry", "hidden entries");
+    if (leftOut.unreadable > 0)
+        summary << Counted(leftOut.unreadable, "unreadable folder", "unreadable folders");
+    if (leftOut.notUtf8 > 0)
+        summary << Counted(leftOut.notUtf8, "name not in UTF-8", "names not in UTF-8");
+    const QString text = summary.join(", ") + (summary.size() > 1 ? " left out" : "");
     if (state.error != 0)
-        return call.Fail(QString("%1 (%2)").arg(call.Log().FirstFailure(), summary));
-    return call.Summarise(summary, {{done, state.current}, {"leftOut", counts}});
+        Fail(QString("%1 (%2)").arg(call.Log().FirstFailure(), text));
+    call.Summarise(text, {{done, state.current},
+                          {"leftOut", QJsonObject{{"hidden", leftOut.hidden},
+                                                  {"unreadable", leftOut.unreadable},
+                                                  {"notUtf8", leftOut.notUtf8}}}});
 }
 
 QString DestinationOf(const QString& source, const QString& destination, bool isOnly)
@@ -88,12 +85,9 @@ QString DestinationOf(const QString& source, const QString& destination, bool is
 int Copy(Call& call)
 {
     QStringList sources = call.Positionals();
-    const QString given = sources.isEmpty() ? QString() : sources.takeLast();
-    if (given.isEmpty() || sources.contains(QString()))
-        call.Reject("a path is empty");
-    if (call.IsRejected())
-        return call.Rejection();
-
+    const QString given = sources.takeLast();
+    if (given.isEmpty())
+        Reject("DESTINATION is empty");
     common::FileCopier copier;
     QStringList trees;
     QHash<QString, QString> sourceByDestination;
@@ -102,10 +96,9 @@ int Copy(Call& call)
         const QString destination = DestinationOf(source, given, sources.size() == 1);
         const QString other = sourceByDestination.value(destination);
         if (!info.exists() && !info.isSymLink())
-            return call.Fail(QString("cannot copy '%1': it does not exist").arg(source));
+            Fail(QString("cannot copy '%1': it does not exist").arg(source));
         if (!other.isEmpty())
-            return call.Fail(
-                QString("cannot copy '%1': '%2' has the same destination").arg(source, other));
+            Fail(QString("cannot copy '%1': '%2' has the same destination").arg(source, other));
         sourceByDestination.insert(destination, source);
         if (info.isSymLink())
             copier.AddSymlink(source, destination);
@@ -119,9 +112,8 @@ int Copy(Call& call)
     Progress progress(Progress::Bytes, call.IsQuiet());
     QObject::connect(&copier, &common::FileCopier::bytesProgress, &copier,
                      [&](qint64 done, qint64 total) { progress.Update(done, total); });
-    const JobState state = RunJob(copier, &common::FileCopier::Copy);
-    progress.Finish();
-    return Tell(call, state, "copied", trees);
+    Tell(call, RunJob(copier, &common::FileCopier::Copy), "copied", trees);
+    return Success;
 }
 
 bool HoldsCurrentDirectory(const QString& path)
@@ -131,29 +123,16 @@ bool HoldsCurrentDirectory(const QString& path)
     return tree == QDir::rootPath() || current == tree || current.startsWith(tree + '/');
 }
 
-// Why a tree is not to be removed; empty if it may be.
-QString Obstacle(const QString& tree)
+void Confirm(const QStringList& trees)
 {
-    const QString last = tree.section('/', -1, -1, QString::SectionSkipEmpty);
-    if (last == "." || last == "..")
-        return QString("its name is '%1'").arg(last);
-    return HoldsCurrentDirectory(tree) ? "it holds the current directory" : QString();
-}
-
-// Asks before trees are removed; an exit code if they are to stay.
-std::optional<int> Confirm(Call& call, const QStringList& trees)
-{
-    Print(stderr,
-          QString("Remove '%1' and everything in it? [y/N] ").arg(Escaped(trees.join("', '"))));
-    Input input;
+    const QString text =
+        QString("Remove '%1' and everything in it? [y/N] ").arg(Escaped(trees.join("', '")));
+    fputs(text.toUtf8().constData(), stderr);
     QByteArray answer;
-    input.TakeLine(answer);
-    if (const auto code = call.InputProblem(input))
-        return code;
+    Input().TakeLine(answer);
     answer = answer.trimmed().toLower();
-    if (answer == "y" || answer == "yes")
-        return std::nullopt;
-    return call.Fail("nothing removed: not confirmed (--yes removes without asking)");
+    if (answer != "y" && answer != "yes")
+        Fail("nothing removed: not confirmed (--yes removes without asking)");
 }
 
 int Remove(Call& call)
@@ -164,29 +143,27 @@ int Remove(Call& call)
     paths.removeDuplicates();
     for (const QString& path : qAsConst(paths)) {
         const QFileInfo info(path);
-        const bool isTree = info.isDir() && !info.isSymLink();
-        const QString obstacle = !info.exists() && !info.isSymLink() ? "it does not exist"
-                                 : isTree                            ? Obstacle(path)
-                                                                     : QString();
-        if (!obstacle.isEmpty())
-            return call.Fail(QString("cannot remove '%1': %2").arg(path, obstacle));
-        if (isTree)
-            remover.AddDirectory(path);
-        else
+        if (!info.exists() && !info.isSymLink())
+            Fail(QString("cannot remove '%1': it does not exist").arg(path));
+        if (!info.isDir() || info.isSymLink()) {
             remover.AddFile(path);
-        if (isTree)
-            trees << path;
+            continue;
+        }
+        const QString last = path.section('/', -1, -1, QString::SectionSkipEmpty);
+        if (last == "." || last == "..")
+            Fail(QString("cannot remove '%1': its name is '%2'").arg(path, last));
+        if (HoldsCurrentDirectory(path))
+            Fail(QString("cannot remove '%1': it holds the current directory").arg(path));
+        remover.AddDirectory(path);
+        trees << path;
     }
-    if (!call.Has("yes") && !trees.isEmpty()) {
-        if (const auto code = Confirm(call, trees))
-            return *code;
-    }
+    if (!call.Has("yes") && !trees.isEmpty())
+        Confirm(trees);
     Progress progress(Progress::Items, call.IsQuiet());
     QObject::connect(&remover, &common::FileRemover::progress, &remover,
                      [&](int done, int total) { progress.Update(done, total); });
-    const JobState state = RunJob(remover, &common::FileRemover::Remove);
-    progress.Finish();
-    return Tell(call, state, "removed", trees);
+    Tell(call, RunJob(remover, &common::FileRemover::Remove), "removed", trees);
+    return Success;
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -60,15 +61,11 @@ std::unique_ptr<QCoreApplication> MakeApplication(int& argc, char* argv[])
 
 int Run(QStringList arguments)
 {
-    if (arguments.isEmpty()) {
-        Print(stderr, HelpText());
-        return WrongUsage;
-    }
-    const QString name = arguments.takeFirst();
+    const QString name = arguments.isEmpty() ? QString() : arguments.takeFirst();
     if (name == "--help" || name == "-h")
-        return Print(stdout, HelpText()) ? Success : JobFailed;
+        return Execute(helpCommand, {});
     if (name == "--version" || name == "-v")
-        return PrintLine(stdout, "qvtool " QVTOOL_VERSION) ? Success : JobFailed;
+        return puts("qvtool " QVTOOL_VERSION) >= 0 && fflush(stdout) == 0 ? Success : JobFailed;
     if (const Command* command = FindCommand(name))
         return Execute(*command, arguments);
     PrintError(QString("qvtool: there is no command '%1' (see 'qvtool help')").arg(name));

@@ -11,50 +11,38 @@ namespace {
 
 constexpr int firstErrorStatus = 400;
 
-QByteArray Variable(const char* name, const char* otherName)
-{
-    const QByteArray value = qgetenv(name);
-    return value.isEmpty() ? qgetenv(otherName) : value;
-}
-
-void SetProxy(const char* name, const QByteArray& proxy)
-{
-    if (!proxy.isEmpty())
-        qputenv(name, proxy.contains("://") ? proxy : "http://" + proxy);
-}
-
 } // namespace
 
 Network::Network()
 {
-    connect(this, &QNetworkAccessManager::finished, this, &Network::Remember);
+    connect(this, &Network::finished, this, [this](QNetworkReply* reply) {
+        const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+        head_ = {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
+                 reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString(),
+                 reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl().toString(),
+                 QString::fromLatin1(reply->rawHeader("Content-Encoding")),
+                 length.isValid() ? length.toLongLong() : -1};
+    });
 }
 
-// What Qt does not understand is put into the form that it does.
+// Qt reads these variables, but in lower case only, and proxies as URLs only.
 void Network::UseProxiesOfEnvironment()
 {
-    SetProxy("http_proxy", qgetenv("http_proxy"));
-    SetProxy("https_proxy", Variable("https_proxy", "HTTPS_PROXY"));
-    const QByteArray exceptions = Variable("no_proxy", "NO_PROXY");
-    if (!exceptions.isEmpty())
-        qputenv("no_proxy", exceptions);
-    QNetworkProxyFactory::setUseSystemConfiguration(exceptions != "*");
-}
-
-void Network::Remember(QNetworkReply* reply)
-{
-    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
-    status_ = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    phrase_ = reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
-    redirection_ = reply->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl().toString();
-    coding_ = QString::fromLatin1(reply->rawHeader("Content-Encoding"));
-    announcedSize_ = length.isValid() ? length.toLongLong() : -1;
+    for (const QByteArray name : {"http_proxy", "https_proxy", "no_proxy"}) {
+        QByteArray value = qgetenv(name.constData());
+        if (value.isEmpty() && name != "http_proxy") // servers set HTTP_PROXY to a client's header
+            value = qgetenv(name.toUpper().constData());
+        if (!value.isEmpty())
+            qputenv(name.constData(),
+                    name == "no_proxy" || value.contains("://") ? value : "http://" + value);
+    }
+    QNetworkProxyFactory::setUseSystemConfiguration(qgetenv("no_proxy") != "*");
 }
 
 QString Network::Reason(QString message, const QUrl& url) const
 {
-    if (status_ >= firstErrorStatus)
-        return StatusLine();
+    if (head_.status >= firstErrorStatus)
+        return head_.StatusLine();
     if (!url.password().isEmpty())
         message.replace(url.toString(), url.toDisplayString());
     return message;
@@ -63,32 +51,29 @@ QString Network::Reason(QString message, const QUrl& url) const
 Answer Ask(IHttpRequest& request, IHttpRequest::HTTPRequestMethod method, const Network& network,
            const ToolLogger& log)
 {
-    using ErrorSignal = void (IHttpRequest::*)(int, const QString&, const QByteArray&);
     Answer answer;
     QEventLoop loop;
+    const auto end = [&](const QByteArray& body, const QString& problem) {
+        answer = {body, problem.isEmpty() ? QString() : network.Reason(problem, request.GetUrl())};
+        loop.quit();
+    };
     QObject::connect(&request, &IHttpRequest::requestFinishedWithBinaryData, &loop,
-                     [&](const QByteArray& body) {
-                         answer.body = body;
-                         loop.quit();
-                     });
-    QObject::connect(&request, static_cast<ErrorSignal>(&IHttpRequest::requestError), &loop,
-                     [&](int, const QString& message, const QByteArray& body) {
-                         answer = {body, network.Reason(message, request.GetUrl())};
-                         loop.quit();
-                     });
+                     [&](const QByteArray& body) { end(body, {}); });
+    QObject::connect(
+        &request, qOverload<int, const QString&, const QByteArray&>(&IHttpRequest::requestError),
+        &loop, [&](int, const QString& message, const QByteArray& body) { end(body, message); });
     Await(loop, [&] {
         if (request.Send(method))
             return;
         const QString reason = log.LastFailure("AppendTo");
-        answer.problem = network.Reason(reason.isEmpty() ? log.LastFailure("SendRequest") : reason,
-                                        request.GetUrl());
-        loop.quit();
+        end({}, reason.isEmpty() ? log.LastFailure("SendRequest") : reason);
     });
     return answer;
 }
 
-Fetched Fetch(IFileDownload& download, Progress& progress)
+Fetched Fetch(IFileDownload& download, bool quiet)
 {
+    Progress progress(Progress::Bytes, quiet);
     Fetched fetched;
     QEventLoop loop;
     QObject::connect(&download, &IFileDownload::progress, &loop,
@@ -105,7 +90,6 @@ Fetched Fetch(IFileDownload& download, Progress& progress)
                      });
     Await(loop, [&] { download.Start(); });
     download.Abort();
-    progress.Finish();
     return fetched;
 }
 

@@ -11,7 +11,20 @@
 
 namespace qvtool {
 
-/** A manager that follows redirects and remembers how the latest reply began. */
+/** How a reply began. */
+struct ReplyHead
+{
+    int status = 0;
+    QString phrase;
+    QString redirection;       ///< where a redirect leads that was not followed
+    QString coding;            ///< the content coding
+    qint64 announcedSize = -1; ///< or -1, if there was none
+
+    /** As in "404 Not Found". */
+    QString StatusLine() const { return QString::number(status) + ' ' + phrase; }
+};
+
+/** A manager that remembers how the latest reply began. */
 class Network : public QNetworkAccessManager
 {
 public:
@@ -23,26 +36,12 @@ public:
      */
     static void UseProxiesOfEnvironment();
 
-    int Status() const { return status_; }
-    /** As in "404 Not Found". */
-    QString StatusLine() const { return QString::number(status_) + ' ' + phrase_; }
+    const ReplyHead& Head() const { return head_; }
     /** What a reply with an error status says, otherwise the library's @p message. */
     QString Reason(QString message, const QUrl& url) const;
-    /** Where a redirect leads that was not followed; empty for none. */
-    QString Redirection() const { return redirection_; }
-    /** The content coding, empty for none. */
-    QString Coding() const { return coding_; }
-    /** The size that was announced, or -1. */
-    qint64 AnnouncedSize() const { return announcedSize_; }
 
 private:
-    void Remember(QNetworkReply* reply);
-
-    int status_ = 0;
-    QString phrase_;
-    QString redirection_;
-    QString coding_;
-    qint64 announcedSize_ = -1;
+    ReplyHead head_;
 };
 
 /** The body of a reply, and why it is not what was asked for; empty if it is. */
@@ -65,8 +64,8 @@ struct Fetched
     QString message;
 };
 
-/** Starts the download and waits for its end, or for a signal. */
-Fetched Fetch(common::http::IFileDownload& download, Progress& progress);
+/** Starts the download and waits for its end, or for a signal; with a bar, unless it is to be quiet. */
+Fetched Fetch(common::http::IFileDownload& download, bool quiet);
 
 /** What download, get and post have in common. */
 constexpr Argument urlArgument = {

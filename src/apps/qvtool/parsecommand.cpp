@@ -5,14 +5,13 @@
 #include <common/tools/sip/normaladdress.h>
 #include <common/tools/sip/sipid.h>
 
-#include <QJsonDocument>
-#include <QJsonObject>
-
 namespace qvtool {
 
 using tools::sip::SipId;
 
 namespace {
+
+constexpr int labelWidth = 18;
 
 const char* const kinds[] = {"account of the service", "telephone number", "SIP address",
                              "Skype name"};
@@ -56,14 +55,6 @@ QList<Field> Describe(const QString& text)
             {"check", "check code", check, checks[check]}};
 }
 
-QByteArray Json(const QList<Field>& fields)
-{
-    QJsonObject object;
-    for (const Field& field : fields)
-        object.insert(field.key, field.value);
-    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
-}
-
 QString TableValue(const Field& field)
 {
     if (field.value.isBool())
@@ -73,50 +64,33 @@ QString TableValue(const Field& field)
     return Escaped(field.value.toString());
 }
 
-QByteArray Table(const QList<Field>& fields)
+// Whether the text is an address.
+bool Show(const Call& call, const QString& text)
 {
-    constexpr int labelWidth = 18;
-    QString table;
+    const QList<Field> fields = Describe(text);
+    QStringList table;
+    QJsonObject object;
     for (const Field& field : fields) {
-        const QString value = TableValue(field);
-        const QString label = field.label;
-        table += (value.isEmpty() ? label : label.leftJustified(labelWidth) + value) + '\n';
+        table << (QString(field.label).leftJustified(labelWidth) + TableValue(field)).trimmed();
+        object.insert(field.key, field.value);
     }
-    return table.toUtf8();
+    call.Report(table.join('\n') + '\n', object);
+    return fields.first().value.toBool();
 }
-
-// Shows text after text, and remembers whether all of them are addresses.
-struct Display
-{
-    bool Show(const QString& text)
-    {
-        const QList<Field> fields = Describe(text);
-        if (!fields.first().value.toBool())
-            code = IsNot;
-        const QByteArray separator = isJson || isFirst ? "" : "\n";
-        isFirst = false;
-        return PrintBytes(stdout, isJson ? Json(fields) : separator + Table(fields));
-    }
-
-    bool isJson;
-    bool isFirst = true;
-    int code = Success;
-};
 
 int Parse(Call& call)
 {
-    Display display = {call.Has("json")};
-    bool written = true;
-    for (const QString& text : call.Positionals())
-        written = written && display.Show(text);
-    if (!call.Positionals().isEmpty())
-        return call.Written(written, display.code);
-
+    const QStringList given = call.Positionals();
+    bool areAddresses = true;
+    for (const QString& text : given)
+        areAddresses = Show(call, text) && areAddresses;
     Input input;
-    for (QByteArray line; written && input.TakeLine(line);)
-        written = display.Show(QString::fromUtf8(line.constData(), line.size())); // zeros, too
-    const auto problem = call.InputProblem(input);
-    return problem ? *problem : call.Written(written, display.code);
+    for (QByteArray line; given.isEmpty() && input.TakeLine(line);) {
+        const QByteArray text = WithoutLineEnd(line);
+        areAddresses = Show(call, QString::fromUtf8(text.constData(), text.size())) // zeros, too
+                       && areAddresses;
+    }
+    return areAddresses ? Success : IsNot;
 }
 
 } // namespace

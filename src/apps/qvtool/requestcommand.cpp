@@ -9,7 +9,6 @@
 #include <QRegularExpression>
 
 #include <memory>
-#include <optional>
 
 namespace qvtool {
 
@@ -30,17 +29,17 @@ private:
     QByteArray text_;
 };
 
-void SetHeaders(IHttpRequest& request, Call& call)
+void SetHeaders(IHttpRequest& request, const Call& call)
 {
     static const QRegularExpression token("\\A[!#$%&'*+.^_`|~0-9A-Za-z-]+\\z");
     for (const auto& [name, value] : call.UniquePairs("header", Qt::CaseInsensitive)) {
         if (!token.match(name).hasMatch() || value.contains('\n') || value.contains('\r'))
-            call.Reject(QString("'%1' is not a valid header").arg(name));
+            Reject(QString("'%1' is not a valid header").arg(name));
         request.SetRawHeader(name, value);
     }
 }
 
-void SetForm(IHttpRequest& request, Call& call)
+void SetForm(IHttpRequest& request, const Call& call)
 {
     const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
     for (const auto& [name, value] : call.UniquePairs("form", Qt::CaseSensitive))
@@ -49,54 +48,39 @@ void SetForm(IHttpRequest& request, Call& call)
         request.SetData(form);
 }
 
-QString CheckedName(const QString& name, Call& call)
+QString CheckedName(const QString& name)
 {
     static const QRegularExpression forbidden("[\"\\r\\n]");
     if (name.contains(forbidden))
-        call.Reject(
-            QString("the name of a part must not contain quotes or line ends: '%1'").arg(name));
+        Reject(QString("the name of a part must not contain quotes or line ends: '%1'").arg(name));
     return name;
 }
 
-void SetParts(IHttpRequest& request, Call& call)
+void SetParts(IHttpRequest& request, const Call& call)
 {
     const auto body = IHttpRequestMultiPartData::CreateMultiPartFormData();
     for (const auto& [name, value] : call.Pairs("part"))
-        body->AddPart(IHttpRequestPartData::CreateTextPartFormData(CheckedName(name, call), value));
+        body->AddPart(IHttpRequestPartData::CreateTextPartFormData(CheckedName(name), value));
     for (const auto& [name, path] : call.Pairs("file")) {
-        const QFileInfo file(path);
-        if (file.exists() && !file.isFile())
-            call.Reject(QString("'%1' is not a regular file").arg(path));
-        CheckedName(file.fileName(), call);
-        body->AddPart(IHttpRequestPartData::CreateFilePartFormData(CheckedName(name, call), path));
+        CheckedName(QFileInfo(path).fileName());
+        body->AddPart(IHttpRequestPartData::CreateFilePartFormData(CheckedName(name), path));
     }
     request.SetData(body);
 }
 
-// Reads the JSON of a POST; an exit code if there is none.
-std::optional<int> SetJson(IHttpRequest& request, Call& call)
+void SetJson(IHttpRequest& request, const Call& call)
 {
     const QString path = call.Text("json");
-    QByteArray text;
-    QString error;
-    if (path == "-") {
-        if (const auto code = call.ReadInput(text))
-            return code;
-    } else {
-        text = ReadFile(path, error);
-    }
-    if (!error.isEmpty())
-        return call.Fail(error);
+    const QByteArray text = path == "-" ? Input().TakeAll() : ReadFile(path);
     QJsonParseError problem = {};
     QJsonDocument::fromJson(text, &problem);
     if (problem.error != QJsonParseError::NoError)
-        return call.Fail(QString("'%1' is not JSON: %2 at byte %3")
-                             .arg(path, problem.errorString(), QString::number(problem.offset)));
+        Fail(QString("'%1' is not JSON: %2 at byte %3")
+                 .arg(path, problem.errorString(), QString::number(problem.offset)));
     request.SetData(QSharedPointer<JsonText>::create(text));
-    return std::nullopt;
 }
 
-void Configure(IHttpRequest& request, Call& call)
+void Configure(IHttpRequest& request, const Call& call)
 {
     request.SetUrl(call.HttpUrl());
     request.SetAttemptCountOnNetworkProblem(int(call.Number("tries", 1)));
@@ -107,34 +91,25 @@ void Configure(IHttpRequest& request, Call& call)
     SetForm(request, call);
 }
 
-// The error page of a server, line by line.
-void ShowErrorBody(const QByteArray& body)
-{
-    for (const QByteArray& line : body.split('\n')) {
-        if (!line.trimmed().isEmpty())
-            PrintError(QString::fromUtf8(line).trimmed());
-    }
-}
-
 int Send(Call& call, Network& network, IHttpRequest& request,
          IHttpRequest::HTTPRequestMethod method)
 {
     const QString address = request.GetUrl().toDisplayString() + ": ";
     Network::UseProxiesOfEnvironment();
     const Answer answer = Ask(request, method, network, call.Log());
-    if (SignalThatCame() != 0)
-        return call.Interrupted(address + "no reply was received");
+    EndIfInterrupted(address + "no reply was received");
     if (!answer.problem.isEmpty()) {
-        call.Fail(address + answer.problem);
-        ShowErrorBody(answer.body);
-        return JobFailed;
+        for (const QString& line : QString::fromUtf8(answer.body).split('\n', Qt::SkipEmptyParts))
+            PrintError(line.trimmed());
+        Fail(address + answer.problem);
     }
-    if (!network.Redirection().isEmpty())
-        return call.Fail(address + "redirected to " + network.Redirection());
+    if (!network.Head().redirection.isEmpty())
+        Fail(address + "redirected to " + network.Head().redirection);
     const QString warning = call.Log().LastFailure("OnRequestFinished");
     if (warning.startsWith("Failed to decompress gzip"))
         call.Note(address + warning);
-    return call.Written(PrintBytes(stdout, answer.body));
+    Print(answer.body);
+    return Success;
 }
 
 int Get(Call& call)
@@ -143,7 +118,7 @@ int Get(Call& call)
     const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network, nullptr));
     request->SetRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     Configure(*request, call);
-    return call.IsRejected() ? call.Rejection() : Send(call, network, *request, IHttpRequest::GET);
+    return Send(call, network, *request, IHttpRequest::GET);
 }
 
 int Post(Call& call)
@@ -153,15 +128,11 @@ int Post(Call& call)
     Configure(*request, call);
     const bool isMultiPart = call.Has("part") || call.Has("file");
     if (call.Has("json") + call.Has("form") + isMultiPart > 1)
-        call.Reject("--json, --form, and --part or --file exclude each other");
+        Reject("--json, --form, and --part or --file exclude each other");
     if (isMultiPart)
         SetParts(*request, call);
-    if (call.IsRejected())
-        return call.Rejection();
-    if (call.Has("json")) {
-        if (const auto code = SetJson(*request, call))
-            return *code;
-    }
+    if (call.Has("json"))
+        SetJson(*request, call);
     return Send(call, network, *request, IHttpRequest::POST);
 }
 

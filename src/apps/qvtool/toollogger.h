@@ -27,8 +27,6 @@ public:
     void WriteToFile(const QString& path, common::logger::IMessage::Priority level);
     /** Writes where a property file of log4cpp says, too. False if that cannot be used. */
     bool WriteAsConfigured(const QString& propertyFile);
-    /** Whether one of these was called. */
-    bool WritesToFile() const { return backend_ != nullptr; }
 
     /** The text of the latest failure or warning of a function of that name, without its prefix. */
     QString LastFailure(const char* function) const;

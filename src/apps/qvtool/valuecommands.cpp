@@ -10,8 +10,6 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include <algorithm>
-
 namespace qvtool {
 
 using common::Version;
@@ -24,41 +22,39 @@ bool IsVersion(const QString& text)
 {
     static const QRegularExpression form("\\A[0-9]+([-,_.][0-9]+){0,3}\\z");
     static const QRegularExpression separator("[-,_.]");
-    const QStringList parts = text.split(separator);
-    return form.match(text).hasMatch() &&
-           std::all_of(parts.cbegin(), parts.cend(), [](const QString& part) {
-               bool fits = false;
-               part.toUInt(&fits);
-               return fits;
-           });
+    bool fits = form.match(text).hasMatch();
+    for (const QString& part : text.split(separator)) {
+        bool isNumber = false;
+        part.toUInt(&isNumber);
+        fits = fits && isNumber;
+    }
+    return fits;
 }
 
 int Compare(Call& call)
 {
     for (const QString& text : call.Positionals()) {
         if (!IsVersion(text))
-            call.Reject(QString("'%1' is not a version: one to four 32-bit numbers, separated by "
-                                "'.', '-', '_' or ','")
-                            .arg(text));
+            Reject(QString("'%1' is not a version: one to four 32-bit numbers, separated by '.', "
+                           "'-', '_' or ','")
+                       .arg(text));
     }
-    if (call.IsRejected())
-        return call.Rejection();
     const Version first(call.Positional(0));
     const Version second(call.Positional(1));
     const bool isLess = first < second;
     const bool isGreater = first > second;
     const QString sign = isLess ? "<" : isGreater ? ">" : "=";
-    const int code =
-        call.Report(first.ToString() + ' ' + sign + ' ' + second.ToString(),
-                    {{"first", first.ToString()}, {"sign", sign}, {"second", second.ToString()}});
-    return code != Success ? code : isLess ? IsLess : isGreater ? IsGreater : Success;
+    call.Report(first.ToString() + ' ' + sign + ' ' + second.ToString(),
+                {{"first", first.ToString()}, {"sign", sign}, {"second", second.ToString()}});
+    return isLess ? IsLess : isGreater ? IsGreater : Success;
 }
 
 int ShowDeviceId(Call& call)
 {
     const QString id = call.Has("salt") ? DeviceInfo::GetSerialNumberMD5Hash(call.Text("salt"))
                                         : DeviceInfo::GetSerialNumber();
-    return call.Report(id, {{"id", id}});
+    call.Report(id, {{"id", id}});
+    return Success;
 }
 
 int Reveal(Call& call)
@@ -66,8 +62,10 @@ int Reveal(Call& call)
     const QString path = call.Positional(0);
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink())
-        return call.Fail(QString("cannot show '%1': it does not exist").arg(path));
-    return common::Shell::ShowFile(path) ? Success : call.Fail(call.Log().LastFailure("ShowFile"));
+        Fail(QString("cannot show '%1': it does not exist").arg(path));
+    if (!common::Shell::ShowFile(path))
+        Fail(call.Log().LastFailure("ShowFile"));
+    return Success;
 }
 
 } // namespace
