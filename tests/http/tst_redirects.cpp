@@ -1,10 +1,9 @@
 #include <common/http/filedownload.h>
 
-#include "support/cases.h"
 #include "support/scriptedserver.h"
 #include "support/tree.h"
 
-#include <QTemporaryDir>
+#include <QtTest>
 
 #include <memory>
 #include <optional>
@@ -13,37 +12,25 @@ using namespace common::http;
 using loopback::Reply;
 using Policy = QNetworkRequest::RedirectPolicy;
 
-namespace {
-
-struct RedirectCase
-{
-    const char* name;
-    std::optional<Policy> manager;
-    std::optional<Policy> request;
-    bool isFollowed;
-};
-
-} // namespace
-
 class TestRedirects : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
     // Qt's own default differs between versions.
-    void whoDecides_data()
-    {
-        AddCases<RedirectCase>(
-            {{"nobody", {}, {}, false},
-             {"request", {}, QNetworkRequest::NoLessSafeRedirectPolicy, true},
-             {"manager", QNetworkRequest::SameOriginRedirectPolicy, {}, true},
-             {"request against manager", QNetworkRequest::SameOriginRedirectPolicy,
-              QNetworkRequest::ManualRedirectPolicy, false}});
-    }
-
     void whoDecides()
     {
-        const auto& [name, ofManager, ofRequest, isFollowed] = CurrentCase<RedirectCase>();
+        Check({}, {}, false);
+        Check({}, QNetworkRequest::NoLessSafeRedirectPolicy, true);
+        Check(QNetworkRequest::SameOriginRedirectPolicy, {}, true);
+        Check(QNetworkRequest::SameOriginRedirectPolicy, QNetworkRequest::ManualRedirectPolicy,
+              false);
+    }
+
+private:
+    static void Check(std::optional<Policy> ofManager, std::optional<Policy> ofRequest,
+                      bool isFollowed)
+    {
         ScriptedServer server;
         Reply moved = Reply::Status(302, "Found", "moved");
         moved.headers = {{"Location", server.Url("/there").toEncoded()}};

@@ -2,7 +2,6 @@
 #include <common/logger/logger.h>
 #include <common/tools/jsonfile/jsonfile.h>
 
-#include "support/cases.h"
 #include "support/recordinglogger.h"
 
 #include <QRegularExpression>
@@ -37,16 +36,6 @@ QtLine Append(Logger& logger, IMessage::Priority level, const ICategory* categor
     qInstallMessageHandler(previous);
     return qtLine;
 }
-
-struct LineCase
-{
-    const char* name;
-    unsigned format;
-    const ICategory* category;
-    const char* file;
-    const char* function;
-    QString ending;
-};
 
 } // namespace
 
@@ -137,40 +126,31 @@ private Q_SLOTS:
         }
     }
 
-    void line_data()
-    {
-        static const ICategory nameless{nullptr};
-        const QString position = "text  (file: src/file(40))";
-        AddCases<LineCase>({
-            {"no position", 0x2u, &logCategory, "src/file", "Load", "text "},
-            {"file", 0x1u, &logCategory, "src/file", "Load", position},
-            {"function", 0x3u, &logCategory, "src/file", "Load",
-             "text  (Load: file: src/file(40))"},
-            {"no function", 0x3u, &logCategory, "src/file", nullptr, position},
-            {"no file", 0x3u, &logCategory, nullptr, "Load", "text "},
-            {"no category", 0x1u, nullptr, "src/file", "Load", position},
-            {"category without a name", 0x1u, &nameless, "src/file", "Load", position},
-        });
-    }
-
     void line()
     {
-        const auto& row = CurrentCase<LineCase>();
-        Logger logger;
-        QVERIFY(logger.Configure(IMessage::DEBUG, 0, row.format, {}, {}, {}, {}, 0, 0));
-        const bool hasPosition = row.format & 0x1;
-        for (int round = 0; round < 2; ++round) {
-            QCOMPARE(logger.IsPositionEnabled(), hasPosition);
-            const QtLine line =
-                Append(logger, IMessage::INFO, row.category, row.file, row.function);
-            const QRegularExpression whole(
-                "\\A\\d{4}\\.\\d\\d\\.\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}: " +
-                QRegularExpression::escape(row.ending) + "\\z");
-            QVERIFY2(whole.match(line.text).hasMatch(), qPrintable(line.text));
-            QCOMPARE(line.category, QString(row.category ? row.category->name : ""));
+        const ICategory nameless{nullptr};
+        const QString place = "text  (file: src/file(40))";
+        const std::tuple<unsigned, const ICategory*, const char*, const char*, QString> rows[] = {
+            {functionFormat, &logCategory, "src/file", "Load", "text "},
+            {positionFormat, &logCategory, "src/file", "Load", place},
+            {positionFormat | functionFormat, &logCategory, "src/file", "Load",
+             "text  (Load: file: src/file(40))"},
+            {positionFormat | functionFormat, &logCategory, "src/file", nullptr, place},
+            {positionFormat | functionFormat, &logCategory, nullptr, "Load", "text "},
+            {positionFormat, nullptr, "src/file", "Load", place},
+            {positionFormat, &nameless, "src/file", "Load", place},
+        };
+        for (const auto& [format, category, file, function, ending] : rows) {
+            Logger logger;
+            QVERIFY(logger.Configure(IMessage::DEBUG, 0, format, {}, {}, {}, {}, 0, 0));
             logger.EnablePosition(false); // which keeps the other bits
             QVERIFY(!logger.IsPositionEnabled());
-            logger.EnablePosition(hasPosition);
+            logger.EnablePosition(format & positionFormat);
+            const QtLine line = Append(logger, IMessage::INFO, category, file, function);
+            const QRegularExpression whole("\\A\\d{4}(\\.\\d\\d){2} [\\d:]{8}\\.\\d{3}: " +
+                                           QRegularExpression::escape(ending) + "\\z");
+            QVERIFY2(whole.match(line.text).hasMatch(), qPrintable(line.text));
+            QCOMPARE(line.category, QString(category ? category->name : ""));
         }
     }
 

@@ -25,7 +25,7 @@ bool IsVersion(const QString& text)
     bool fits = form.match(text).hasMatch();
     for (const QString& part : text.split(separator)) {
         bool isNumber = false;
-        part.toUInt(&isNumber);
+        static_cast<void>(part.toUInt(&isNumber));
         fits = fits && isNumber;
     }
     return fits;
