@@ -4,7 +4,7 @@
 
 #include "support/recordinglogger.h"
 
-#include <QRegularExpression>
+#include <QtTest>
 
 #include <thread>
 
