@@ -174,7 +174,7 @@ private Q_SLOTS:
     void randomLives()
     {
         const int minutes = qEnvironmentVariableIntValue("QVCOMMON_SOAK_MINUTES");
-        const QDeadlineTimer end(minutes * 60'000);
+        const QDeadlineTimer end(minutes * Q_INT64_C(60'000));
         auto seed = static_cast<quint32>(qEnvironmentVariableIntValue("QVCOMMON_SEED"));
         logger::ILogger* log = logger::l4cpp::Logger::Instance();
         log->Configure(logger::IMessage::DEBUG, logger::rollingFileOutput, logger::patternFormat,
