@@ -13,6 +13,7 @@ namespace tools {
 
 #if QT_VERSION_MAJOR < 6
 
+/** Qt 5 has it; with Qt 6 it is a class of this library. */
 using RegExpValidator = QRegExpValidator;
 
 #else
