@@ -22,22 +22,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
         }                                                                                          \
     } while (false)
 
-/**
- * Takes an input apart. Numbers come from its end, so that a seed begins with the text that matters
- * and can be read.
- */
-class Input
+/** What is left once numbers were taken, which come from the end, so that seeds can be read. */
+inline QByteArray Rest(FuzzedDataProvider& input)
 {
-public:
-    Input(const uint8_t* data, size_t size) : data_(data, size) {}
-
-    int Number(int least, int most) { return data_.ConsumeIntegralInRange(least, most); }
-
-    QByteArray Rest() { return QByteArray::fromStdString(data_.ConsumeRemainingBytesAsString()); }
-
-private:
-    FuzzedDataProvider data_;
-};
+    return QByteArray::fromStdString(input.ConsumeRemainingBytesAsString());
+}
 
 /** UTF-8, or UTF-16 behind a byte that no UTF-8 begins with, for lone surrogates. */
 inline QString Text(const QByteArray& bytes)

@@ -38,18 +38,18 @@ void TryDecompress(const QByteArray& input)
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    Input input(data, size);
-    if (input.Number(0, 2) == 0) {
-        TryDecompress(input.Rest());
+    FuzzedDataProvider input(data, size);
+    if (input.ConsumeIntegralInRange(0, 2) == 0) {
+        TryDecompress(Rest(input));
         return 0;
     }
 
     // Beyond the size of the buffers that the library works with, now and then.
-    const int level = input.Number(-2, 10);
-    const int repetitions = input.Number(0, 15) ? 1 : 40;
-    const int damage = input.Number(0, 255);
-    const int place = input.Number(0, 1 << 20);
-    const QByteArray bytes = input.Rest().repeated(repetitions);
+    const int level = input.ConsumeIntegralInRange(-2, 10);
+    const int repetitions = input.ConsumeIntegralInRange(0, 15) ? 1 : 40;
+    const int damage = input.ConsumeIntegralInRange(0, 255);
+    const int place = input.ConsumeIntegralInRange(0, 1 << 20);
+    const QByteArray bytes = Rest(input).repeated(repetitions);
     QByteArray packed = "old";
     EXPECT(QCompressor::gzipCompress(bytes, packed, level));
     EXPECT(packed.isEmpty() == bytes.isEmpty());

@@ -11,34 +11,25 @@
 
 using common::logger::l4cpp::Logger;
 
-namespace {
-
-// Milliseconds and ticks that have passed go on between two lines.
-bool TellsRunningTime(const std::string& pattern)
-{
-    return pattern.find_first_of("ru") != std::string::npos;
-}
-
-} // namespace
-
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    Input input(data, size);
+    FuzzedDataProvider input(data, size);
     static const char* const categories[] = {"a.category", "", ".a", "a..b."};
-    const char* category = categories[input.Number(0, 3)];
-    const int priority = 100 * input.Number(0, 8);
-    const int second = input.Number(0, INT_MAX);
-    const int microsecond = input.Number(0, 999999);
+    const char* category = categories[input.ConsumeIntegralInRange(0, 3)];
+    const int priority = 100 * input.ConsumeIntegralInRange(0, 8);
+    const int second = input.ConsumeIntegralInRange(0, INT_MAX);
+    const int microsecond = input.ConsumeIntegralInRange(0, 999999);
     log4cpp::LoggingEvent event(category, "message \u00e9 %d", "ndc", priority);
     event.timeStamp = log4cpp::TimeStamp(unsigned(second), unsigned(microsecond));
-    const QString pattern = Text(input.Rest());
+    const QString pattern = Text(Rest(input));
     const std::unique_ptr<log4cpp::Layout> layout(
         Logger::Instance()->getLayout(common::logger::patternFormat, pattern));
     if (!layout)
         return 0;
     const std::string line = layout->format(event);
     const std::string text = pattern.toStdString();
-    if (text.empty() || TellsRunningTime(text))
+    // Milliseconds and ticks that have passed go on between two lines.
+    if (text.empty() || text.find_first_of("ru") != std::string::npos)
         return 0;
     log4cpp::PatternLayout plain;
     plain.setConversionPattern(text);

@@ -2,11 +2,8 @@
 #include <common/http/httprequest.h>
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
-#include <common/logger/l4cpp/logger.h>
-#include <common/shell/shell.h>
 #include <common/tools/cipher/aes.h>
 #include <common/tools/jsonfile/jsonfile.h>
-#include <qtsingleapplication/qtlocalpeer.h>
 
 #include "support/recordinglogger.h"
 #include "support/requestrecord.h"
@@ -15,48 +12,19 @@
 
 #include <QtTest>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 using loopback::Reply;
 using namespace common;
 
-// What other users, and the readers of a log, get to see.
+// What the readers of a log get to see.
 class TestDisclosure : public QObject
 {
     Q_OBJECT
 
 private:
-    static int ModeOf(const QString& path)
-    {
-        struct stat status = {};
-        lstat(QFile::encodeName(path).constData(), &status);
-        return static_cast<int>(status.st_mode & 07777);
-    }
-
     QTemporaryDir directory_;
 
 private Q_SLOTS:
     void initTestCase() { QVERIFY(QDir::setCurrent(directory_.path())); }
-
-    // With a umask that closes nothing.
-    void modes()
-    {
-        const mode_t usual = umask(0);
-        QVERIFY(QDir().mkdir("others"));
-        qputenv("XDG_RUNTIME_DIR", directory_.filePath("others").toUtf8());
-        QVERIFY(!QtLocalPeer(nullptr, "modes").isClient());
-        QVERIFY(QDir("others").isEmpty());
-        QCOMPARE(ModeOf("/tmp/qtsingleapp-" + QString::number(getuid())), 0700);
-
-        MakeTree(".", {"private:600=secret"});
-        QVERIFY(Shell::Copy("private", "copied", true));
-        QCOMPARE(ModeOf("copied"), 0600);
-        logger::l4cpp::Logger().Configure(logger::IMessage::INFO, logger::rollingFileOutput,
-                                          logger::patternFormat, {}, {}, {}, "log", 10, 1);
-        QCOMPARE(ModeOf("log"), 0644);
-        umask(usual);
-    }
 
     // Each secret is a name of its own; only those in an address may be found in the log.
     void secretsInTheLog()

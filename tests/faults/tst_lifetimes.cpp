@@ -8,10 +8,6 @@
 #include "support/scriptedserver.h"
 #include "support/tree.h"
 
-#include <QDeadlineTimer>
-#include <QPointer>
-#include <QRandomGenerator>
-
 #include <array>
 #include <functional>
 #include <memory>
@@ -83,11 +79,6 @@ struct InterferenceCase
     QString path;
     bool isDownload = false;
 };
-
-qint64 EntriesOf(const char* directory)
-{
-    return QDir(directory).entryList(QDir::AllEntries | QDir::System).size();
-}
 
 // What must not grow: threads, open files, resident memory in pages.
 std::array<qint64, 3> TakeSample()

@@ -1,12 +1,14 @@
 #include <common/http/filedownload.h>
 
 #include "support/recordinglogger.h"
+#include "support/requestrecord.h"
 #include "support/scriptedserver.h"
 #include "support/tree.h"
 
 #include <QtTest>
 
 #include <memory>
+#include <optional>
 
 using namespace common::http;
 using loopback::Reply;
@@ -42,9 +44,10 @@ class TestFileDownload : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Download> NewDownload(const QString& name)
+    std::unique_ptr<Download> NewDownload(const QString& name,
+                                          QNetworkAccessManager* manager = nullptr)
     {
-        auto download = std::make_unique<Download>(&manager_, nullptr);
+        auto download = std::make_unique<Download>(manager ? manager : &manager_, nullptr);
         download->SetUrl(server_.Url('/' + name));
         download->SetFileName(directory_.filePath(name));
         server_.Script('/' + name, {Reply::Ok(content)});
@@ -186,6 +189,69 @@ private Q_SLOTS:
         QCOMPARE(lines[0], failed + "open file '" + directory_.filePath("new") + "'!");
         QVERIFY(lines[1].startsWith("3 http.download PrepareFile: I/O error: '"));
         QCOMPARE(lines[2], failed + "create directory '" + deep->GetFileName() + "/below'!");
+    }
+
+    // However a transfer breaks: it ends once, and no download is complete with other bytes.
+    void brokenTransfer()
+    {
+        const auto reset = [](const Reply& reply) {
+            return With(reply, &Reply::ending, Reply::Reset);
+        };
+        const Reply tooLong = WrongLength(content, 20);
+        for (const Reply& reply :
+             {Reply::Dropped(), reset(Reply::Dropped()), Silent(), Cut(content, 0), Cut(content, 5),
+              reset(Cut(content, 5)), reset(Cut(content, 9)), tooLong, WrongLength(content, 5),
+              With(Chunked(content), &Reply::cutAfter, 5),
+              With(tooLong, &Reply::ending, Reply::KeepAlive)}) {
+            const auto download = NewDownload("broken");
+            server_.Script("/broken", {reply});
+            download->SetExpectedMD5(contentMd5);
+            download->SetTimeout(1);
+            HttpRequest request(&manager_, nullptr);
+            request.SetUrl(download->GetUrl());
+            request.SetTimeout(1);
+            const RequestRecord record(&request);
+            QVERIFY(request.Get());
+            download->Await();
+            QCOMPARE(download->failures.size(), 1);
+            QTRY_VERIFY(record.Finals() > 0);
+            QTest::qWait(20);
+            QCOMPARE(record.Finals(), 1);
+            const QString& first = record.Signals().first();
+            QVERIFY(!first.startsWith("binary") || QString("binary " + content).startsWith(first));
+        }
+    }
+
+    // Followed only where somebody asks for it, whatever Qt's own default is.
+    void redirects()
+    {
+        using Policy = QNetworkRequest::RedirectPolicy;
+        const auto sameOrigin = QNetworkRequest::SameOriginRedirectPolicy;
+        const std::tuple<std::optional<Policy>, std::optional<Policy>, QByteArray> rows[] = {
+            {{}, {}, "moved"},
+            {{}, QNetworkRequest::NoLessSafeRedirectPolicy, "there"},
+            {sameOrigin, {}, "there"},
+            {sameOrigin, QNetworkRequest::ManualRedirectPolicy, "moved"}};
+        server_.Script("/there", {Reply::Ok("there")});
+        for (const auto& [ofManager, ofRequest, expected] : rows) {
+            QNetworkAccessManager manager;
+            if (ofManager)
+                manager.setRedirectPolicy(*ofManager);
+            const auto download = NewDownload("moved", &manager);
+            server_.Script("/moved", {With(Reply::Status(302, "Found", "moved"), &Reply::headers,
+                                           {{"Location", "/there"}})});
+            HttpRequest request(&manager, nullptr);
+            request.SetUrl(download->GetUrl());
+            if (ofRequest) {
+                request.SetRedirectPolicy(*ofRequest);
+                QVERIFY(download->SetRedirectPolicy(*ofRequest));
+            }
+            const RequestRecord record(&request);
+            QVERIFY(request.Get());
+            download->Await();
+            QCOMPARE(ContentOf(download->GetFileName()), expected);
+            QTRY_COMPARE(record.Signals().value(1), "text " + expected);
+        }
     }
 
     // More than fits into the reply's buffer, faster than progress is reported.

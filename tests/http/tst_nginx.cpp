@@ -1,28 +1,17 @@
 #include <common/http/filedownload.h>
 
-#include "support/cases.h"
 #include "support/process.h"
 #include "support/requestrecord.h"
 #include "support/tree.h"
 
 #include <QTcpSocket>
+#include <QtTest>
 
 using namespace common::http;
 
 namespace {
 
 enum Listener { SelfSigned, ClientsOnly, Tls12, Tls13, Elsewhere, Expired, listeners };
-
-const QString unknown = "The issuer certificate of a locally";
-
-struct VerificationCase
-{
-    const char* name;
-    Listener listener;
-    QString host;
-    QString authority; // a file of certificates, or the system's
-    QString problem = "success";
-};
 
 void Openssl(const QString& arguments)
 {
@@ -121,46 +110,45 @@ private Q_SLOTS:
         QCOMPARE(Outcome(Url(ClientsOnly), "", true), QString("success"));
     }
 
-    void verification_data()
-    {
-        const QString ip = "127.0.0.1";
-        const QString otherHost = "The host name did not match";
-        AddCases<VerificationCase>({
-            {"TLS 1.2", Tls12, ip, "ca"},
-            {"TLS 1.3", Tls13, ip, "ca"},
-            {"by name", Tls13, "localhost", "ca"},
-            {"another host", Elsewhere, "localhost", "ca", otherHost},
-            {"another address", Elsewhere, ip, "ca", otherHost},
-            {"expired", Expired, ip, "ca", "The certificate has expired"},
-            {"self-signed", SelfSigned, ip, "ca", "The certificate is self-signed"},
-            {"unknown CA", Tls12, ip, "cert", unknown},
-            {"not the system's", Tls12, ip, "none", unknown},
-        });
-    }
-
     // Qt has connections to each host that were not verified, or by others, but they are not used.
     void verification()
     {
-        const auto& row = CurrentCase<VerificationCase>();
-        const QUrl url = Url(row.listener, row.host);
-        QCOMPARE(Outcome(url, ""), QString("success"));
-        for (int i = 0; i < 2; ++i) {
-            const QString outcome = Outcome(url, row.authority);
-            QVERIFY2(outcome.contains(row.problem), qPrintable(outcome));
-            QVERIFY(row.problem == unknown ||
-                    Outcome(url, row.authority == "ca" ? "cert" : "ca") != "success");
-        }
-        QCOMPARE(Outcome(url, ""), QString("success"));
+        const QString ip = "127.0.0.1";
+        const QString unknown = "The issuer certificate of a locally";
+        const QString otherHost = "The host name did not match";
+        // The authority is a file of certificates, or that of the system.
+        const std::tuple<Listener, QString, QString, QString> rows[] = {
+            {Tls12, ip, "ca", "success"},
+            {Tls13, ip, "ca", "success"},
+            {Tls13, "localhost", "ca", "success"},
+            {Elsewhere, "localhost", "ca", otherHost},
+            {Elsewhere, ip, "ca", otherHost},
+            {Expired, ip, "ca", "The certificate has expired"},
+            {SelfSigned, ip, "ca", "The certificate is self-signed"},
+            {Tls12, ip, "cert", unknown},
+            {Tls12, ip, "none", unknown},
+        };
+        for (const auto& [listener, host, authority, problem] : rows) {
+            const QUrl url = Url(listener, host);
+            QCOMPARE(Outcome(url, ""), QString("success"));
+            for (int i = 0; i < 2; ++i) {
+                const QString outcome = Outcome(url, authority);
+                QVERIFY2(outcome.contains(problem), qPrintable(problem + ", not " + outcome));
+                QVERIFY(problem == unknown ||
+                        Outcome(url, authority == "ca" ? "cert" : "ca") != "success");
+            }
+            QCOMPARE(Outcome(url, ""), QString("success"));
 
-        FileDownload download(&manager_, nullptr);
-        download.SetUrl(url);
-        download.SetFileName("target");
-        QVERIFY(download.SetPeerVerification(true, QSslCertificate::fromPath(row.authority)));
-        QSignalSpy complete(&download, &IFileDownload::complete);
-        QSignalSpy failed(&download, &IFileDownload::failed);
-        QVERIFY(download.Start());
-        QTRY_COMPARE(complete.size() + failed.size(), 1);
-        QCOMPARE(complete.isEmpty(), row.problem != "success");
+            FileDownload download(&manager_, nullptr);
+            download.SetUrl(url);
+            download.SetFileName("target");
+            QVERIFY(download.SetPeerVerification(true, QSslCertificate::fromPath(authority)));
+            QSignalSpy complete(&download, &IFileDownload::complete);
+            QSignalSpy failed(&download, &IFileDownload::failed);
+            QVERIFY(download.Start());
+            QTRY_COMPARE(complete.size() + failed.size(), 1);
+            QCOMPARE(complete.isEmpty(), problem != "success");
+        }
     }
 
     void toolVerifies()

@@ -7,7 +7,6 @@
 #include <QSemaphore>
 #include <QString>
 #include <QThread>
-#include <QtGlobal>
 
 #include <cstdio>
 #include <thread>

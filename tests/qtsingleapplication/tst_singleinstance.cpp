@@ -208,6 +208,8 @@ private Q_SLOTS:
             QFile::setPermissions(directory_->path(), QFile::Permissions(mode));
             QVERIFY(!QtLocalPeer(nullptr, id).isClient());
         }
+        const QFileInfo instead("/tmp/qtsingleapp-" + QString::number(getuid()));
+        QVERIFY(instead.isDir() && !(instead.permissions() & 0x0077));
         const QString deep = directory_->filePath(QString(90, 'd'));
         QVERIFY(QDir().mkdir(deep));
         QFile::setPermissions(deep, QFile::Permissions(0x7700));

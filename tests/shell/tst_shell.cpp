@@ -72,7 +72,7 @@ private Q_SLOTS:
                  {"a", "b/c", "Failed to create path "},
              }) {
             init();
-            MakeTree(".", {"a=new", "b=old", "d/f=kept", "link->a", "fifo|"});
+            MakeTree(".", {"a:600=new", "b=old", "d/f=kept", "link->a", "fifo|"});
             QVERIFY(::link("a", "hard") == 0);
             QDir::setSearchPaths("here", {directory_->path()});
             const QStringList before = DescribeTree(".");
@@ -80,6 +80,7 @@ private Q_SLOTS:
             QCOMPARE(Shell::Copy(source, destination, true), failure.isEmpty());
             if (failure.isEmpty()) {
                 QCOMPARE(ContentOf(destination), ContentOf(source));
+                QVERIFY(source != "a" || !(QFile::permissions(destination) & 0x0077));
                 QCOMPARE(log.Lines(), QStringList());
                 continue;
             }

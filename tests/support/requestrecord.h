@@ -11,22 +11,19 @@ public:
     explicit RequestRecord(const common::http::IHttpRequest* request)
     {
         using common::http::IHttpRequest;
-        const auto note = [this](const QString& kind, const QString& rest) {
-            signals_ << kind + ' ' + rest;
-        };
         connect(request, &IHttpRequest::requestFinishedWithBinaryData, this,
-                [note](const QByteArray& body) { note("binary", QString::fromLatin1(body)); });
+                [this](const QByteArray& body) { Note("binary", QString::fromLatin1(body)); });
         connect(request, &IHttpRequest::requestFinished, this,
-                [note](const QString& text) { note("text", text); });
+                [this](const QString& text) { Note("text", text); });
         connect(request, &IHttpRequest::requestError, this,
-                [this, note](int code, const QString& text, const QByteArray& body) {
+                [this](int code, const QString& text, const QByteArray& body) {
                     errorText_ = text;
-                    note("error " + QString::number(code), QString::fromLatin1(body));
+                    Note("error " + QString::number(code), QString::fromLatin1(body));
                 });
         connect(request, &IHttpRequest::proxyError, this,
-                [note](int code) { note("proxy", QString::number(code)); });
+                [this](int code) { Note("proxy", QString::number(code)); });
         connect(request, &IHttpRequest::invalidOperationError, this,
-                [note](int code) { note("invalid", QString::number(code)); });
+                [this](int code) { Note("invalid", QString::number(code)); });
     }
 
     /** As "binary BODY", "text TEXT", "error CODE BODY", "proxy CODE" and "invalid CODE". */
@@ -37,6 +34,8 @@ public:
     const QString& ErrorText() const { return errorText_; }
 
 private:
+    void Note(const QString& kind, const QString& rest) { signals_ << kind + ' ' + rest; }
+
     QStringList signals_;
     QString errorText_;
 };

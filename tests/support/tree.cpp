@@ -1,5 +1,6 @@
 #include "support/tree.h"
 
+#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 
@@ -72,4 +73,9 @@ QStringList DescribeTree(const QString& root)
     }
     lines.sort();
     return lines;
+}
+
+int EntriesOf(const QString& directory)
+{
+    return static_cast<int>(QDir(directory).entryList(QDir::AllEntries | QDir::System).size());
 }

@@ -17,3 +17,6 @@ void MakeTree(const QString& root, const QStringList& lines);
 
 /** What is below the root, hidden entries included, as sorted lines of the same form. */
 QStringList DescribeTree(const QString& root);
+
+/** How many entries the directory has, of any kind: those of /proc/self/fd are the open files. */
+int EntriesOf(const QString& directory);

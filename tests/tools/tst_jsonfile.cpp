@@ -22,8 +22,7 @@ private Q_SLOTS:
     void roundTrip()
     {
         const QString path = Path("a/b/settings.json");
-        const QDir descriptors("/proc/self/fd");
-        const uint before = descriptors.count();
+        const int before = EntriesOf("/proc/self/fd");
         for (const QString key : {"as many as 32 bytes, but no more", "", "key"}) {
             QVERIFY(JsonFile(path, QJsonObject{{"old", QString(1000, 'x')}}, key).Save());
             QVERIFY(JsonFile(path, settings_, key).Save());
@@ -33,7 +32,7 @@ private Q_SLOTS:
             JsonFile other(path, settings_, key.isEmpty() ? "some key" : "");
             QVERIFY(other.Load() && other.isNull()); // no JSON to who has another key
         }
-        QCOMPARE(QDir("/proc/self/fd").count(), before);
+        QCOMPARE(EntriesOf("/proc/self/fd"), before);
         const QString iv = QByteArray("5D3A9C0E71B24F68").toHex();
         const QByteArray plain =
             OutputOf("openssl", {"enc", "-d", "-aes-128-cbc", "-nopad", "-K", "6b6579", "-iv", iv},
@@ -69,6 +68,15 @@ private Q_SLOTS:
         }
         QVERIFY(!QFile::exists(Path("new")));
         QCOMPARE(log.Lines(), lines);
+    }
+
+    void tooLarge()
+    {
+        if (!qEnvironmentVariableIsSet("QVCOMMON_LONG_TESTS"))
+            QSKIP("needs 6 GiB of memory");
+        const QString text(400'000'000, QChar(1)); // each of which is written as six characters
+        QVERIFY(!JsonFile(Path("large"), QJsonObject{{"text", text}}).Save());
+        QVERIFY(!QFile::exists(Path("large")));
     }
 
     void pathThatOnlyQtKnows() { QVERIFY(JsonFile(":/qpdf/qpdfa_metadata.xml").Load()); }

@@ -1,12 +1,17 @@
+#include <common/tools/cipher/aes.h>
 #include <common/tools/qcompressor.h>
 
 #include "support/process.h"
 
 #include <QtTest>
 
+#include <limits>
+
+#include <sys/mman.h>
 #include <unistd.h>
 
 using tools::QCompressor;
+using tools::cipher::AES;
 
 namespace {
 
@@ -88,6 +93,24 @@ private Q_SLOTS:
             "sys.stdout.buffer.write(block() + block() * 2100)";
         QByteArray output;
         QVERIFY(!QCompressor::gzipDecompress(OutputOf("python3", {"-c", bomb}), output));
+    }
+
+    // What Qt 5's byte array cannot hold is refused with every version of Qt, by the cipher, too.
+    void largeInput()
+    {
+        using Size = decltype(QByteArray().size());
+        constexpr qint64 size = Q_INT64_C(1) << 31;
+        if (size > std::numeric_limits<Size>::max())
+            QSKIP("there are none with this version of Qt");
+        void* memory = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        const auto large = QByteArray::fromRawData(static_cast<const char*>(memory), Size(size));
+        QByteArray output = "old";
+        QVERIFY(!QCompressor::gzipCompress(large, output, 1));
+        QCOMPARE(output, QByteArray());
+        output = "old";
+        QCOMPARE(AES::crypt("key", large, output, 1), QByteArray("old"));
+        QCOMPARE(AES::encrypt("key", large, output), QByteArray());
+        munmap(memory, size);
     }
 };
 
