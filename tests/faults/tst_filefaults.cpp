@@ -4,7 +4,6 @@
 #include "support/filefaults.h"
 #include "support/tree.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 using namespace common;

@@ -10,7 +10,6 @@
 
 #include <array>
 #include <functional>
-#include <memory>
 #include <thread>
 
 #include <unistd.h>
@@ -142,7 +141,6 @@ private:
     }
 
     ScriptedServer server_;
-    QNetworkAccessManager manager_;
     QTemporaryDir directory_;
     const QByteArrayList ends_ = {"requestFinished", "requestError", "complete", "failed"};
     std::function<void()> run_;

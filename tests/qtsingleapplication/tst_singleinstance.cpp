@@ -228,6 +228,7 @@ private Q_SLOTS:
             QVERIFY(Send("show", name));
             QCOMPARE(server.Line(), QByteArray(name == "window" ? "minimized" : "raised"));
             QCOMPARE(server.Line(), Described("show"));
+            QVERIFY(Send("quit", name) && server.Succeeds());
         }
     }
 };

@@ -7,10 +7,6 @@
 #include "support/recordinglogger.h"
 #include "support/tree.h"
 
-#include <QSemaphore>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-
 #include <array>
 #include <memory>
 
@@ -248,6 +244,31 @@ private Q_SLOTS:
         }
         QVERIFY(log.Files().contains(
             QString("src/libs/common/shell/file%1").arg(job.isCopy ? "copier" : "remover")));
+    }
+
+    // Which a subclass may call, for paths as they are given.
+    void steps()
+    {
+        struct Copying : FileCopyTask
+        {
+            Copying() : FileCopyTask({}, {}, {}) {}
+            using FileCopyTask::BeforeCopy, FileCopyTask::CopyFile, FileCopyTask::CopySymlink,
+                FileCopyTask::ScanPath;
+        } copying;
+        struct Removing : FileRemoveTask
+        {
+            Removing() : FileRemoveTask({}, {}) {}
+            using FileRemoveTask::ScanPath;
+        } removing;
+        MakeTree(".", {"s/a/f=1", "s/l->a", "d/f=old"});
+        QStringList files, links, found, directories;
+        QCOMPARE(copying.ScanPath("s", "s", files, links), 0);
+        QCOMPARE(removing.ScanPath("s", "s", found, directories), 0);
+        QCOMPARE(files + links + directories, QStringList({"a/f", "l", "a"}));
+        QCOMPARE(copying.BeforeCopy("s/none", "d/f"), 700103);
+        QCOMPARE(copying.BeforeCopy("s/a/f", "d/f") + copying.CopyFile("s/a/f", "d/f"), 0);
+        QCOMPARE(copying.BeforeCopy("s/l", "d/l") + copying.CopySymlink("s/l", "d/l"), 0);
+        QCOMPARE(DescribeTree("d"), QStringList({"f=1", "l->a"}));
     }
 
     void whatOnlyQtAndTheKernelKnow()

@@ -12,14 +12,6 @@ using tools::web::Web;
 
 namespace {
 
-struct NormalCase
-{
-    QString written;
-    QString text;
-    QString dropped = {}; // joined by blanks
-    QString displayName = {};
-};
-
 // As PlainParse() tells it. What is no address becomes the user, and the port stays.
 QStringList LibraryParse(const QString& text)
 {
@@ -78,26 +70,10 @@ private Q_SLOTS:
         QCOMPARE('[' + SipId::AllSymbols() + "]+", SipId::AllSymbolRegExp().pattern());
     }
 
-    void parse()
-    {
-        const QPair<QString, QString> rows[] = {
-            // user|host|name|post-dial digits|port, or it is no address
-            {"\"Watson, T\" <sip:t.w@example.org>", "t.w|example.org|Watson, T||"},
-            {" al@ab.com:5060,,1 2\t#a, \n", "al|ab.com||,,12#a|5060"},
-            {"Skype: echo.123", "echo.123|skype.com|||kept"},
-            {"echo123@skype", ""},
-            {"+74955550123,,1 2 3", "74955550123|||,,123|kept"},
-            {"alice.b@@", "alice.b||||kept"},
-            {"  ", ""}};
-        for (const auto& [text, joined] : rows) {
-            const QStringList expected = joined.isEmpty() ? QStringList() : joined.split('|');
-            QCOMPARE(LibraryParse(text), expected);
-        }
-    }
-
     void normalise()
     {
-        const NormalCase rows[] = {
+        const std::array<QString, 4> rows[] = {
+            // What is written, the text, what is dropped, joined by blanks, and the name.
             // RFC 3966.
             {"tel:7042;phone-context=example.com", "7042@example.com"},
             {"tel:863-1234;phone-context=+1-914-555", "8631234", ";phone-context=+1-914-555"},
@@ -127,11 +103,11 @@ private Q_SLOTS:
             {"sip:a%%341@a.com", "a%2541@a.com"},
             {"skype:echo%31?call", "skype:echo1", "?call"},
             {"skype:+7-495?call", "+7495", "?call"}};
-        for (const NormalCase& row : rows) {
-            const NormalAddress address = Normalise(row.written);
-            QCOMPARE(address.text, row.text);
-            QCOMPARE(address.dropped.join(' '), row.dropped);
-            QCOMPARE(address.displayName, row.displayName);
+        for (const auto& [written, text, dropped, displayName] : rows) {
+            const NormalAddress address = Normalise(written);
+            QCOMPARE(address.text, text);
+            QCOMPARE(address.dropped.join(' '), dropped);
+            QCOMPARE(address.displayName, displayName);
             QVERIFY(!address.problem && address.reason.isEmpty());
         }
     }

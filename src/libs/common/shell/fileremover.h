@@ -120,7 +120,7 @@ public Q_SLOTS:
 Q_SIGNALS:
     // Emitted on the worker thread.
 
-    /** So many are done. */
+    /** @p current of @p total entries are done. */
     void progress(int current, int total);
     /** The end of a job that did everything. */
     void succesed();
