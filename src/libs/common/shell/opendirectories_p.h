@@ -53,7 +53,6 @@ public:
      */
     bool AreInPlace(bool mayBeGone, Tree::Directory* missing);
 
-    const Tree& Names() const { return tree_; }
     const QByteArray& Root() const { return root_; }
 
 private:
