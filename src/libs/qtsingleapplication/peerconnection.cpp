@@ -16,7 +16,6 @@ PeerConnection::PeerConnection(QLocalSocket* socket, QObject* parent)
     connect(&silence_, &QTimer::timeout, this, &QObject::deleteLater);
     connect(socket_, &QLocalSocket::disconnected, this, &QObject::deleteLater);
     connect(socket_, &QLocalSocket::readyRead, this, &PeerConnection::Read);
-    silence_.start(longestSilence);
     Read();
 }
 

@@ -251,12 +251,6 @@ bool MatchSkypeURI(QStringView text, AddressParts& parts)
     return reader.AtEnd() || (reader.Take('@') && TakeSkypeHost(reader));
 }
 
-bool MatchSkypeID(QStringView text)
-{
-    Reader reader(text);
-    return !reader.TakeAll(IsSkypeSymbol).isEmpty() && reader.Take('@') && TakeSkypeHost(reader);
-}
-
 bool MatchPhoneNumber(QStringView text, AddressParts& parts)
 {
     parts = {};

@@ -20,7 +20,6 @@ struct AddressParts
 bool MatchURI(QStringView text, AddressParts& parts);
 bool MatchID(QStringView text, AddressParts& parts);
 bool MatchSkypeURI(QStringView text, AddressParts& parts);
-bool MatchSkypeID(QStringView text);
 bool MatchPhoneNumber(QStringView text, AddressParts& parts);
 bool MatchSIPUser(QStringView text, AddressParts& parts);
 

@@ -152,8 +152,8 @@ bool SipId::ParseURIEx(const QString& text, QString& user, QString& host, QStrin
     for (QString* output : {&user, &host, &displayName, &postDial})
         output->clear();
 
-    // The first form that matches decides. "name@skype" is no address, though SkypeIDRegExp()
-    // matches it: clients rely on that.
+    // The first form that matches decides. "name@skype" is none, though SkypeIDRegExp() matches it:
+    // clients rely on that.
     AddressParts parts;
     if (MatchURI(trimmed, parts) || MatchID(trimmed, parts)) {
         host = parts.host.toString();
@@ -161,8 +161,7 @@ bool SipId::ParseURIEx(const QString& text, QString& user, QString& host, QStrin
         port = parts.port.toString();
     } else if (MatchSkypeURI(trimmed, parts)) {
         host = QStringLiteral("skype.com");
-    } else if (MatchSkypeID(trimmed) ||
-               !(MatchPhoneNumber(trimmed, parts) || MatchSIPUser(trimmed, parts))) {
+    } else if (!MatchPhoneNumber(trimmed, parts) && !MatchSIPUser(trimmed, parts)) {
         user = trimmed;
         return false;
     }
