@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the packages into a fresh system with nothing in it but their dependencies, runs the tool
-# there and builds the client: check_packages.sh DEB_DIR WORK_DIR
+# there and builds a client with each version of Qt: check_packages.sh DEB_DIR WORK_DIR
 set -eu
 
 client=$(cd "$(dirname "$0")/client" && pwd)
@@ -35,15 +35,20 @@ in_root dpkg-query -W 'libqvcommon*' qvcommon-tools
 step "qvtool demo"
 in_root qvtool demo
 
-step "the client, by find_package"
 cp -r "$client" "$root/root/client"
-in_root cmake -S /root/client -B /root/build >"$work/cmake.log" || {
-    cat "$work/cmake.log"
-    exit 1
-}
-in_root cmake --build /root/build >"$work/build.log" || {
-    cat "$work/build.log"
-    exit 1
-}
-in_root /root/build/client
+for name in qvcommon qvcommon-qt6; do
+    step "the client, by find_package($name)"
+    log=$work/$name.log
+    { in_root cmake -S /root/client -B "/root/$name" "-DQVCOMMON=$name" &&
+        in_root cmake --build "/root/$name"; } >"$log" || {
+        cat "$log"
+        exit 1
+    }
+    in_root "/root/$name/client"
+done
+
+step "a project takes one of them"
+echo "find_package(qvcommon-qt6 REQUIRED)" >"$root/root/other.cmake"
+in_root cmake -S /root/client -B /root/both -DCMAKE_PROJECT_INCLUDE=/root/other.cmake 2>&1 |
+    grep "another version of Qt"
 rm -rf "$root"
