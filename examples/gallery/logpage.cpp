@@ -13,6 +13,8 @@
 #include <QQueue>
 #include <QTimer>
 
+#include <utility>
+
 using namespace common::logger;
 
 namespace {
@@ -96,7 +98,7 @@ void LogPage::ShowPending()
         pending.swap(pending_);
     }
     QStringList shown;
-    for (const auto& [level, line] : qAsConst(pending)) {
+    for (const auto& [level, line] : std::as_const(pending)) {
         if (level <= level_->currentIndex())
             shown << line;
     }

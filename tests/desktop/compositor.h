@@ -35,7 +35,7 @@ public:
     {
         const auto send =
             isIdle ? ext_idle_notification_v1_send_idled : ext_idle_notification_v1_send_resumed;
-        for (wl_resource* notification : qAsConst(notifications_))
+        for (wl_resource* notification : notifications_)
             send(notification);
         wl_display_flush_clients(display_);
     }

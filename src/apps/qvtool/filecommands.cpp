@@ -12,6 +12,7 @@
 #include <cstdio>
 
 #include <fts.h>
+#include <utility>
 
 namespace qvtool {
 
@@ -91,7 +92,7 @@ int Copy(Call& call)
     common::FileCopier copier;
     QStringList trees;
     QHash<QString, QString> sourceByDestination;
-    for (const QString& source : qAsConst(sources)) {
+    for (const QString& source : std::as_const(sources)) {
         const QFileInfo info(source);
         const QString destination = DestinationOf(source, given, sources.size() == 1);
         const QString other = sourceByDestination.value(destination);
@@ -141,7 +142,7 @@ int Remove(Call& call)
     QStringList trees;
     QStringList paths = call.Positionals();
     paths.removeDuplicates();
-    for (const QString& path : qAsConst(paths)) {
+    for (const QString& path : std::as_const(paths)) {
         const QFileInfo info(path);
         if (!info.exists() && !info.isSymLink())
             Fail(QString("cannot remove '%1': it does not exist").arg(path));

@@ -5,6 +5,8 @@
 
 #include <QTimer>
 
+#include <utility>
+
 namespace qvtool {
 
 using common::IdleWatcher;
@@ -44,7 +46,7 @@ int WatchIdle(Call& call)
             return Success;
         Await(loop, [&] { QTimer::singleShot(pollInterval, &loop, &QEventLoop::quit); });
         EndIfInterrupted("no longer watching");
-        for (const QJsonObject& event : qAsConst(events))
+        for (const QJsonObject& event : std::as_const(events))
             call.Report(event.contains("seconds")
                             ? QString("event: idle for %1 s").arg(event["seconds"].toInt())
                             : QString("event: active again"),

@@ -1,6 +1,7 @@
 #include "loopback/connection_p.h"
 
 #include <sys/socket.h>
+#include <utility>
 
 namespace loopback {
 
@@ -53,7 +54,7 @@ void Connection::SendHead()
 {
     QByteArray head =
         "HTTP/1.1 " + QByteArray::number(reply_.status) + ' ' + reply_.reason + "\r\n";
-    for (const auto& header : qAsConst(reply_.headers))
+    for (const auto& header : std::as_const(reply_.headers))
         head += header.first + ": " + header.second + "\r\n";
     if (reply_.chunked) {
         head += "Transfer-Encoding: chunked\r\n";

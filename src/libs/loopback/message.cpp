@@ -1,5 +1,7 @@
 #include "loopback/message.h"
 
+#include <utility>
+
 namespace loopback {
 
 namespace {
@@ -14,7 +16,7 @@ bool ParseHead(const QByteArray& head, Request& request)
         return false;
     request.method = words[0];
     request.target = words[1];
-    for (const QByteArray& line : qAsConst(lines)) {
+    for (const QByteArray& line : std::as_const(lines)) {
         const qsizetype colon = line.indexOf(':');
         if (colon <= 0)
             return false;

@@ -105,7 +105,7 @@ int FileCopyTask::Scan()
     QVLOG(DEBUG) << "Start scanning directories...";
     CopyWork& work = JobThread<CopyWork>::Of(thread_);
     work.Clear(isSignalConnected(QMetaMethod::fromSignal(&FileCopyTask::bytesProgress)));
-    for (const CopyPaths& tree : qAsConst(directories_)) {
+    for (const CopyPaths& tree : std::as_const(directories_)) {
         if (copyJob.IsAborted(abort_, __func__))
             return abortedError;
         if (!IsName(tree.second)) {
@@ -160,7 +160,7 @@ int FileCopyTask::CopyAll()
             Q_EMIT progress(++current, total);
         return code == 0;
     };
-    for (const CopyPaths& item : qAsConst(files_)) {
+    for (const CopyPaths& item : std::as_const(files_)) {
         if (!copy(true, work.Given(item)))
             return code;
     }
@@ -173,7 +173,7 @@ int FileCopyTask::CopyAll()
     }
     // A link that was added as a file, too, is copied as a file both times.
     const QSet<CopyPaths> given(files_.cbegin(), files_.cend());
-    for (const CopyPaths& item : qAsConst(symlinks_)) {
+    for (const CopyPaths& item : std::as_const(symlinks_)) {
         const bool isFile = given.contains(item) ||
                             (!IsLink(item.first) && // as a found file never is
                              std::any_of(work.trees.cbegin(), work.trees.cend(),

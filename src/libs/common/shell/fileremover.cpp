@@ -11,6 +11,7 @@
 #include <QFileInfo>
 
 #include <deque>
+#include <utility>
 
 namespace common {
 
@@ -170,7 +171,7 @@ int FileRemoveTask::Scan()
     QVLOG(DEBUG) << "Start scanning directories...";
     Work& work = JobThread<Work>::Of(thread_);
     work.clear();
-    for (const QString& path : qAsConst(directories_)) {
+    for (const QString& path : std::as_const(directories_)) {
         if (job.IsAborted(abort_, __func__))
             return abortedError;
         RemovalTree& tree = work.emplace_back(path);
@@ -226,7 +227,7 @@ int FileRemoveTask::RemoveAll()
             KindOf(item), [&] { return RemoveFound(tree, item); },
             [&] { return tree.PathOf(item); });
     };
-    for (const QString& file : qAsConst(files_)) {
+    for (const QString& file : std::as_const(files_)) {
         if (!remove(
                 fileKind, [&] { return RemoveFile(file); }, [&] { return file; }))
             return code;

@@ -6,6 +6,7 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <utility>
 
 namespace tools::sip {
 
@@ -269,7 +270,7 @@ private:
         AddPostDial(parts, match.captured(5));
         if (!match.captured(2).isEmpty())
             Drop(QStringLiteral("password"));
-        for (const QString& parameter : qAsConst(parameters))
+        for (const QString& parameter : std::as_const(parameters))
             Drop(QLatin1Char(';') + parameter.trimmed());
         Drop(match.captured(7));
         AcceptAtHost(parts);
