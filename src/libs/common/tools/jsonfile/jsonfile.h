@@ -66,6 +66,8 @@ public:
      *         or is interrupted half-way leaves it damaged. A key of more than 32 bytes, which the
      *         cipher cannot use, and a document whose text is above 2 GiB are refused before the
      *         file is touched.
+     * @warning Qt 5 itself may crash when it writes, here or to a stream, one string that becomes more
+     *          than 1 GiB; one of less than 178 million characters never does.
      */
     bool Save();
 
