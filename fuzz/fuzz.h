@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QString>
 
 #include <cstddef>
 #include <cstdint>
@@ -26,15 +25,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 inline QByteArray Rest(FuzzedDataProvider& input)
 {
     return QByteArray::fromStdString(input.ConsumeRemainingBytesAsString());
-}
-
-/** UTF-8, or UTF-16 behind a byte that no UTF-8 begins with, for lone surrogates. */
-inline QString Text(const QByteArray& bytes)
-{
-    if (!bytes.startsWith('\xFF'))
-        return QString::fromUtf8(bytes);
-    QString text;
-    for (int i = 1; i + 1 < bytes.size(); i += 2)
-        text += QChar(uchar(bytes[i]), uchar(bytes[i + 1]));
-    return text;
 }

@@ -21,7 +21,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const int microsecond = input.ConsumeIntegralInRange(0, 999999);
     log4cpp::LoggingEvent event(category, "message \u00e9 %d", "ndc", priority);
     event.timeStamp = log4cpp::TimeStamp(unsigned(second), unsigned(microsecond));
-    const QString pattern = Text(Rest(input));
+    const QString pattern = QString::fromUtf8(Rest(input));
     const std::unique_ptr<log4cpp::Layout> layout(
         Logger::Instance()->getLayout(common::logger::patternFormat, pattern));
     if (!layout)

@@ -252,8 +252,7 @@ private Q_SLOTS:
 
     void idle()
     {
-        const XServer server;
-        qputenv("DISPLAY", server.Display().toLatin1());
+        RunOnXServer();
         QCOMPARE(Run("idle --count 2"), 0);
         qputenv("DISPLAY", ":none");
         QVERIFY2(QRegularExpression("\\A(X11: \\d+ s\n){2}\\z").match(out_).hasMatch(),
