@@ -4,6 +4,7 @@
 #include <common/logger/l4cpp/logger.h>
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <log4cpp/Appender.hh>
@@ -39,15 +40,8 @@ struct Place
 // categories without end, which log4cpp never frees.
 bool IsHarmless(const QByteArray& content)
 {
-    if (content.contains('/') || content.contains("Syslog") || content.contains("Abort"))
-        return false;
-    for (const QByteArray& line : content.split('\n')) {
-        const QByteArray name = line.split('=').first();
-        const int category = name.indexOf("category.");
-        if (category >= 0 && name.size() > category + 10)
-            return false;
-    }
-    return true;
+    static const QRegularExpression harm("/|Syslog|Abort|category\\.[^=\n]{2}");
+    return !QString::fromLatin1(content).contains(harm);
 }
 
 void Configure(const QString& path)

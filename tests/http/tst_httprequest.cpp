@@ -147,6 +147,8 @@ private Q_SLOTS:
             const RequestRecord record(request.get());
             QVERIFY(request->SetMaxReplySize(row.maxReplySize));
             QVERIFY(request->Get());
+            QCOMPARE(request->Reply()->readBufferSize() == row.maxReplySize + 1,
+                     row.maxReplySize > 0);
             request->SetMaxReplySize(0); // holds for later sends only
             QTRY_COMPARE(record.Finals(), 1);
             QTest::qWait(20);
@@ -308,9 +310,8 @@ private Q_SLOTS:
             if (first.silent)
                 request->OnRequestTimeout();
             QTRY_VERIFY(!log.Lines("will be taken in '1000' seconds.").isEmpty());
-            const auto* silence =
-                request->Reply() ? request->Reply()->findChild<QTimer*>() : nullptr;
-            QVERIFY(!silence || !silence->isActive());
+            for (const QTimer* silence : manager_.findChildren<QTimer*>()) // of its reply
+                QVERIFY(!silence->isActive());
             QVERIFY(request->Get());
             QTRY_COMPARE(server_.RequestsFor(path_).size(), 2);
             request->SetAttemptIntervalOnNetworkProblem(0); // if it is still pending, it comes now

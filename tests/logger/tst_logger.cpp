@@ -6,8 +6,6 @@
 
 #include <QtTest>
 
-#include <thread>
-
 using namespace common::logger;
 
 namespace {
@@ -72,7 +70,7 @@ private Q_SLOTS:
             "6 test.category statementFillsMessage: ", "3 test.category Other: helper",
             "6 own statementFillsMessage: text", "6 test.category own: hex ff   xJSON"};
         QCOMPARE(logger.Lines(), expected);
-        QCOMPARE(logger.Files(), QStringList(logSource));
+        QCOMPARE(logger.File(), logSource);
     }
 
     // Built by both compilers with all warnings that there are about such statements.
@@ -156,23 +154,6 @@ private Q_SLOTS:
         } logger;
         logger.SetLevel(IMessage::DEBUG);
         QVERIFY(Append(logger, IMessage::INFO).text.endsWith("(file: src/file(40))"));
-    }
-
-    // For the thread sanitizer.
-    void settingsMayChangeWhileThreadsLog()
-    {
-        Logger logger;
-        logger.SetLevel(IMessage::EMERG);
-        std::thread other([&logger] {
-            for (int i = 0; i < 1000; ++i)
-                Append(logger, IMessage::EMERG);
-        });
-        for (int i = 0; i < 1000; ++i) {
-            logger.SetLevel(i % 2 ? IMessage::EMERG : IMessage::ALERT);
-            logger.EnablePosition(i % 2);
-        }
-        other.join();
-        QVERIFY(logger.IsPositionEnabled());
     }
 };
 

@@ -25,7 +25,7 @@ public:
                              QString(message.Text()).remove(identity);
         QMutexLocker lock(&mutex_);
         lines_ << line;
-        files_ << message.File();
+        file_ = message.File();
         lock.unlock();
         if (listener_)
             listener_(line);
@@ -47,19 +47,13 @@ public:
         return lines_.filter(part);
     }
 
-    /** The source files that logged, each once. */
-    QStringList Files() const
-    {
-        const QMutexLocker lock(&mutex_);
-        QStringList files = files_;
-        files.removeDuplicates();
-        return files;
-    }
+    /** The source file that logged last. */
+    QString File() const { return file_; }
 
 private:
     common::logger::ILogger* previous_;
     std::function<void(const QString&)> listener_;
     mutable QMutex mutex_;
     QStringList lines_;
-    QStringList files_;
+    QString file_;
 };
