@@ -53,8 +53,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     QByteArray packed = "old";
     EXPECT(QCompressor::gzipCompress(bytes, packed, level));
     EXPECT(packed.isEmpty() == bytes.isEmpty());
-    QByteArray unpacked = packed;
-    EXPECT(QCompressor::gzipDecompress(unpacked, unpacked) && unpacked == bytes);
     TryDecompress(packed + packed.left(damage));
     if (packed.isEmpty())
         return 0;

@@ -20,14 +20,13 @@ public:
     }
 
 private:
-    QTemporaryDir directory_;
+    const CurrentTree tree_;
 
     QString Svg(const QString& name, const QByteArray& body)
     {
-        const QString path = directory_.filePath(name);
-        WriteFile(path, "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 100 50'>" + body +
+        WriteFile(name, "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 100 50'>" + body +
                             "</svg>");
-        return path;
+        return name;
     }
 
 private Q_SLOTS:
@@ -78,7 +77,7 @@ private Q_SLOTS:
 
     void fileIcons()
     {
-        qputenv("TMPDIR", directory_.path().toUtf8());
+        qputenv("TMPDIR", tree_.path().toUtf8());
         const tools::FileIconProvider provider;
         const auto picture = [&](const QString& name) {
             return provider.icon(QFileInfo(name)).pixmap(32).toImage();
@@ -86,7 +85,7 @@ private Q_SLOTS:
         QVERIFY(picture("a.pdf") != picture("a.mp3"));
         const QFileInfo a("a.pdf"), b("b.pdf");
         QCOMPARE(provider.icon(b).cacheKey(), provider.icon(a).cacheKey());
-        QVERIFY(QDir(directory_.path()).entryList({"*.pdf"}).isEmpty());
+        QVERIFY(QDir(tree_.path()).entryList({"*.pdf"}).isEmpty());
         qputenv("TMPDIR", "/no/such/directory");
         for (const QString& name : {QString("a"), QString("a.b c'd"), "a." + QString(300, 'x')})
             QVERIFY(!picture(name).isNull());

@@ -21,11 +21,9 @@ class TestDisclosure : public QObject
     Q_OBJECT
 
 private:
-    QTemporaryDir directory_;
+    const CurrentTree tree_;
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY(QDir::setCurrent(directory_.path())); }
-
     // Each secret is a name of its own; only those in an address may be found in the log.
     void secretsInTheLog()
     {

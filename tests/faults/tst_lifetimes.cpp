@@ -86,11 +86,7 @@ std::array<qint64, 3> TakeSample()
             ContentOf("/proc/self/statm").split(' ').value(1).toLongLong()};
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr qint64 slack[] = {2, 4, 1 << 18}; // their own notes grow; they find leaks themselves
-#else
 constexpr qint64 slack[] = {2, 4, 512};
-#endif
 
 } // namespace
 

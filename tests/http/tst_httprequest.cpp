@@ -23,9 +23,6 @@ const char* const attemptLimitLine =
 const char* const nextAttemptLine = "7 http.request AskRetryIfPossible: The next request attempt "
                                     "will be taken in '0' seconds.";
 
-const char* const noManagerLine =
-    "2 http.request SendRequest: Failed to  SendRequest(): HttpRequestManager is NULL!";
-
 // Long enough for a signal that must not come to show up on loopback.
 constexpr int quietPeriod = 300;
 
@@ -217,7 +214,9 @@ private Q_SLOTS:
                       "3 http.request SendPostRequest: Failed to create multipart/form-data "
                       "POST request to " +
                           url + ".",
-                      failed, failed, noManagerLine}));
+                      failed, failed,
+                      "2 http.request SendRequest: Failed to  SendRequest(): HttpRequestManager is "
+                      "NULL!"}));
         QTest::qWait(quietPeriod);
         QCOMPARE(record.Signals(), QStringList());
     }

@@ -58,7 +58,7 @@ private:
                                                                      : record.ErrorText();
     }
 
-    QTemporaryDir directory_;
+    const CurrentTree tree_;
     QProcess server_;
     QNetworkAccessManager manager_;
     // A socket that shares its port and does not listen keeps others than the server off it.
@@ -67,7 +67,6 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY(QDir::setCurrent(directory_.path()));
         const QString selfSigned = "req -x509 -newkey rsa:2048 -nodes -days 1 ";
         Openssl(selfSigned + "-subj /CN=nobody -keyout key -out cert");
         Openssl(selfSigned + "-subj /CN=authority -keyout cakey -out ca");
@@ -95,7 +94,7 @@ private Q_SLOTS:
 
         qputenv("PATH", qgetenv("PATH") + ":/usr/sbin");
         server_.setStandardErrorFile("errors");
-        server_.start("nginx", {"-p", directory_.path(), "-e", "errors", "-c", "config"});
+        server_.start("nginx", {"-p", tree_.path(), "-e", "errors", "-c", "config"});
         QTRY_VERIFY([this] {
             QTcpSocket socket;
             socket.connectToHost("127.0.0.1", ports_[0].localPort());

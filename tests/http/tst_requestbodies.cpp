@@ -58,7 +58,7 @@ private:
 
     ScriptedServer server_;
     QNetworkAccessManager manager_;
-    QTemporaryDir directory_;
+    const CurrentTree tree_;
 
 private Q_SLOTS:
     void init() { server_.Script("/x", {loopback::Reply::Ok("body")}); }
@@ -98,8 +98,8 @@ private Q_SLOTS:
         Posted({}); // opens what is opened once and for all
         const int before = EntriesOf("/proc/self/fd");
         const QByteArray content = QByteArray("\0\r\n--x", 6).repeated(20000);
-        WriteFile(directory_.filePath("part"), content);
-        const auto parts = PartsOf({directory_.filePath("part")});
+        WriteFile("part", content);
+        const auto parts = PartsOf({"part"});
         parts->AddPart(IHttpRequestPartData::CreateTextPartFormData("t\"t", QChar(0xE4)));
         server_.Script("/x", {loopback::Reply::Status(429, "Slow"), loopback::Reply::Ok("body")});
         const auto received = Posted(parts).first;
@@ -120,9 +120,8 @@ private Q_SLOTS:
 
     void failedPartLeavesNothingOpen()
     {
-        WriteFile(directory_.filePath("part"), "x");
-        const auto parts =
-            PartsOf({directory_.filePath("part"), "/missing/a%1.txt", "/missing/too"});
+        WriteFile("part", "x");
+        const auto parts = PartsOf({"part", "/missing/a%1.txt", "/missing/too"});
         const int before = EntriesOf("/proc/self/fd");
         const RecordingLogger log;
         QVERIFY(!parts->MultiPart());
@@ -136,16 +135,15 @@ private Q_SLOTS:
     // The file of a part becomes another while it is sent, or has no size that holds.
     void changingFile()
     {
-        MakeTree(directory_.path(), {"large=", "fifo|"});
-        QDir::addSearchPath("parts", directory_.path());
-        const QString large = directory_.filePath("large");
+        MakeTree(".", {"large=", "fifo|"});
+        QDir::addSearchPath("parts", tree_.path());
         const std::tuple<QString, qint64, QString> rows[] = {
-            {large, 0, "error 99 "},
-            {large, largeSize - 1, "error 99 "},
-            {large, largeSize + 1, "text body"},
+            {"large", 0, "error 99 "},
+            {"large", largeSize - 1, "error 99 "},
+            {"large", largeSize + 1, "text body"},
             {"parts:large", largeSize, "text body"},
             {"/sys/kernel/fscaps", -1, "error 99 "}, // a size without bytes
-            {directory_.filePath("fifo"), -1, ""}};
+            {"fifo", -1, ""}};
         for (const auto& row : rows) {
             const auto& [path, sizeLater, outcome] = row;
             const RecordingLogger log;

@@ -50,19 +50,18 @@ int Loop(QtMessageHandler installedBefore)
     return 0;
 }
 
-// Threads that do not notice the end.
-int LogFromThreads(const QString& path)
+// A thread is amid a statement at the end, and does not notice it.
+int LogFromThread(const QString& path)
 {
     SetLogger(GetLog4cpp());
     GetLogger()->Configure(IMessage::DEBUG, fileOutput, 0, {}, {}, {}, path, 0, 0);
-    QVLOG(INFO) << "line " << 0;
-    for (int thread = 0; thread < 4; ++thread) {
-        std::thread([] {
-            for (int line = 0;; ++line)
-                QVLOG_FROM("run", INFO) << "line " << line;
-        }).detach();
-    }
-    QThread::msleep(2);
+    static QSemaphore begun;
+    std::thread([] {
+        QVLOG_FROM("run", INFO) << (begun.release(), QThread::msleep(50), "late");
+        for (;;)
+            QVLOG_FROM("run", INFO) << "later still";
+    }).detach();
+    begun.acquire();
     return 0;
 }
 
@@ -90,8 +89,8 @@ int main(int argc, char* argv[])
     const QString path = QString::fromLocal8Bit(argv[argc - 1]);
     if (mode == "loop")
         return Loop(argc > 2 ? l4cpp::Logger::MessageHandler : PrintQtMessage);
-    if (mode == "threads")
-        return LogFromThreads(path);
+    if (mode == "thread")
+        return LogFromThread(path);
     if (mode == "fork")
         return ForkDuringStatement();
     SetLogger(GetLog4cpp());

@@ -6,7 +6,7 @@
 #include <QtTest>
 
 #include <csignal>
-#include <memory>
+#include <optional>
 
 using loopback::Reply;
 
@@ -64,7 +64,7 @@ private:
     }
 
     ScriptedServer server_;
-    std::unique_ptr<QTemporaryDir> directory_; // the current one
+    std::optional<CurrentTree> tree_;
     QProcess process_;
     QByteArray out_;
     QByteArray error_;
@@ -89,10 +89,8 @@ private Q_SLOTS:
 
     void init()
     {
-        directory_ = std::make_unique<QTemporaryDir>();
-        QVERIFY(QDir::setCurrent(directory_->path()));
-        MakeTree(".", {"old=precious", "key=key", "tree/f=1", "tree/a/g=2", "tree/a/l->g",
-                       "kept/f=1", "kept/.hidden=2", "fifo|"});
+        tree_.emplace(QStringList{"old=precious", "key=key", "tree/f=1", "tree/a/g=2",
+                                  "tree/a/l->g", "kept/f=1", "kept/.hidden=2", "fifo|"});
     }
 
     void commands_data()
@@ -115,7 +113,7 @@ private Q_SLOTS:
             {"download URL/ok tree", 1, "", "it is a directory"},
             {"download URL/empty old", 1, "", "the server sent no file, but status 204 No Content"},
             {"download URL/ok old --size 5", 1, "", "Expected 5 bytes, downloaded 4 bytes."},
-            {"download URL/cut old", 1, "", "/cut: "},
+            {"download SECRET/cut old", 1, "", "/cut: "},
             {"download URL/ok - --size 4", 0, "body"},
             {"download URL/ok /dev/stdout | cat", 0, "body"},
             {"download URL/ok /dev/null --json", 0,

@@ -73,9 +73,7 @@ private Q_SLOTS:
                    {""},
                    {"GetSystemUUID: Failed to get system GUID!"}}},
              }) {
-            const QTemporaryDir directory;
-            QDir::setCurrent(directory.path());
-            MakeTree(".", files);
+            const CurrentTree tree(files);
             Machine machine;
             const RecordingLogger log;
             const QString serial = machine.SerialNumber();
@@ -92,7 +90,6 @@ private Q_SLOTS:
             QCOMPARE(log.Lines("3 common.devinfo ").replaceInStrings("3 common.devinfo ", ""),
                      failures);
         }
-        QDir::setCurrent("/");
     }
 
     void thisMachine()

@@ -7,7 +7,7 @@
 #include "support/tree.h"
 
 #include <array>
-#include <memory>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -129,19 +129,12 @@ class TestFileJobs : public QObject
     Q_OBJECT
 
 private:
-    // The current directory.
-    std::unique_ptr<QTemporaryDir> root_;
+    std::optional<CurrentTree> root_;
 
 private Q_SLOTS:
     void initTestCase() { logger::SetLogger(nullptr); }
 
-    void init()
-    {
-        root_ = std::make_unique<QTemporaryDir>();
-        QVERIFY(QDir::setCurrent(root_->path()));
-    }
-
-    void cleanup() { QDir::setCurrent("/"); }
+    void init() { root_.emplace(); }
 
     void job_data()
     {
@@ -370,8 +363,8 @@ private Q_SLOTS:
                  {"tree s", "removed file", "s/a", "/", "failed 700203"},
              }) {
             const auto& [items, moment, entry, instead, outcome] = row;
-            init();
-            MakeTree(".", {"s/a/f=1", "s/a/g=2", "s/a/l->f", "d/a/f=old", "victim/f=secret"});
+            root_.emplace(
+                QStringList{"s/a/f=1", "s/a/g=2", "s/a/l->f", "d/a/f=old", "victim/f=secret"});
             RecordingLogger log;
             log.SetListener([&row](const QString& line) {
                 if (line.contains(row[1]) && QFile::rename(row[2], "parked") && !row[3].isEmpty())
@@ -392,8 +385,7 @@ private Q_SLOTS:
                  {"tree s > d", "Found file", "force", "failed 700105", "0"},
                  {"tree s", "Successfully removed", "force", "failed 700202", "1"},
              }) {
-            init();
-            MakeTree("s", {"a=1", "b=2", "c=3"});
+            root_.emplace(QStringList{"s/a=1", "s/b=2", "s/c=3"});
             RecordingLogger log;
             QSemaphore reached;
             log.SetListener([&, moment = moment](const QString& line) {

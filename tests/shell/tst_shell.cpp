@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <csignal>
+#include <optional>
 
 #include <unistd.h>
 
@@ -17,7 +18,7 @@ class TestShell : public QObject
 
 private:
     // The current directory, whose bin is the only one on PATH once there is a program in it.
-    QScopedPointer<QTemporaryDir> directory_;
+    std::optional<CurrentTree> directory_;
     const QByteArray path_ = qgetenv("PATH");
 
     QString Path(const QString& name) const { return directory_->filePath(name); }
@@ -45,17 +46,9 @@ private:
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        directory_.reset(new QTemporaryDir);
-        QDir::setCurrent(directory_->path());
-    }
+    void init() { directory_.emplace(); }
 
-    void cleanup()
-    {
-        qputenv("PATH", path_);
-        QDir::setCurrent("/");
-    }
+    void cleanup() { qputenv("PATH", path_); }
 
     void copyOne()
     {
@@ -71,8 +64,7 @@ private Q_SLOTS:
                  {"a", "d", "Failed to remove file "},
                  {"a", "b/c", "Failed to create path "},
              }) {
-            init();
-            MakeTree(".", {"a:600=new", "b=old", "d/f=kept", "link->a", "fifo|"});
+            directory_.emplace(QStringList{"a:600=new", "b=old", "d/f=kept", "link->a", "fifo|"});
             QVERIFY(::link("a", "hard") == 0);
             QDir::setSearchPaths("here", {directory_->path()});
             const QStringList before = DescribeTree(".");

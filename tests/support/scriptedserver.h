@@ -32,10 +32,8 @@ public:
     QList<loopback::Request> RequestsFor(const QString& path) const
     {
         QList<loopback::Request> found;
-        for (const auto& request : Requests()) {
-            if (request.Path() == path.toUtf8())
-                found << request;
-        }
+        std::copy_if(Requests().cbegin(), Requests().cend(), std::back_inserter(found),
+                     [&](const auto& request) { return request.Path() == path.toUtf8(); });
         return found;
     }
 

@@ -1,6 +1,5 @@
 #include "support/tree.h"
 
-#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDir>
 #include <QStringList>
+#include <QTemporaryDir>
 
 /** What is in the file, or "unreadable". */
 QByteArray ContentOf(const QString& path);
@@ -14,6 +16,18 @@ void WriteFile(const QString& path, const QByteArray& content);
  * "a/file=content", "a/tool:755=content", "a/link->target", "a/empty/", "a/pipe|".
  */
 void MakeTree(const QString& root, const QStringList& lines);
+
+/** A temporary tree, whose root is the current directory as long as it lives. */
+class CurrentTree : public QTemporaryDir
+{
+public:
+    explicit CurrentTree(const QStringList& lines = {})
+    {
+        QDir::setCurrent(path());
+        MakeTree(".", lines);
+    }
+    ~CurrentTree() { QDir::setCurrent("/"); }
+};
 
 /** What is below the root, hidden entries included, as sorted lines of the same form. */
 QStringList DescribeTree(const QString& root);

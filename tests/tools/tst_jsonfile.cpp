@@ -13,15 +13,13 @@ class TestJsonFile : public QObject
     Q_OBJECT
 
 private:
-    const QTemporaryDir directory_;
+    const CurrentTree tree_;
     const QJsonObject settings_{{"name", "Zoë"}, {"lines", QJsonArray{1, true, QJsonValue::Null}}};
-
-    QString Path(const QString& name) const { return directory_.filePath(name); }
 
 private Q_SLOTS:
     void roundTrip()
     {
-        const QString path = Path("a/b/settings.json");
+        const QString path = "a/b/settings.json";
         const int before = EntriesOf("/proc/self/fd");
         for (const QString key : {"as many as 32 bytes, but no more", "", "key"}) {
             QVERIFY(JsonFile(path, QJsonObject{{"old", QString(1000, 'x')}}, key).Save());
@@ -46,27 +44,27 @@ private Q_SLOTS:
     void failures()
     {
         const RecordingLogger log;
-        MakeTree(directory_.path(), {"file=", "pipe|", "sparse="});
-        QVERIFY(QFile::resize(Path("sparse"), 3LL << 30));
+        MakeTree(".", {"file=", "pipe|", "sparse="});
+        QVERIFY(QFile::resize("sparse", 3LL << 30));
         QVERIFY(!JsonFile("").Load() && !JsonFile("", settings_).Save());
         QStringList lines = {"3 jsonfile Load: FileName is empty!",
                              "3 jsonfile Save: FileName is empty!"};
-        for (const char* name : {"missing", ".", "pipe", "sparse"}) {
-            JsonFile file(Path(name), settings_);
+        for (const QString name : {"missing", ".", "pipe", "sparse"}) {
+            JsonFile file(name, settings_);
             QVERIFY(!file.Load());
             QCOMPARE(file.object(), settings_);
-            lines << "3 jsonfile Load: Failed to open file '" + Path(name) + "' for read!";
+            lines << "3 jsonfile Load: Failed to open file '" + name + "' for read!";
         }
-        QVERIFY(!JsonFile(Path("file/below/f"), settings_).Save());
-        QVERIFY(!JsonFile(Path("."), settings_).Save());
-        lines << "3 jsonfile Save: Failed to create directory '" + Path("file/below") + "'!"
-              << "3 jsonfile Save: Failed to open file '" + Path(".") + "' for write!";
+        QVERIFY(!JsonFile("file/below/f", settings_).Save());
+        QVERIFY(!JsonFile(".", settings_).Save());
+        lines << "3 jsonfile Save: Failed to create directory '" + tree_.path() + "/file/below'!"
+              << "3 jsonfile Save: Failed to open file '.' for write!";
         const QString key(17, QChar(0xEB)); // 34 bytes
-        for (const QString& path : {QString("/dev/full"), Path("new/f")}) {
+        for (const QString path : {"/dev/full", "new/f"}) {
             QVERIFY(!JsonFile(path, settings_, path == "/dev/full" ? "" : key).Save());
             lines << "3 jsonfile Save: Failed to save document in file '" + path + "'!";
         }
-        QVERIFY(!QFile::exists(Path("new")));
+        QVERIFY(!QFile::exists("new"));
         QCOMPARE(log.Lines(), lines);
     }
 
