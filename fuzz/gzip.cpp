@@ -1,5 +1,5 @@
 // Decompresses any bytes, and streams that were whole before they were damaged, against zlib in a
-// single call; compresses any bytes.
+// single call.
 #include "fuzz.h"
 
 #include <common/tools/qcompressor.h>
