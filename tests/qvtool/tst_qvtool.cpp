@@ -123,7 +123,7 @@ private Q_SLOTS:
             {"remove --yes \"$PWD\"", 1, "", "it holds the current directory"},
             {"remove --yes tree/a/../", 1, "", "cannot remove 'tree/a/../': its name is '..'"},
             {"remove tree", 1, "", "nothing removed: not confirmed", "no\n"},
-            {"remove --yes kept", 1, "", "(1 of 2 items removed, 1 hidden entry left out)"},
+            {"remove --yes kept", 1, "", "(Directory not empty; 1 of 2 items removed, 1 hidden "},
             {"parse --json skype:X", 0, ".*\"kind\":3,.*\"number\":\"skype: x@skype.com\".*\n"},
             {"parse", 3, ".*kind +2 \\(SIP address\\)\n.*\n\n.*user +a\\\\x1b\n.*", "",
              "<sip:a@b.c>\na\033"},

@@ -67,8 +67,11 @@ void Tell(Call& call, const JobState& state, const QString& done, const QStringL
     if (leftOut.notUtf8 > 0)
         summary << Counted(leftOut.notUtf8, "name not in UTF-8", "names not in UTF-8");
     const QString text = summary.join(", ") + (summary.size() > 1 ? " left out" : "");
-    if (state.error != 0)
-        Fail(QString("%1 (%2)").arg(call.Log().FirstFailure(), text));
+    if (state.error != 0) {
+        const QString reason = call.Log().LastFailure("LogReason");
+        Fail(QString("%1 (%2%3)")
+                 .arg(call.Log().FirstFailure(), reason.isEmpty() ? "" : reason + "; ", text));
+    }
     call.Summarise(text, {{done, state.current},
                           {"leftOut", QJsonObject{{"hidden", leftOut.hidden},
                                                   {"unreadable", leftOut.unreadable},

@@ -22,7 +22,7 @@ void ToolLogger::Append(const IMessage& message)
     Logger::Append(message);
     if (backend_)
         backend_->Append(message);
-    if (message.Level() > IMessage::WARN)
+    if (message.Level() > IMessage::NOTICE)
         return;
     const QMutexLocker lock(&mutex_);
     const QString text = WithoutPrefix(message.Text());

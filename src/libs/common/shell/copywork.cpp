@@ -1,6 +1,5 @@
 #include "common/shell/copywork_p.h"
 
-#include "common/shell/filecommands_p.h"
 #include "common/shell/filecopier.h"
 #include "common/shell/paths_p.h"
 #include "common/shell/treewalk_p.h"
@@ -42,15 +41,18 @@ bool IsRemovable(const Place& place)
     const int directory = place.OpenDirectory();
     if (fstatat(directory, place.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT;
-    return !S_ISDIR(status.st_mode) && unlinkat(directory, place.name, AT_REMOVEDIR) != 0 &&
-           errno == ENOTDIR;
+    if (S_ISDIR(status.st_mode))
+        errno = EISDIR;
+    else
+        unlinkat(directory, place.name, AT_REMOVEDIR);
+    return errno == ENOTDIR;
 }
 
 int FindRoom(const CopyItem& item)
 {
     const QString destination = item.Destination();
     return MakeRoom(destination, [&] {
-        return Retry(
+        return copyJob.Try(
             "RemoveFile", [&] { return IsRemovable(item.to); },
             [&] { return FailedToRemoveFile(destination); });
     });
@@ -226,7 +228,7 @@ int CopyWork::MakeParent(const CopyItem& item)
         return FailedToCreateDirectory(QFileInfo(item.Destination()).absolutePath());
     };
     if ((item.tree || IsName(item.given.second)) &&
-        Retry(
+        copyJob.Try(
             "CreateDirectory", [&] { return item.to.OpenDirectory() >= 0; }, describe))
         return 0;
     QVLOG_FROM("BeforeCopy", ERROR) << "Cannot create path to '" << item.Destination() << '\'';
@@ -295,8 +297,8 @@ int CopyWork::TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
         isAborted = abort_.loadRelaxed() != 0;
         return isAborted;
     };
-    const bool isOver = Retry("CopyFile", attempt,
-                              [&] { return FailedToCopyFile(item.Source(), item.Destination()); });
+    const bool isOver = copyJob.Try(
+        "CopyFile", attempt, [&] { return FailedToCopyFile(item.Source(), item.Destination()); });
     if (isAborted && IsAborted("CopyFile"))
         return abortedError;
     return isOver ? 0 : copyError;
@@ -351,8 +353,8 @@ int CopyWork::CopySymlink(const CopyItem& item)
         flush_.Remember(item.to.directories->Seen(item.to.directory), directory);
         return true;
     };
-    if (code == 0 && !Retry("CreateSymlink", attempt,
-                            [&] { return FailedToCreateLink(item.Destination(), target); }))
+    if (code == 0 && !copyJob.Try("CreateSymlink", attempt,
+                                  [&] { return FailedToCreateLink(item.Destination(), target); }))
         code = copyError;
     return Tell("CopySymlink", code, [&] {
         return QStringLiteral("link from '%1' to '%2' -> '%3'.")

@@ -4,6 +4,8 @@
 
 #include <QThread>
 
+#include <cerrno>
+
 namespace common {
 
 constexpr int maxAttempts = 5;
@@ -13,8 +15,8 @@ constexpr unsigned long attemptPause = 50; // milliseconds
 void LogAttempt(const char* function, const QString& failure, int attempt);
 
 /**
- * The attempts of FileCommands: whether one of them succeeded. Describe gives the failure's text; it
- * is asked for only after a failure.
+ * The attempts of FileCommands: whether one of them succeeded. Otherwise errno is that of the last
+ * one, if it set it. Describe gives the failure's text; it is asked for only after a failure.
  */
 template <typename Operation, typename Describe>
 bool Retry(const char* function, Operation operation, Describe describe)
@@ -22,9 +24,12 @@ bool Retry(const char* function, Operation operation, Describe describe)
     for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
         if (attempt > 1)
             QThread::msleep(attemptPause);
+        errno = 0;
         if (operation())
             return true;
+        const int error = errno;
         LogAttempt(function, describe(), attempt);
+        errno = error;
     }
     return false;
 }

@@ -1,5 +1,7 @@
 #include "common/shell/filejob_p.h"
 
+#include <cstring>
+
 namespace common {
 
 void FileJob::Await(QThread* thread) const
@@ -20,6 +22,12 @@ bool FileJob::IsAborted(const QAtomicInt& flag, const char* function) const
         return false;
     QVLOG_FROM(function, DEBUG) << "user abort detected!";
     return true;
+}
+
+void FileJob::LogReason(int error) const
+{
+    if (error != 0)
+        QVLOG(NOTICE) << std::strerror(error);
 }
 
 } // namespace common

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/logger/log.h"
+#include "common/shell/filecommands_p.h"
 #include "common/shell/jobrelay_p.h"
 
 #include <QAtomicInt>
@@ -105,8 +106,21 @@ struct FileJob
         QThread::currentThread()->quit();
     }
 
+    /** The attempts to change something, and the system's reason if they fail. */
+    template <typename Operation, typename Describe>
+    bool Try(const char* function, Operation operation, Describe describe) const
+    {
+        const bool isDone = Retry(function, operation, describe);
+        if (!isDone)
+            LogReason(errno);
+        return isDone;
+    }
+
     /** Whether an abort was asked for; logged in the name of the function that asks. */
     bool IsAborted(const QAtomicInt& flag, const char* function) const;
+
+private:
+    void LogReason(int error) const;
 };
 
 } // namespace common

@@ -1,6 +1,5 @@
 #include "common/shell/fileremover.h"
 
-#include "common/shell/filecommands_p.h"
 #include "common/shell/filejob_p.h"
 #include "common/shell/paths_p.h"
 #include "common/shell/removal_p.h"
@@ -55,7 +54,7 @@ int RemoveEntry(const EntryKind& kind, Attempt attempt, Path path)
         removal = attempt();
         return removal != Removal::Failed;
     };
-    Retry(kind.step, isOver, [&] { return kind.failure(path()); });
+    job.Try(kind.step, isOver, [&] { return kind.failure(path()); });
     if (removal == Removal::Failed) {
         QVLOG_FROM(kind.step, ERROR) << "Cannot remove " << kind.noun << " '" << path() << "'!";
         return kind.error;

@@ -98,7 +98,8 @@ Descriptor OpenDirectories::OpenOrMake(Tree::Directory directory)
         Descriptor found = OpenBelow(directory);
         if (found || errno != ENOENT || !isNew)
             return found;
-        QDir().mkpath(QFileInfo(QFile::decodeName(root_)).absoluteFilePath());
+        if (!QDir().mkpath(QFileInfo(QFile::decodeName(root_)).absoluteFilePath()))
+            return {};
         return OpenDirectory(AT_FDCWD, root_.constData(), O_NOFOLLOW);
     }
     if (isNew && mkdirat(way_.back().descriptor.Number(), tree_.NameOf(directory), 0777) == 0) {
