@@ -61,34 +61,25 @@ void CopyTree::Close()
     to.Close();
 }
 
-CopySources::CopySources(const std::deque<CopyTree>& trees, const QList<CopyPaths>& given)
+CopySources SourcesOf(const std::deque<CopyTree>& trees, const QList<CopyPaths>& given)
 {
+    CopySources sources;
     for (const CopyTree& tree : trees) {
         for (const auto* entries : {&tree.files, &tree.links}) {
             for (const Tree::Entry& entry : *entries)
-                Add(tree.from.Seen(entry.directory), tree.names.Name(entry.name));
+                sources.places.emplace(tree.from.Seen(entry.directory),
+                                       tree.names.Name(entry.name));
         }
     }
     for (const CopyPaths& item : given) {
         const QFileInfo source(item.first);
         struct stat status = {};
         if (stat(QFile::encodeName(source.path()).constData(), &status) == 0)
-            Add(Identity(status),
-                names_.emplace_back(QFile::encodeName(source.fileName())).constData());
+            sources.places.emplace(
+                Identity(status),
+                sources.names.emplace_back(QFile::encodeName(source.fileName())).constData());
     }
-    std::sort(keys_.begin(), keys_.end());
-}
-
-void CopySources::Add(const Identity& directory, const char* name)
-{
-    keys_.emplace_back(directory.device, directory.inode, name);
-}
-
-bool CopySources::Contain(const Place& place) const
-{
-    const Identity directory = place.directories->Seen(place.directory);
-    return std::binary_search(keys_.cbegin(), keys_.cend(),
-                              Key(directory.device, directory.inode, place.name));
+    return sources;
 }
 
 } // namespace common

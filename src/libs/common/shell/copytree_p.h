@@ -9,8 +9,9 @@
 #include <QString>
 
 #include <deque>
+#include <set>
 #include <string_view>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace common {
@@ -39,20 +40,13 @@ struct CopyTree
     std::vector<Tree::Entry> links;
 };
 
-/** The files and links that are copied, to be found by their places. */
-class CopySources
+/** The files and links that are copied, to be found by their directories and names. */
+struct CopySources
 {
-public:
-    CopySources(const std::deque<CopyTree>& trees, const QList<CopyPaths>& given);
-    bool Contain(const Place& place) const;
-
-private:
-    using Key = std::tuple<dev_t, ino_t, std::string_view>;
-
-    void Add(const Identity& directory, const char* name);
-
-    std::deque<QByteArray> names_; // of those that were given: keys point to them
-    std::vector<Key> keys_;
+    std::set<std::pair<Identity, std::string_view>> places;
+    std::deque<QByteArray> names; ///< of those that were given: places point to them
 };
+
+CopySources SourcesOf(const std::deque<CopyTree>& trees, const QList<CopyPaths>& given);
 
 } // namespace common

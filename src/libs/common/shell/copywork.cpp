@@ -183,8 +183,8 @@ size_t CopyWork::BeginCopying(const QList<CopyPaths>& files, const QList<CopyPat
 bool CopyWork::IsSourceOfAny(const Place& place)
 {
     if (!sources_)
-        sources_.emplace(trees, given_);
-    return sources_->Contain(place);
+        sources_ = SourcesOf(trees, given_);
+    return sources_->places.count({place.directories->Seen(place.directory), place.name}) > 0;
 }
 
 // What is told as copied is on the disk, and where it was to be.

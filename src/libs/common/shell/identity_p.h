@@ -17,6 +17,10 @@ struct Identity
     {
         return device == other.device && inode == other.inode;
     }
+    bool operator<(const Identity& other) const
+    {
+        return device != other.device ? device < other.device : inode < other.inode;
+    }
 };
 
 } // namespace common

@@ -6,24 +6,21 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <unistd.h>
+#include <filesystem>
 
 namespace common {
 
 namespace {
 
-using Status = struct stat;
-
 constexpr int maxHops = 40; // what Linux follows
 const auto up = QLatin1String("..");
 
-// Of what is there, or what it leads to; all zero if there is nothing.
-Status StatusOf(const QString& path, int (*call)(const char*, Status*) = stat)
+// Of what is there itself, a link or not.
+Identity IdentityOf(const QString& path)
 {
-    Status status = {};
-    if (IsName(path))
-        call(QFile::encodeName(path).constData(), &status);
-    return status;
+    struct stat status = {};
+    const bool isThere = IsName(path) && lstat(QFile::encodeName(path).constData(), &status) == 0;
+    return isThere ? Identity(status) : Identity();
 }
 
 } // namespace
@@ -47,16 +44,17 @@ bool Exists(const QString& path)
 
 bool IsSameFile(const QString& first, const QString& second)
 {
-    const Identity identity(StatusOf(first));
-    return identity.IsKnown() && identity == Identity(StatusOf(second));
+    std::error_code ignored;
+    return std::filesystem::equivalent(QFile::encodeName(first).toStdString(),
+                                       QFile::encodeName(second).toStdString(), ignored);
 }
 
 bool LinkLeadsThrough(const QString& link, const QString& path)
 {
-    const Identity place(StatusOf(path, lstat));
+    const Identity place = IdentityOf(path);
     QFileInfo hop(QFileInfo(link).absoluteFilePath());
     for (int hops = 0; hops < maxHops && place.IsKnown(); ++hops) {
-        if (Identity(StatusOf(hop.filePath(), lstat)) == place)
+        if (IdentityOf(hop.filePath()) == place)
             return true;
         if (!hop.isSymLink())
             return false;
@@ -71,12 +69,6 @@ bool GoesThroughLink(const QString& path, const QString& link)
         return false;
     const QString inside = QDir::cleanPath(QFileInfo(link).absoluteFilePath()) + QLatin1Char('/');
     return QDir::cleanPath(QFileInfo(path).absoluteFilePath()).startsWith(inside);
-}
-
-bool IsReadableFile(const QString& path)
-{
-    return S_ISREG(StatusOf(path).st_mode) &&
-           access(QFile::encodeName(path).constData(), R_OK) == 0;
 }
 
 bool IsLink(const QString& path)

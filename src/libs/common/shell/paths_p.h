@@ -24,9 +24,6 @@ bool LinkLeadsThrough(const QString& link, const QString& path);
 /** Whether @p path goes through @p link, if that is one. */
 bool GoesThroughLink(const QString& path, const QString& link);
 
-/** Whether the path leads, through links, to a regular file that can be read. */
-bool IsReadableFile(const QString& path);
-
 /** Whether the path is a link; a separator, or one and a dot, at its end do not hide it. */
 bool IsLink(const QString& path);
 

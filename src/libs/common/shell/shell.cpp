@@ -33,11 +33,13 @@ void RemoveOld(const QString& destination)
 bool IsCopyable(const QString& source, const QString& destination)
 {
     const QFileInfo info(source);
+    if (!info.isFile() || !info.isReadable())
+        return false;
     if (!info.isNativePath())
-        return info.isFile();
+        return true;
     const QString from = info.filePath(); // "prefix:" of a search path is replaced
     const QString to = QFileInfo(destination).filePath();
-    return IsReadableFile(from) && !IsSameFile(from, to) && !GoesThroughLink(from, to);
+    return !IsSameFile(from, to) && !GoesThroughLink(from, to);
 }
 
 } // namespace
