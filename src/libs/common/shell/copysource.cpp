@@ -33,12 +33,13 @@ CopySource::CopySource(Kind kind, const Place& place, const QString& path)
 
 CopySource::State CopySource::Open()
 {
-    if (kind_ == OfQt)
-        return OpenByQt();
-    if (kind_ == Special)
-        return Unfit;
-    const State looked = kind_ == Given ? LookAtGiven() : Ready;
-    return looked == Ready ? OpenNative() : looked;
+    const State looked = kind_ == Special ? Unfit : kind_ == Given ? LookAtGiven() : Ready;
+    if (looked != Ready)
+        return looked;
+    const State opened = kind_ == OfQt ? OpenByQt() : OpenNative();
+    if (opened != Ready)
+        Close();
+    return opened;
 }
 
 CopySource::State CopySource::OpenByQt()
@@ -82,10 +83,7 @@ CopySource::State CopySource::OpenNative()
             place_.Look(&status_);
         return Failed;
     }
-    if (fstat(Number(), &status_) == 0 && S_ISREG(status_.st_mode))
-        return Ready;
-    Close();
-    return Unfit;
+    return fstat(Number(), &status_) == 0 && S_ISREG(status_.st_mode) ? Ready : Unfit;
 }
 
 bool CopySource::IsSame(const Place& other) const

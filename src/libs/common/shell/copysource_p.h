@@ -41,6 +41,7 @@ public:
     State Open();
     void Close() { descriptor_.Close(); }
 
+    bool IsOpen() const { return bool(descriptor_); }
     int Number() const { return descriptor_.Number(); }
     /** Of the open file. */
     const struct stat& Status() const { return status_; }

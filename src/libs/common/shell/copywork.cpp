@@ -246,53 +246,46 @@ int MakeRoom(const QString& destination, const std::function<bool()>& remove)
 }
 
 // Makes way for a new file or link, but not at the price of what is to be copied.
-int CopyWork::Prepare(const CopyItem& item, bool isFree, const std::function<bool()>& isSource,
-                      NewFile::Publication* publication)
+int CopyWork::Prepare(CopyItem& item, const std::function<bool()>& isSource)
 {
     const int code = MakeParent(item);
+    // A file of a tree has a name of its own, so its place in a new directory is free.
+    const bool isFree =
+        item.kind == CopySource::Found && item.to.directories->WasMade(item.to.directory);
     struct stat old = {};
     if (code != 0 || isFree || !item.to.Look(&old))
         return code;
-    *publication = NewFile::Replacement;
+    item.publication = NewFile::Replacement;
     const bool losesSource =
         isSource() || IsSourceOfAny(item.to) ||
         (S_ISLNK(old.st_mode) && GoesThroughLink(item.Source(), item.Destination()));
     return losesSource ? copyError : FindRoom(item);
 }
 
-int CopyWork::CopyFile(const CopyItem& item)
+int CopyWork::CopyFile(CopyItem item)
 {
     CopySource source(item.kind, item.from,
                       item.kind == CopySource::OfQt ? item.Source() : QString());
     const CopySource::State state = source.Open();
     if (state == CopySource::Missing)
         return ReportMissing(item.Source());
-    // What is found in a tree has a name of its own, so its place in a new directory is free.
-    const bool isFree = item.tree && item.to.directories->WasMade(item.to.directory);
-    const auto isSource = [&] {
-        return source.IsSame(item.to);
-    };
-    auto publication = NewFile::New;
-    int code =
-        state == CopySource::Unfit ? copyError : Prepare(item, isFree, isSource, &publication);
+    int code = state == CopySource::Unfit ? copyError
+                                          : Prepare(item, [&] { return source.IsSame(item.to); });
     if (code == 0)
-        code = TryToCopy(item, source, state == CopySource::Ready, publication);
+        code = TryToCopy(item, source);
     return Tell("CopyFile", code, [&] {
         return QStringLiteral("from '%1' to '%2'").arg(item.Source(), item.Destination());
     });
 }
 
-int CopyWork::TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
-                        NewFile::Publication publication)
+int CopyWork::TryToCopy(const CopyItem& item, CopySource& source)
 {
     bool isAborted = false;
     const qint64 bytesBefore = bytesDone_;
     const auto attempt = [&] {
-        isOpen = isOpen || source.Open() == CopySource::Ready;
-        if (isOpen && CopyOnce(item, source, publication))
+        if ((source.IsOpen() || source.Open() == CopySource::Ready) && CopyOnce(item, source))
             return true;
         source.Close();
-        isOpen = false;
         bytesDone_ = bytesBefore;
         isAborted = abort_.loadRelaxed() != 0;
         return isAborted;
@@ -304,8 +297,7 @@ int CopyWork::TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
     return isOver ? 0 : copyError;
 }
 
-bool CopyWork::CopyOnce(const CopyItem& item, const CopySource& source,
-                        NewFile::Publication publication)
+bool CopyWork::CopyOnce(const CopyItem& item, const CopySource& source)
 {
     const int directory = item.to.OpenDirectory();
     NewFile file(directory, item.to.name);
@@ -316,11 +308,16 @@ bool CopyWork::CopyOnce(const CopyItem& item, const CopySource& source,
     if (fchmod(file.Number(), source.Status().st_mode & allPermissions) != 0 && errno != EPERM &&
         errno != EOPNOTSUPP && errno != ENOSYS)
         return false;
-    const bool isFlushed = flush_.IsForEach() || publication == NewFile::Replacement;
-    if ((isFlushed && fdatasync(file.Number()) != 0) || !file.Publish(publication))
+    const bool isFlushed = flush_.IsForEach() || item.publication == NewFile::Replacement;
+    if ((isFlushed && fdatasync(file.Number()) != 0) || !file.Publish(item.publication))
         return false;
-    flush_.Remember(item.to.directories->Seen(item.to.directory), directory);
+    Remember(item, directory);
     return true;
+}
+
+void CopyWork::Remember(const CopyItem& item, int directory)
+{
+    flush_.Remember(item.to.directories->Seen(item.to.directory), directory);
 }
 
 bool CopyWork::Report(qint64 bytes)
@@ -331,7 +328,7 @@ bool CopyWork::Report(qint64 bytes)
     return abort_.loadRelaxed() == 0;
 }
 
-int CopyWork::CopySymlink(const CopyItem& item)
+int CopyWork::CopySymlink(CopyItem item)
 {
     const QByteArray bytes = ReadLink(item.from);
     if (bytes.isEmpty() && (item.tree ? errno == ENOENT : !Exists(item.given.first)))
@@ -342,15 +339,15 @@ int CopyWork::CopySymlink(const CopyItem& item)
     const auto isSource = [&] {
         return LinkLeadsThrough(item.Source(), item.Destination());
     };
-    auto publication = NewFile::New;
     const bool isCopyable = !text.isEmpty() && QFile::encodeName(text) == bytes;
-    int code = isCopyable ? Prepare(item, false, isSource, &publication) : copyError;
+    int code = isCopyable ? Prepare(item, isSource) : copyError;
     const auto attempt = [&] {
         const int directory = item.to.OpenDirectory();
-        if (directory < 0 || !NewFile(directory, item.to.name)
-                                  .PublishLink(QFile::encodeName(target).constData(), publication))
+        if (directory < 0 ||
+            !NewFile(directory, item.to.name)
+                 .PublishLink(QFile::encodeName(target).constData(), item.publication))
             return false;
-        flush_.Remember(item.to.directories->Seen(item.to.directory), directory);
+        Remember(item, directory);
         return true;
     };
     if (code == 0 && !copyJob.Try("CreateSymlink", attempt,

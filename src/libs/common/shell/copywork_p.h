@@ -40,6 +40,7 @@ struct CopyItem
     const CopyPaths& given;
     const CopyTree* tree;
     Tree::Entry entry;
+    NewFile::Publication publication = NewFile::New;
 
     QString Source() const { return tree ? tree->SourceOf(entry) : given.first; }
     QString Destination() const { return tree ? tree->DestinationOf(entry) : given.second; }
@@ -64,8 +65,8 @@ public:
     /** Looks at all directories once more, and waits for the disk. */
     int FinishCopying();
 
-    int CopyFile(const CopyItem& item);
-    int CopySymlink(const CopyItem& item);
+    int CopyFile(CopyItem item);
+    int CopySymlink(CopyItem item);
     /** Makes the directory of the destination. */
     static int MakeParent(const CopyItem& item);
 
@@ -75,11 +76,10 @@ private:
     Place GivenDestination(const QString& path);
     bool HasMoved();
     bool IsAborted(const char* function) const { return copyJob.IsAborted(abort_, function); }
-    int Prepare(const CopyItem& item, bool isFree, const std::function<bool()>& isSource,
-                NewFile::Publication* publication);
-    int TryToCopy(const CopyItem& item, CopySource& source, bool isOpen,
-                  NewFile::Publication publication);
-    bool CopyOnce(const CopyItem& item, const CopySource& source, NewFile::Publication publication);
+    int Prepare(CopyItem& item, const std::function<bool()>& isSource);
+    int TryToCopy(const CopyItem& item, CopySource& source);
+    bool CopyOnce(const CopyItem& item, const CopySource& source);
+    void Remember(const CopyItem& item, int directory);
     bool Report(qint64 bytes);
     bool IsSourceOfAny(const Place& place);
 
