@@ -18,12 +18,16 @@ using namespace common::shell;
 namespace {
 
 // Sources that lie in the current directory; a "disk" identifies itself by the content of its file.
-class Machine : public DeviceIdentity
+struct Machine : DeviceIdentity
 {
-    QStringList DiskDevices() const override { return {"sda", "hda"}; }
-    QString CPUInfoFile() const override { return "cpuinfo"; }
-    QStringList MachineIDFiles() const override { return {"id1", "id2"}; }
-    QString HostName() const override { return QFile::exists("id2") ? "" : "host"; }
+    Machine()
+    {
+        diskDevices_ = QStringList({"sda", "hda"});
+        cpuInfoFile_ = "cpuinfo";
+        machineIDFiles_ = QStringList({"id1", "id2"});
+        hostName_ = QFile::exists("id2") ? "" : "host";
+    }
+
     bool Identify(int device, hd_driveid& drive) const override
     {
         memset(&drive, '!', sizeof drive);
@@ -76,9 +80,9 @@ private Q_SLOTS:
             const CurrentTree tree(files);
             Machine machine;
             const RecordingLogger log;
-            const QString serial = machine.SerialNumber();
+            const QString serial = machine.GetSystemUUID();
             if (identity[0].isEmpty())
-                QVERIFY(serial.size() == 32 && serial != Machine().SerialNumber());
+                QVERIFY(serial.size() == 32 && serial != Machine().GetSystemUUID());
             else
                 QCOMPARE(serial, Md5(identity[0]));
             QCOMPARE(log.Lines(), QStringList());

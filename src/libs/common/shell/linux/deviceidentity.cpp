@@ -4,7 +4,6 @@
 #include "common/tools/string/converter.h"
 
 #include <QFile>
-#include <QHostInfo>
 #include <QUuid>
 
 #include <algorithm>
@@ -37,40 +36,14 @@ bool DescribesProcessor(const QByteArray& line)
 
 } // namespace
 
-QStringList DeviceIdentity::DiskDevices() const
-{
-    return {QStringLiteral("/dev/sda"), QStringLiteral("/dev/hda")};
-}
-
 bool DeviceIdentity::Identify(int device, hd_driveid& identification) const
 {
     return ioctl(device, HDIO_GET_IDENTITY, &identification) == 0;
 }
 
-QString DeviceIdentity::CPUInfoFile() const
-{
-    return QStringLiteral("/proc/cpuinfo");
-}
-
-QStringList DeviceIdentity::MachineIDFiles() const
-{
-    return {QStringLiteral("/var/lib/dbus/machine-id"), QStringLiteral("/etc/machine-id")};
-}
-
-QString DeviceIdentity::HostName() const
-{
-    return QHostInfo::localHostName();
-}
-
-QString DeviceIdentity::SerialNumber()
-{
-    return GetSystemUUID();
-}
-
 QString DeviceIdentity::GetHHDSerialNumber()
 {
-    const QStringList devices = DiskDevices();
-    for (const QString& path : devices) {
+    for (const QString& path : qAsConst(diskDevices_)) {
         const int device = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
         if (device < 0) {
             Keep(Priority::ERROR, QStringLiteral("Failed to open HDD device '%1'.").arg(path));
@@ -95,7 +68,7 @@ QString DeviceIdentity::GetHHDSerialNumber()
 
 QString DeviceIdentity::GetCPUInfoHash()
 {
-    QFile file(CPUInfoFile());
+    QFile file(cpuInfoFile_);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         Keep(Priority::ERROR, QStringLiteral("Failed to open '%1'!").arg(file.fileName()));
         return QString();
@@ -113,8 +86,7 @@ QString DeviceIdentity::GetCPUInfoHash()
 
 QString DeviceIdentity::GetDBUSMachineID()
 {
-    const QStringList paths = MachineIDFiles();
-    for (const QString& path : paths) {
+    for (const QString& path : qAsConst(machineIDFiles_)) {
         QFile file(path);
         if (!file.open(QIODevice::ReadOnly)) {
             Keep(Priority::ERROR, QStringLiteral("Failed to open '%1'!").arg(path));
@@ -132,13 +104,12 @@ QString DeviceIdentity::GetSystemUUID()
     const QString disk = GetHHDSerialNumber();
     const QString processor = GetCPUInfoHash();
     const QString machine = GetDBUSMachineID();
-    const QString host = HostName();
     Keep(Priority::DEBUG, QStringLiteral("HDD=") + disk);
     Keep(Priority::DEBUG, QStringLiteral("CPU=") + processor);
     Keep(Priority::DEBUG, QStringLiteral("MACHINE-ID=") + machine);
-    Keep(Priority::DEBUG, QStringLiteral("HOST=") + host);
+    Keep(Priority::DEBUG, QStringLiteral("HOST=") + hostName_);
 
-    QString identity = machine + disk + processor + host;
+    QString identity = machine + disk + processor + hostName_;
     Keep(Priority::DEBUG, QStringLiteral("ID=") + identity);
     if (identity.isEmpty()) {
         Keep(Priority::ERROR, QStringLiteral("Failed to get system GUID!"));

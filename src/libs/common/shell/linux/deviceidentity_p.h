@@ -2,6 +2,7 @@
 
 #include "common/logger/message.h"
 
+#include <QHostInfo>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -20,17 +21,19 @@ class DeviceIdentity
 public:
     virtual ~DeviceIdentity() = default;
 
-    QString SerialNumber();
+    QString GetSystemUUID();
     /** Logs what composing the identity has said, in that order, once. */
     void Log();
 
 protected:
-    virtual QStringList DiskDevices() const;
     /** Asks the drive that is open as @p device for its identification. */
     virtual bool Identify(int device, hd_driveid& identification) const;
-    virtual QString CPUInfoFile() const;
-    virtual QStringList MachineIDFiles() const;
-    virtual QString HostName() const;
+
+    QStringList diskDevices_ = {QStringLiteral("/dev/sda"), QStringLiteral("/dev/hda")};
+    QString cpuInfoFile_ = QStringLiteral("/proc/cpuinfo");
+    QStringList machineIDFiles_ = {QStringLiteral("/var/lib/dbus/machine-id"),
+                                   QStringLiteral("/etc/machine-id")};
+    QString hostName_ = QHostInfo::localHostName();
 
 private:
     using Priority = logger::IMessage::Priority;
@@ -46,7 +49,6 @@ private:
     QString GetHHDSerialNumber();
     QString GetCPUInfoHash();
     QString GetDBUSMachineID();
-    QString GetSystemUUID();
     void Keep(Priority priority, const QString& text, const char* function = __builtin_FUNCTION(),
               int line = __builtin_LINE());
 

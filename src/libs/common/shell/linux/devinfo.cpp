@@ -8,7 +8,7 @@ namespace common::shell {
 QString DeviceInfo::GetSerialNumber()
 {
     DeviceIdentity identity;
-    static const auto* serialNumber = new QString(identity.SerialNumber()); // never freed
+    static const auto* serialNumber = new QString(identity.GetSystemUUID()); // never freed
     identity.Log(); // not before: a logger may ask for the serial number
     return *serialNumber;
 }
