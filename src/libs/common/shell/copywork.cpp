@@ -7,8 +7,9 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include <fcntl.h>
@@ -64,13 +65,9 @@ QByteArray ReadLink(const Place& link)
     const int directory = link.OpenDirectory();
     if (directory == -1)
         return {};
-    QByteArray text(256, '\0');
-    ssize_t length = 0;
-    while ((length = readlinkat(directory, link.name, text.data(), size_t(text.size()))) ==
-           text.size())
-        text.resize(2 * text.size());
-    text.resize(qMax<int>(int(length), 0));
-    return text;
+    std::array<char, PATH_MAX> text;
+    const ssize_t length = readlinkat(directory, link.name, text.data(), text.size());
+    return {text.data(), qMax<int>(int(length), 0)};
 }
 
 } // namespace
@@ -106,11 +103,8 @@ Place CopyWork::GivenDestination(const QString& path)
 // Whether any directory of a given destination was exchanged for another one.
 bool CopyWork::HasMoved()
 {
-    const bool isInPlace = !to_ || !to_->Seen(Tree::root).IsKnown() || to_->IsInPlace(Tree::root);
-    if (!isInPlace) {
-        to_.reset();
-        hasMoved_ = true;
-    }
+    hasMoved_ =
+        hasMoved_ || (to_ && to_->Seen(Tree::root).IsKnown() && !to_->IsInPlace(Tree::root));
     return hasMoved_;
 }
 
