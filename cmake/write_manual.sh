@@ -27,10 +27,10 @@ man_page() { # NAME [COMMAND]
             next
         }
         isTable && /^  [^ ]/ {
-            term = substr($0, 3, 19)
-            sub(/ +$/, "", term)
-            print ".TP\n\\fB" roff(term) "\\fR"
-            $0 = substr($0, 23)
+            sub(/^ +/, "")
+            match($0, /  +/)
+            print ".TP\n\\fB" roff(substr($0, 1, RSTART - 1)) "\\fR"
+            $0 = substr($0, RSTART + RLENGTH)
         }
         NF { sub(/^ +/, ""); print roff($0) }
     ' >"$dir/man1/$name.1"

@@ -1,11 +1,11 @@
-#include "commands.h"
+#include "command.h"
 #include "console.h"
 
 #include <common/tools/cipher/aes.h>
 
 #include <QScopeGuard>
 
-#include <algorithm>
+#include <csignal>
 
 #include <termios.h>
 #include <unistd.h>
@@ -17,7 +17,6 @@ using tools::cipher::AES;
 namespace {
 
 constexpr int longestKey = 32;
-constexpr int blockSize = 16;
 
 // Whether nothing is lost where the bytes become a text.
 bool IsText(const QByteArray& bytes)
@@ -38,23 +37,33 @@ QString Key(const Call& call)
     return QString::fromUtf8(key);
 }
 
+termios usual = {};
+
+void ShowTyping()
+{
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &usual);
+}
+
 // Neither key nor text is ever taken from the command line, which other users can see.
 int Encrypt(Call& call)
 {
     const QString key = Key(call);
-    termios before = {};
-    const bool onTerminal = tcgetattr(STDIN_FILENO, &before) == 0;
+    const bool onTerminal = tcgetattr(STDIN_FILENO, &usual) == 0;
+    if (onTerminal) {
+        HandleSignals([](int number) {
+            ShowTyping();
+            raise(number);
+        });
+        termios hidden = usual;
+        hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+    }
     const auto restore = qScopeGuard([&] {
         if (onTerminal)
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
+            ShowTyping();
     });
-    termios hidden = before;
-    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    if (onTerminal) {
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
-        call.Note("type the text (it is not shown), then Ctrl-D on a new line");
-    }
-    const QByteArray text = WithoutLineEnd(Input().TakeAll());
+    call.AskFor("the text (it is not shown)");
+    const QByteArray text = WithoutLineEnd(ReadInput());
     if (!IsText(text))
         Fail("the text is not in UTF-8 or has a zero character");
     PrintLine(AES::encrypt(key, QString::fromUtf8(text)));
@@ -64,28 +73,21 @@ int Encrypt(Call& call)
 int Decrypt(Call& call)
 {
     const QString key = Key(call);
-    const auto cipherText = QByteArray::fromBase64Encoding(
-        Input().TakeAll().simplified().replace(' ', ""),
-        QByteArray::Base64Encoding | QByteArray::AbortOnBase64DecodingErrors);
-    if (!cipherText || (*cipherText).size() % blockSize != 0)
-        Fail(QString("the input is not the Base64 of whole blocks of %1 bytes").arg(blockSize));
-    QByteArray bytes;
-    AES::decrypt(key, *cipherText, bytes);
-    const QByteArray text = bytes.constData(); // up to the padding
-    const bool isPadded = text.size() > bytes.size() - blockSize &&
-                          std::all_of(bytes.cbegin() + text.size(), bytes.cend(),
-                                      [](char byte) { return byte == '\0'; });
-    if (!bytes.isEmpty() && (!isPadded || !IsText(text)))
-        Fail("the key is wrong, or the input is damaged");
-    PrintLine(QString::fromUtf8(text));
+    call.AskFor("what 'encrypt' printed");
+    const QString cipherText = QString::fromLatin1(ReadInput().simplified().replace(' ', ""));
+    const QString text = AES::decrypt(key, cipherText);
+    if (AES::encrypt(key, text) != cipherText)
+        Fail("the key is wrong, or the input is not what 'encrypt' printed");
+    PrintLine(text);
     return Success;
 }
 
-const Option keyOption = {
-    "key-file", "FILE",
+const QCommandLineOption keyOption = {
+    "key-file",
     "Read the key from FILE, a regular file that contains 1 to 32 bytes of text in UTF-8. Without "
     "it, the key is derived from the name of the current user. A line end that ends the key or "
-    "the input is ignored; the output ends with one."};
+    "the input is ignored; the output ends with one.",
+    "FILE"};
 
 } // namespace
 

@@ -1,11 +1,13 @@
 #include "command.h"
 
-#include "commands.h"
 #include "console.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QRegularExpression>
+
+#include <unistd.h>
 
 namespace qvtool {
 
@@ -16,27 +18,25 @@ namespace {
 const QStringList levelNames = {"emerg", "alert",  "crit", "error",
                                 "warn",  "notice", "info", "debug"};
 
+// What every command takes beside its own options.
+const Options commonOptions = {
+    {"quiet", "Print only errors and data: no progress, notes or summaries."},
+    {"log",
+     "Write the library's log to standard error, up to LEVEL: emerg, alert, crit, error, warn, "
+     "notice, info or debug.",
+     "LEVEL"},
+    {"log-file", "Append the log to FILE as well, up to the level of --log (default: debug).",
+     "FILE"},
+    {"log-config", "Write the log as the log4cpp property file FILE says.", "FILE"},
+    {{"h", "help"}, "Show this help."},
+};
+
 } // namespace
 
-Options operator+(Options options, const Options& more)
+QString ExitCodes(const char* own)
 {
-    options.insert(options.end(), more.begin(), more.end());
-    return options;
-}
-
-const Options& CommonOptions()
-{
-    static const Options options = {
-        {"quiet", nullptr, "Print only errors and data: no progress, notes or summaries."},
-        {"log", "LEVEL",
-         "Write the library's log to standard error, up to LEVEL: emerg, alert, crit, error, warn, "
-         "notice, info or debug."},
-        {"log-file", "FILE",
-         "Append the log to FILE as well, up to the level of --log (default: debug)."},
-        {"log-config", "FILE", "Write the log as the log4cpp property file FILE says."},
-        {"help", nullptr, "Show this help."},
-    };
-    return options;
+    return QString("\nExit codes:\n  0 success, 1 the job failed, 2 wrong usage,\n") + own +
+           "  128 plus the number of the signal that ended it.\n";
 }
 
 int Execute(const Command& command, const QStringList& arguments)
@@ -44,10 +44,9 @@ int Execute(const Command& command, const QStringList& arguments)
     try {
         Call call(command, arguments);
         if (call.Has("help")) {
-            Print(HelpText(&command));
+            Print(call.Help().toUtf8());
             return Success;
         }
-        CatchSignals();
         return command.run(call);
     } catch (const Failure& failure) {
         const QString hint = QString(" (see 'qvtool help %1')").arg(command.name);
@@ -59,17 +58,25 @@ int Execute(const Command& command, const QStringList& arguments)
 
 Call::Call(const Command& command, const QStringList& arguments) : command_(command)
 {
-    for (const Option& option : command.options + CommonOptions()) {
-        const bool isHelp = qstrcmp(option.name, "help") == 0;
-        const QStringList names = isHelp ? QStringList{option.name, "h"} : QStringList(option.name);
-        parser_.addOption({names, option.text, option.value, option.preset});
-    }
+    parser_.addOptions(command.options + commonOptions);
     if (!parser_.parse(QStringList(command.name) + arguments))
         Reject(parser_.errorText());
     if (!Has("help")) {
         CheckPositionals();
         SetUpLog();
     }
+}
+
+QString Call::Help()
+{
+    QString usage = QString("Usage: qvtool %1 [OPTION...]").arg(command_.name);
+    for (const Argument& argument : command_.arguments) {
+        usage += QString(' ') + argument.name;
+        parser_.addPositionalArgument(argument.name, argument.text);
+    }
+    parser_.setApplicationDescription(command_.summary);
+    const QString text = parser_.helpText(); // its first line has the path of the program
+    return usage + text.mid(text.indexOf('\n')) + ExitCodes(command_.exitCodes);
 }
 
 // Those that are too many are not repeated: a secret may be among them.
@@ -107,7 +114,7 @@ void Call::SetUpLog()
         log_.WriteToFile(file.fileName(), level);
     }
     const QString config = Text("log-config");
-    if (Has("log-config") && (ReadFile(config).isEmpty() || !log_.WriteAsConfigured(config)))
+    if (Has("log-config") && (!QFileInfo(config).isFile() || !log_.WriteAsConfigured(config)))
         Reject(QString("'%1' is not a property file that log4cpp can use").arg(config));
 }
 
@@ -178,10 +185,21 @@ void Call::Summarise(const QString& text, const QJsonObject& data) const
         Report(text, data);
 }
 
+void Call::Complain(const QString& text) const
+{
+    PrintError(QString("qvtool %1: %2").arg(command_.name, text));
+}
+
 void Call::Note(const QString& text) const
 {
     if (!IsQuiet())
-        PrintError(QString("qvtool %1: %2").arg(command_.name, text));
+        Complain(text);
+}
+
+void Call::AskFor(const QString& input) const
+{
+    if (isatty(STDIN_FILENO) == 1)
+        Note(QString("type %1, then Ctrl-D on a new line").arg(input));
 }
 
 } // namespace qvtool

@@ -22,17 +22,9 @@ struct Argument
     const char* text;
 };
 
-struct Option
-{
-    const char* name;
-    const char* value; ///< what it takes, as the help calls it; null for nothing
-    const char* text;
-    const char* preset = "";
-};
+using Options = QList<QCommandLineOption>;
 
-using Options = std::vector<Option>;
-
-/** All there is to say of a command; its help is made of it. */
+/** A command; its help is made of this. */
 struct Command
 {
     const char* name;
@@ -40,17 +32,28 @@ struct Command
     std::vector<Argument> arguments;
     Options options;
     int (*run)(Call& call);     ///< its exit code
-    const char* exitCodes = ""; ///< what they mean, where that is not the usual
+    const char* exitCodes = ""; ///< lines about those that only it has
 };
 
 /** For commands whose result is data; see Call::Report(). */
-constexpr Option jsonOption = {"json", nullptr, "Print each result as a line of JSON."};
+inline const QCommandLineOption jsonOption = {"json", "Print each result as a line of JSON."};
 
-/** Two lists of options in one. */
-Options operator+(Options options, const Options& more);
+extern const Command downloadCommand;
+extern const Command getCommand;
+extern const Command postCommand;
+extern const Command copyCommand;
+extern const Command removeCommand;
+extern const Command parseCommand;
+extern const Command encryptCommand;
+extern const Command decryptCommand;
+extern const Command compareCommand;
+extern const Command deviceIdCommand;
+extern const Command revealCommand;
+extern const Command idleCommand;
+extern const Command demoCommand;
 
-/** What every command takes beside its own options. */
-const Options& CommonOptions();
+/** The part of a help that is about these; @p own are lines about those of one command only. */
+QString ExitCodes(const char* own);
 
 /** The command behind @p arguments, which begin behind its name. Returns its exit code. */
 int Execute(const Command& command, const QStringList& arguments);
@@ -60,6 +63,9 @@ class Call
 {
 public:
     Call(const Command& command, const QStringList& arguments);
+
+    /** What there is to say of the command, for people. */
+    QString Help();
 
     bool Has(const QString& option) const { return parser_.isSet(option); }
     QString Text(const QString& option) const { return parser_.value(option); }
@@ -83,8 +89,13 @@ public:
     void Report(const QString& text, const QJsonObject& data) const;
     /** The same, where the text is not what the user wanted to have: nothing, if it is to be quiet. */
     void Summarise(const QString& text, const QJsonObject& data) const;
+    /** Tells what went wrong. */
+    void Complain(const QString& text) const;
     /** Tells something beside the result, unless it is to be quiet. */
     void Note(const QString& text) const;
+
+    /** Tells who sits at a terminal what to type. */
+    void AskFor(const QString& input) const;
 
     ToolLogger& Log() { return log_; }
 

@@ -3,7 +3,7 @@
 _qvtool() {
     local choice=''
     if [[ $PREFIX == -* ]]; then
-        choice=$(qvtool help "$words[2]" 2>/dev/null | sed -n 's/^  \(--[a-z0-9-]*\) .*/\1/p')
+        choice=$(qvtool help "$words[2]" 2>/dev/null | sed -n 's/^  \(-h, \)\?\(--[a-z0-9-]*\) .*/\2/p')
     elif [[ $CURRENT == 2 || $CURRENT:$words[2] == 3:help ]]; then
         choice=$(qvtool help | sed -n 's/^  \([a-z-]*\)   *[A-Z].*/\1/p')
     fi

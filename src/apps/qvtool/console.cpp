@@ -11,10 +11,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <utility>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -22,8 +20,7 @@ namespace qvtool {
 
 namespace {
 
-constexpr int chunkSize = 64 * 1024;
-constexpr int mostKept = 1024 * 1024 * 1024;
+constexpr int mostInput = 1024 * 1024 * 1024;
 
 constexpr int barWidth = 20;
 constexpr int usualColumns = 80;
@@ -40,19 +37,6 @@ void OnSignal(int number)
     signalThatCame = number;
     const char byte = 0;
     [[maybe_unused]] const auto written = write(pipeEnds[1], &byte, 1);
-}
-
-// What is ignored stays so: in the background of a script, or by nohup.
-void HandleSignals(void (*handler)(int))
-{
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESETHAND | SA_RESTART;
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction current = {};
-        if (sigaction(number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN)
-            sigaction(number, &action, nullptr);
-    }
 }
 
 int Columns()
@@ -127,24 +111,28 @@ void PrintError(const QString& text)
     Write(stderr, (barIsShown.exchange(false) ? "\r\033[K" : "") + Escaped(text).toUtf8() + '\n');
 }
 
+// What is ignored stays so: in the background of a script, or by nohup.
+void HandleSignals(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESETHAND | SA_RESTART;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction current = {};
+        if (sigaction(number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN)
+            sigaction(number, &action, nullptr);
+    }
+}
+
 void CatchSignals()
 {
-    if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) == 0)
+    if (pipeEnds[0] < 0 && pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) == 0)
         HandleSignals(OnSignal);
-}
-
-void ReleaseSignals()
-{
-    HandleSignals(SIG_DFL);
-}
-
-int SignalThatCame()
-{
-    return signalThatCame;
 }
 
 void Await(QEventLoop& loop, const std::function<void()>& start)
 {
+    CatchSignals();
     QSocketNotifier notifier(pipeEnds[0], QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, &loop, &QEventLoop::quit);
     QTimer::singleShot(0, &loop, start);
@@ -152,39 +140,26 @@ void Await(QEventLoop& loop, const std::function<void()>& start)
         loop.exec();
 }
 
-bool Input::More()
+// Qt would wait for a second end of the input at a terminal, and for more than a line.
+bool ReadLine(QByteArray& text)
 {
-    pollfd ends[] = {{STDIN_FILENO, POLLIN, 0}, {pipeEnds[0], POLLIN, 0}};
-    while (poll(ends, std::size(ends), -1) < 0 && errno == EINTR)
-        ;
-    EndIfInterrupted("the input was not read to its end");
-    QByteArray chunk(chunkSize, Qt::Uninitialized);
-    const auto size = read(STDIN_FILENO, chunk.data(), static_cast<size_t>(chunk.size()));
-    if (size < 0 && (errno == EINTR || errno == EAGAIN))
-        return true;
-    if (size < 0)
+    static char* buffer = nullptr;
+    static size_t capacity = 0;
+    const auto size = getline(&buffer, &capacity, stdin);
+    if (size < 0 && !feof(stdin))
         Fail("cannot read standard input: " + qt_error_string(errno));
-    if (kept_.size() > mostKept - chunkSize)
+    if (size > mostInput - text.size())
         Fail("cannot read standard input: it is too large");
-    kept_.append(chunk.constData(), static_cast<int>(size));
+    text.append(buffer, static_cast<int>(std::max<ssize_t>(size, 0)));
     return size > 0;
 }
 
-bool Input::TakeLine(QByteArray& line)
+QByteArray ReadInput()
 {
-    int end = kept_.indexOf('\n');
-    for (int searched = kept_.size(); end < 0 && More(); searched = kept_.size())
-        end = kept_.indexOf('\n', searched);
-    line = kept_.left(end < 0 ? kept_.size() : end + 1);
-    kept_.remove(0, line.size());
-    return !line.isEmpty();
-}
-
-QByteArray Input::TakeAll()
-{
-    while (More())
+    QByteArray input;
+    while (ReadLine(input))
         ;
-    return std::exchange(kept_, QByteArray());
+    return input;
 }
 
 QByteArray ReadFile(const QString& path)

@@ -44,31 +44,18 @@ void PrintLine(const QString& text);
 /** A line of text from elsewhere to standard error, escaped, in the place of the progress bar. */
 void PrintError(const QString& text);
 
-/** From now on SIGINT, SIGTERM and SIGHUP end what waits here; a second one, the process. */
+/** Has SIGINT, SIGTERM and SIGHUP handled like that, unless they are ignored; a second one, as usual. */
+void HandleSignals(void (*handler)(int));
+/** From now on they end what waits here, for what must tidy up; a second one, the process. */
 void CatchSignals();
-/** From now on they end the process. */
-void ReleaseSignals();
-/** The signal that has come, or 0. */
-int SignalThatCame();
 
 /** Runs @p start and the event loop until that quits, or a signal comes. */
 void Await(QEventLoop& loop, const std::function<void()>& start);
 
-/** Standard input, read in pieces. */
-class Input
-{
-public:
-    /** Waits for the next line, with its end. False if no more comes. */
-    bool TakeLine(QByteArray& line);
-    /** Waits for everything up to the end of the input. */
-    QByteArray TakeAll();
-
-private:
-    bool More();
-
-    QByteArray kept_;
-};
-
+/** Waits for the next line of standard input and appends it, with its end. False if no more comes. */
+bool ReadLine(QByteArray& text);
+/** Waits for all of standard input. */
+QByteArray ReadInput();
 /** The content of a regular file. */
 QByteArray ReadFile(const QString& path);
 

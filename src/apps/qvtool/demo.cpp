@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "command.h"
 #include "filejob.h"
 #include "network.h"
 
@@ -61,22 +61,28 @@ public:
         clock.start();
         int number = 0;
         for (const Step& step : steps) {
-            PrintLine(QString("%1. %2").arg(++number).arg(step.title));
+            Headline(QString("%1. %2").arg(++number).arg(step.title));
             const bool passed = (this->*step.run)();
             EndIfInterrupted("the demo did not run to its end");
             if (!passed)
                 Fail(QString("step %1 failed").arg(number));
-            PrintLine("   ok\n");
+            Say("ok\n");
         }
-        PrintLine(QString("All %1 steps ended as they should, in %2 s.")
-                      .arg(number)
-                      .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
+        Headline(QString("All %1 steps ended as they should, in %2 s.")
+                     .arg(number)
+                     .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
     }
 
 private:
     QString Path(const QString& name) const { return directory_.filePath(name); }
 
-    static void Say(const QString& text) { PrintLine("   " + text); }
+    void Headline(const QString& text) const
+    {
+        if (!call_.IsQuiet())
+            PrintLine(text);
+    }
+
+    void Say(const QString& text) const { Headline("   " + text); }
 
     QByteArray Ask(const QString& path, IHttpRequest::HTTPRequestMethod method,
                    const QSharedPointer<IHttpRequestData>& data = {})

@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "command.h"
 #include "network.h"
 
 #include <common/tools/string/converter.h>
@@ -6,12 +6,14 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryFile>
+#include <QTemporaryDir>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -41,18 +43,20 @@ public:
             FailToWrite("it is write-protected");
         if (!isStream_ && !QDir().mkpath(info.absolutePath()))
             FailToWrite("its directory cannot be created");
-        // The name is short: that of the target may have all the length there is.
-        part_.setFileTemplate((isStream_ ? QDir::tempPath() : info.absolutePath()) +
-                              "/.qvtool-XXXXXX.part");
-        if (!part_.open())
-            FailToWrite(part_.errorString());
+        CatchSignals();
+        // The names are short: that of the target may have all the length there is.
+        directory_.emplace((isStream_ ? QDir::tempPath() : info.absolutePath()) +
+                           "/.qvtool-XXXXXX");
+        if (!directory_->isValid())
+            FailToWrite(directory_->errorString());
+        part_.setFileName(directory_->filePath("part"));
     }
 
     QString Path() const { return path_; }
     bool IsOutput() const { return isOutput_; }
-    QString PartPath() const { return part_.fileName(); }
-    qint64 PartSize() const { return QFileInfo(PartPath()).size(); }
-    QString PartMd5() { return tools::string::converter::ToMD5(part_); }
+    /** What to download into. */
+    QFile& Part() { return part_; }
+    qint64 PartSize() const { return QFileInfo(part_.fileName()).size(); }
 
     /** Puts what was downloaded where it belongs. */
     void Deliver() { isStream_ ? Pour() : Rename(); }
@@ -79,19 +83,15 @@ private:
         return target.isEmpty() ? path : target; // one in /dev/fd may lead nowhere
     }
 
-    // The new file has the permissions of the old one, or those of any new file.
+    // The new file has the permissions of the old one.
     void Rename()
     {
-        const QByteArray from = QFile::encodeName(PartPath());
+        const QByteArray from = QFile::encodeName(part_.fileName());
         const QByteArray to = QFile::encodeName(path_);
         struct stat old = {};
-        const mode_t mask = umask(0);
-        umask(mask);
-        const mode_t mode = stat(to.constData(), &old) == 0 ? old.st_mode & 0777 : 0666 & ~mask;
-        if (chmod(from.constData(), mode) != 0 ||
+        if ((stat(to.constData(), &old) == 0 && chmod(from.constData(), old.st_mode & 0777) != 0) ||
             std::rename(from.constData(), to.constData()) != 0)
             FailToWrite(qt_error_string(errno));
-        part_.setAutoRemove(false);
     }
 
     void Pour()
@@ -99,9 +99,10 @@ private:
         constexpr int pieceSize = 64 * 1024;
         constexpr auto mode = QIODevice::WriteOnly | QIODevice::Unbuffered;
         QFile sink(path_);
-        unlink(QFile::encodeName(PartPath()).constData()); // it can still be read
+        directory_->remove(); // the open file can still be read
         part_.seek(0);
-        ReleaseSignals(); // so nothing is left behind: waiting for a reader may be ended any time
+        HandleSignals(
+            SIG_DFL); // so nothing is left behind: waiting for a reader may be ended any time
         if (!(isOutput_ ? sink.open(STDOUT_FILENO, mode) : sink.open(mode)))
             FailToWrite(sink.errorString());
         for (QByteArray piece; !(piece = part_.read(pieceSize)).isEmpty();) {
@@ -115,7 +116,8 @@ private:
     bool isOutput_;
     QString path_;
     bool isStream_;
-    QTemporaryFile part_;
+    std::optional<QTemporaryDir> directory_;
+    QFile part_;
 };
 
 void Configure(IFileDownload& download, Call& call)
@@ -166,12 +168,15 @@ int Download(Call& call)
         if (!isSizeGiven)
             download->SetExpectedSize(network.Head().announcedSize);
     });
-    download->SetFileName(target.PartPath());
+    download->SetFileName(target.Part().fileName());
     Network::UseProxiesOfEnvironment();
     const Fetched fetched = Fetch(*download, call.IsQuiet());
     Check(fetched, network, target, call, download->GetUrl());
     const qint64 size = target.PartSize();
-    const QString md5 = call.Has("md5") ? call.Text("md5").toLower() : target.PartMd5();
+    if (!target.Part().open(QIODevice::ReadOnly))
+        Fail(target.Part().errorString());
+    const QString md5 = call.Has("md5") ? call.Text("md5").toLower()
+                                        : tools::string::converter::ToMD5(target.Part());
     EndIfInterrupted(QString("'%1' was not written").arg(target.Path()));
     target.Deliver();
 
@@ -200,9 +205,9 @@ const Command downloadCommand = {
       "File to write. It is created or replaced only when the download is complete and "
       "verified. Standard output (-), pipes and devices receive the bytes only then, too; with "
       "'-', no result is printed."}},
-    Options{{"size", "N", "Expected size in bytes."},
-            {"md5", "HEX", "Expected MD5 digest."},
-            {"sha256", "HEX", "Expected SHA-256 digest."}} +
+    Options{{"size", "Expected size in bytes.", "N"},
+            {"md5", "Expected MD5 digest.", "HEX"},
+            {"sha256", "Expected SHA-256 digest.", "HEX"}} +
         NetworkOptions() + Options{jsonOption},
     &Download,
 };

@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "command.h"
 #include "filejob.h"
 
 #include <common/shell/filecopier.h>
@@ -9,7 +9,9 @@
 #include <QFileInfo>
 #include <QHash>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include <fts.h>
 #include <utility>
@@ -21,14 +23,18 @@ namespace {
 // What jobs leave out below their trees.
 struct LeftOut
 {
-    int hidden = 0;
-    int unreadable = 0;
-    int notUtf8 = 0;
+    const char* key;
+    const char* one;
+    const char* many;
+    int count = 0;
 };
 
-LeftOut FindLeftOut(const QStringList& trees)
+QList<LeftOut> FindLeftOut(const QStringList& trees)
 {
-    LeftOut found;
+    LeftOut hidden = {"hidden", "hidden entry", "hidden entries"};
+    LeftOut unreadable = {"unreadable", "unreadable folder", "unreadable folders"};
+    LeftOut notUtf8 = {"notUtf8", "name not in UTF-8", "names not in UTF-8"};
+    LeftOut empty = {"empty", "empty folder", "empty folders"};
     for (const QString& tree : trees) {
         QByteArray root = QFile::encodeName(QFileInfo(tree).absoluteFilePath());
         char* const roots[] = {root.data(), nullptr};
@@ -36,19 +42,22 @@ LeftOut FindLeftOut(const QStringList& trees)
         while (FTSENT* entry = walk ? fts_read(walk) : nullptr) {
             const QByteArray name = entry->fts_name;
             const bool isHidden = entry->fts_level > 0 && name.startsWith('.');
-            const bool isNotUtf8 = !isHidden && QString::fromUtf8(name).toUtf8() != name;
-            if (isHidden || isNotUtf8)
-                fts_set(walk, entry, FTS_SKIP);
-            if (entry->fts_info == FTS_DP)
+            const bool isLeftOut = isHidden || QString::fromUtf8(name).toUtf8() != name;
+            entry->fts_parent->fts_number = 1; // it holds something
+            if (entry->fts_info == FTS_DP) {
+                empty.count += entry->fts_number == 0 && !isLeftOut;
                 continue; // seen on the way down
-            found.hidden += isHidden;
-            found.notUtf8 += isNotUtf8;
-            found.unreadable += !isHidden && !isNotUtf8 && entry->fts_info == FTS_DNR;
+            }
+            if (isLeftOut) {
+                ++(isHidden ? hidden : notUtf8).count;
+                fts_set(walk, entry, FTS_SKIP);
+            } else
+                unreadable.count += entry->fts_info == FTS_DNR;
         }
         if (walk)
             fts_close(walk);
     }
-    return found;
+    return {hidden, unreadable, notUtf8, empty};
 }
 
 // Tells how a job ended.
@@ -59,23 +68,16 @@ void Tell(Call& call, const JobState& state, const QString& done, const QStringL
                                : Counted(state.current, "item", "items");
     QStringList summary = {howFar + ' ' + done};
     EndIfInterrupted(summary.first());
-    const LeftOut leftOut = FindLeftOut(trees);
-    if (leftOut.hidden > 0)
-        summary << Counted(leftOut.hidden, "hidden entry", "hidden entries");
-    if (leftOut.unreadable > 0)
-        summary << Counted(leftOut.unreadable, "unreadable folder", "unreadable folders");
-    if (leftOut.notUtf8 > 0)
-        summary << Counted(leftOut.notUtf8, "name not in UTF-8", "names not in UTF-8");
-    const QString text = summary.join(", ") + (summary.size() > 1 ? " left out" : "");
-    if (state.error != 0) {
-        const QString reason = call.Log().LastFailure("LogReason");
-        Fail(QString("%1 (%2%3)")
-                 .arg(call.Log().FirstFailure(), reason.isEmpty() ? "" : reason + "; ", text));
+    QJsonObject leftOut;
+    for (const LeftOut& kind : FindLeftOut(trees)) {
+        leftOut.insert(kind.key, kind.count);
+        if (kind.count > 0)
+            summary << Counted(kind.count, kind.one, kind.many);
     }
-    call.Summarise(text, {{done, state.current},
-                          {"leftOut", QJsonObject{{"hidden", leftOut.hidden},
-                                                  {"unreadable", leftOut.unreadable},
-                                                  {"notUtf8", leftOut.notUtf8}}}});
+    const QString text = summary.join(", ") + (summary.size() > 1 ? " left out" : "");
+    if (state.error != 0)
+        Fail(text);
+    call.Summarise(text, {{done, state.current}, {"leftOut", leftOut}});
 }
 
 QString DestinationOf(const QString& source, const QString& destination, bool isOnly)
@@ -116,7 +118,10 @@ int Copy(Call& call)
     Progress progress(Progress::Bytes, call.IsQuiet());
     QObject::connect(&copier, &common::FileCopier::bytesProgress, &copier,
                      [&](qint64 done, qint64 total) { progress.Update(done, total); });
-    Tell(call, RunJob(copier, &common::FileCopier::Copy), "copied", trees);
+    const JobState state = RunJob(copier, &common::FileCopier::Copy);
+    if (state.error != 0)
+        call.Complain(call.Log().TakeFirstFailure());
+    Tell(call, state, "copied", trees);
     return Success;
 }
 
@@ -133,40 +138,54 @@ void Confirm(const QStringList& trees)
         QString("Remove '%1' and everything in it? [y/N] ").arg(Escaped(trees.join("', '")));
     fputs(text.toUtf8().constData(), stderr);
     QByteArray answer;
-    Input().TakeLine(answer);
+    ReadLine(answer);
     answer = answer.trimmed().toLower();
     if (answer != "y" && answer != "yes")
         Fail("nothing removed: not confirmed (--yes removes without asking)");
 }
 
+// Whether the path is that of a tree; fails for what must not be removed.
+bool IsRemovableTree(const QString& path)
+{
+    const QFileInfo info(path);
+    if (!info.exists() && !info.isSymLink())
+        Fail(QString("cannot remove '%1': it does not exist").arg(path));
+    if (!info.isDir() || info.isSymLink())
+        return false;
+    const QString last = path.section('/', -1, -1, QString::SectionSkipEmpty);
+    if (last == "." || last == "..")
+        Fail(QString("cannot remove '%1': its name is '%2'").arg(path, last));
+    if (HoldsCurrentDirectory(path))
+        Fail(QString("cannot remove '%1': it holds the current directory").arg(path));
+    return true;
+}
+
 int Remove(Call& call)
 {
-    common::FileRemover remover;
-    QStringList trees;
     QStringList paths = call.Positionals();
     paths.removeDuplicates();
-    for (const QString& path : std::as_const(paths)) {
-        const QFileInfo info(path);
-        if (!info.exists() && !info.isSymLink())
-            Fail(QString("cannot remove '%1': it does not exist").arg(path));
-        if (!info.isDir() || info.isSymLink()) {
-            remover.AddFile(path);
-            continue;
-        }
-        const QString last = path.section('/', -1, -1, QString::SectionSkipEmpty);
-        if (last == "." || last == "..")
-            Fail(QString("cannot remove '%1': its name is '%2'").arg(path, last));
-        if (HoldsCurrentDirectory(path))
-            Fail(QString("cannot remove '%1': it holds the current directory").arg(path));
-        remover.AddDirectory(path);
-        trees << path;
-    }
+    QStringList trees;
+    std::copy_if(paths.cbegin(), paths.cend(), std::back_inserter(trees), IsRemovableTree);
     if (!call.Has("yes") && !trees.isEmpty())
         Confirm(trees);
     Progress progress(Progress::Items, call.IsQuiet());
-    QObject::connect(&remover, &common::FileRemover::progress, &remover,
-                     [&](int done, int total) { progress.Update(done, total); });
-    Tell(call, RunJob(remover, &common::FileRemover::Remove), "removed", trees);
+    JobState sum;
+    for (const QString& path : qAsConst(paths)) { // a job for each: one that fails ends no other
+        common::FileRemover remover;
+        QObject::connect(&remover, &common::FileRemover::progress, &remover,
+                         [&](int done, int total) {
+                             progress.Update(sum.current + done, paths.size() == 1 ? total : -1);
+                         });
+        if (trees.contains(path))
+            remover.AddDirectory(path);
+        else
+            remover.AddFile(path);
+        const JobState state = RunJob(remover, &common::FileRemover::Remove);
+        sum = {sum.current + state.current, sum.total + state.total, sum.error | state.error};
+        if (state.error != 0)
+            call.Complain(call.Log().TakeFirstFailure());
+    }
+    Tell(call, sum, "removed", trees);
     return Success;
 }
 
@@ -176,9 +195,9 @@ const Command copyCommand = {
     "copy",
     "Copy files, links and directory trees.",
     {{"SOURCE...",
-      "Files, links and trees. Links stay links and become relative. Empty directories are not "
-      "copied. Inside trees, hidden entries, unreadable directories and names that are not in "
-      "UTF-8 are left out."},
+      "Files, links and trees. Links stay links and become relative. Inside trees, "
+      "hidden entries, empty and unreadable directories, and names that are not in UTF-8 are left "
+      "out."},
      {"DESTINATION",
       "Directory to copy into, or the new name of a single source. Existing files are "
       "replaced."}},
@@ -192,8 +211,8 @@ const Command removeCommand = {
     {{"PATH...",
       "Files, links (never their targets) and trees. Inside trees, hidden entries and names that "
       "are not in UTF-8 are left alone; the directories that hold them stay, and the job fails. "
-      "Directories that come after the first of these may stay, too."}},
-    {{"yes", nullptr, "Remove trees without asking."}, jsonOption},
+      "Other directories of the same tree may stay, too."}},
+    {{"yes", "Remove trees without asking."}, jsonOption},
     &Remove,
 };
 

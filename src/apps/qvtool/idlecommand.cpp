@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "command.h"
 #include "console.h"
 
 #include <common/tools/idlewatcher.h>
@@ -59,9 +59,9 @@ int WatchIdle(Call& call)
 
 const Command idleCommand = {
     "idle",
-    "Print every second how long the user has been idle, and each change.",
+    "Print every second how long the user has been idle.",
     {},
-    {{"count", "COUNT", "Stop after COUNT readings; changes do not count."}, jsonOption},
+    {{"count", "Stop after COUNT readings; changes do not count.", "COUNT"}, jsonOption},
     &WatchIdle,
 };
 

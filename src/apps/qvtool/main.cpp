@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "command.h"
 #include "console.h"
 
 #include <QCoreApplication>
@@ -14,25 +14,47 @@
 
 namespace qvtool {
 
-const std::vector<const Command*>& Commands()
-{
-    static const std::vector<const Command*> commands = {
-        &downloadCommand, &getCommand,     &postCommand,    &copyCommand,    &removeCommand,
-        &parseCommand,    &encryptCommand, &decryptCommand, &compareCommand, &deviceIdCommand,
-        &revealCommand,   &idleCommand,    &demoCommand,    &helpCommand};
-    return commands;
-}
+namespace {
+
+int Help(Call& call);
+
+const Command helpCommand = {
+    "help",
+    "Describe a command, or list all commands.",
+    {{"[COMMAND]", "Command to describe; without it, all are listed."}},
+    {},
+    &Help,
+};
+
+const Command* const commands[] = {
+    &downloadCommand, &getCommand,     &postCommand,    &copyCommand,    &removeCommand,
+    &parseCommand,    &encryptCommand, &decryptCommand, &compareCommand, &deviceIdCommand,
+    &revealCommand,   &idleCommand,    &demoCommand,    &helpCommand};
 
 const Command* FindCommand(const QString& name)
 {
-    for (const Command* command : Commands()) {
+    for (const Command* command : commands) {
         if (name == command->name)
             return command;
     }
     return nullptr;
 }
 
-namespace {
+int Help(Call& call)
+{
+    const QString name = call.Positional(0);
+    if (const Command* command = FindCommand(name))
+        return Execute(*command, {"--help"});
+    if (!name.isEmpty())
+        Reject(QString("there is no command '%1'").arg(name));
+    QString text = "Usage: qvtool COMMAND [ARGUMENT...]\n"
+                   "The library libqvcommon on the command line.\n\nCommands:\n";
+    for (const Command* command : commands)
+        text += QString("  %1").arg(command->name, -12) + command->summary + '\n';
+    text += "\nMore:\n  'qvtool help COMMAND' tells more; 'qvtool --version' the version.\n";
+    Print((text + ExitCodes("  3 and 4 the answer of parse and compare,\n")).toUtf8());
+    return Success;
+}
 
 // The library's log arrives here once --log has given it a level.
 void WriteToStandardError(QtMsgType, const QMessageLogContext& context, const QString& text)

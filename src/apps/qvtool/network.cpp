@@ -96,13 +96,13 @@ Fetched Fetch(IFileDownload& download, bool quiet)
 const Options& NetworkOptions()
 {
     static const Options options = {
-        {"insecure", nullptr, "Do not verify the server's certificate."},
-        {"tries", "N",
+        {"insecure", "Do not verify the server's certificate."},
+        {"tries",
          "Number of attempts (default: 1). A download is tried again after any failure, get and "
          "post only after a network problem.",
-         "1"},
-        {"timeout", "SECONDS",
-         "Give up when the server is silent for so long (default: 30); 0 for no limit.", "30"},
+         "N", "1"},
+        {"timeout", "Give up when the server is silent for so long (default: 30); 0 for no limit.",
+         "SECONDS", "30"},
     };
     return options;
 }

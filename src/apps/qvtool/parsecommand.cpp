@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "command.h"
 #include "console.h"
 
 #include <common/contact/numbercontext.h>
@@ -84,8 +84,9 @@ int Parse(Call& call)
     bool areAddresses = true;
     for (const QString& text : given)
         areAddresses = Show(call, text) && areAddresses;
-    Input input;
-    for (QByteArray line; given.isEmpty() && input.TakeLine(line);) {
+    if (given.isEmpty())
+        call.AskFor("one address a line");
+    for (QByteArray line; given.isEmpty() && ReadLine(line); line.clear()) {
         const QByteArray text = WithoutLineEnd(line);
         areAddresses = Show(call, QString::fromUtf8(text.constData(), text.size())) // zeros, too
                        && areAddresses;
@@ -97,14 +98,14 @@ int Parse(Call& call)
 
 const Command parseCommand = {
     "parse",
-    "Split and classify SIP addresses, Skype names and telephone numbers.",
+    "Classify SIP addresses, Skype names and telephone numbers.",
     {{"[TEXT...]",
       "What a user would type or paste; without arguments, each line of standard input. Invalid "
       "UTF-8 is replaced. Put '--' before a text that begins with '-'. In the result, the check "
       "code is about the text as given, the fields are about its normalised form."}},
     {jsonOption},
     &Parse,
-    "3 a text is not an address, ",
+    "  3 a text is not an address,\n",
 };
 
 } // namespace qvtool

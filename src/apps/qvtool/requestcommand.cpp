@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "command.h"
 #include "network.h"
 
 #include <common/http/httprequestdatamap.h>
@@ -71,7 +71,10 @@ void SetParts(IHttpRequest& request, const Call& call)
 void SetJson(IHttpRequest& request, const Call& call)
 {
     const QString path = call.Text("json");
-    const QByteArray text = path == "-" ? Input().TakeAll() : ReadFile(path);
+    const bool isInput = path == "-";
+    if (isInput)
+        call.AskFor("the JSON");
+    const QByteArray text = isInput ? ReadInput() : ReadFile(path);
     QJsonParseError problem = {};
     QJsonDocument::fromJson(text, &problem);
     if (problem.error != QJsonParseError::NoError)
@@ -138,8 +141,8 @@ int Post(Call& call)
 
 const Options requestOptions =
     NetworkOptions() +
-    Options{{"interval", "SECONDS", "Pause between attempts (default: 20).", "20"},
-            {"header", "NAME=VALUE", "Send a header; may be repeated with other names."}};
+    Options{{"interval", "Pause between attempts (default: 20).", "SECONDS", "20"},
+            {"header", "Send a header; may be repeated with other names.", "NAME=VALUE"}};
 
 } // namespace
 
@@ -148,7 +151,7 @@ const Command getCommand = {
     "Send a GET request and print the reply.",
     {urlArgument},
     Options{
-        {"form", "NAME=VALUE", "Add a parameter to the query; may be repeated with other names."}} +
+        {"form", "Add a parameter to the query; may be repeated with other names.", "NAME=VALUE"}} +
         requestOptions,
     &Get,
 };
@@ -158,11 +161,11 @@ const Command postCommand = {
     "Send a POST request and print the reply.",
     {urlArgument},
     Options{
-        {"json", "FILE",
-         "Send FILE, or standard input (-), as JSON. It is checked, but not changed."},
-        {"form", "NAME=VALUE", "Send a URL-encoded form field; may be repeated with other names."},
-        {"part", "NAME=VALUE", "Send a form field as part of a multipart body; may be repeated."},
-        {"file", "NAME=PATH", "Send a file as part of a multipart body; may be repeated."}} +
+        {"json", "Send FILE, or standard input (-), as JSON. It is checked, but not changed.",
+         "FILE"},
+        {"form", "Send a URL-encoded form field; may be repeated with other names.", "NAME=VALUE"},
+        {"part", "Send a form field as part of a multipart body; may be repeated.", "NAME=VALUE"},
+        {"file", "Send a file as part of a multipart body; may be repeated.", "NAME=PATH"}} +
         requestOptions,
     &Post,
 };

@@ -57,4 +57,10 @@ QString ToolLogger::LastFailure(const char* function) const
     return failures_.value(function);
 }
 
+QString ToolLogger::TakeFirstFailure()
+{
+    const QMutexLocker lock(&mutex_);
+    return failures_.take({});
+}
+
 } // namespace qvtool

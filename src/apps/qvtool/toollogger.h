@@ -30,8 +30,8 @@ public:
 
     /** The text of the latest failure or warning of a function of that name, without its prefix. */
     QString LastFailure(const char* function) const;
-    /** The text of the first failure of all, without its prefix: a job's most specific one. */
-    QString FirstFailure() const { return LastFailure(nullptr); }
+    /** The text of the first failure since it was asked for: a job's most specific one. */
+    QString TakeFirstFailure();
 
     Q_DISABLE_COPY_MOVE(ToolLogger)
 

@@ -1,6 +1,6 @@
 // Commands that run to their end at once.
 
-#include "commands.h"
+#include "command.h"
 #include "console.h"
 
 #include <common/shell/linux/devinfo.h>
@@ -77,16 +77,17 @@ const Command compareCommand = {
      {"SECOND", "Version to compare it with."}},
     {jsonOption},
     &Compare,
-    "3 FIRST is less than SECOND, 4 it is greater, ",
+    "  3 FIRST is less than SECOND, 4 it is greater,\n",
 };
 
 const Command deviceIdCommand = {
     "device-id",
     "Print an identity of this machine.",
     {},
-    {{"salt", "TEXT",
+    {{"salt",
       "Print an identity derived from it and TEXT instead. Identities with different texts "
-      "cannot be linked to each other."},
+      "cannot be linked to each other.",
+      "TEXT"},
      jsonOption},
     &ShowDeviceId,
 };
