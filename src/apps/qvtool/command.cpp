@@ -138,27 +138,20 @@ QString Call::Digest(const QString& option, int digits) const
     return value;
 }
 
-QList<QPair<QString, QString>> Call::Pairs(const QString& option) const
+QList<QPair<QString, QString>> Call::Pairs(const QString& option,
+                                           std::optional<Qt::CaseSensitivity> unique) const
 {
     QList<QPair<QString, QString>> pairs;
+    QStringList names;
     for (const QString& text : parser_.values(option)) {
         const int at = text.indexOf('=');
+        const QString name = text.left(at);
         if (at <= 0)
             Reject(QString("--%1 takes NAME=VALUE, not '%2'").arg(option, text));
-        pairs << qMakePair(text.left(at), text.mid(at + 1));
-    }
-    return pairs;
-}
-
-QList<QPair<QString, QString>> Call::UniquePairs(const QString& option,
-                                                 Qt::CaseSensitivity sensitivity) const
-{
-    const auto pairs = Pairs(option);
-    QStringList names;
-    for (const auto& pair : pairs) {
-        if (names.contains(pair.first, sensitivity))
-            Reject(QString("--%1 is given twice for '%2'").arg(option, pair.first));
-        names << pair.first;
+        if (unique && names.contains(name, *unique))
+            Reject(QString("--%1 is given twice for '%2'").arg(option, name));
+        names << name;
+        pairs << qMakePair(name, text.mid(at + 1));
     }
     return pairs;
 }

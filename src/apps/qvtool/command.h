@@ -9,6 +9,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <optional>
 #include <vector>
 
 namespace qvtool {
@@ -77,11 +78,9 @@ public:
     qint64 Number(const QString& option, qint64 minimum, qint64 maximum = 2147483) const;
     /** So many hexadecimal digits, or empty if the option was not given. */
     QString Digest(const QString& option, int digits) const;
-    /** Every use of the option, split at the first "=". */
-    QList<QPair<QString, QString>> Pairs(const QString& option) const;
-    /** The same; no name may come twice. */
-    QList<QPair<QString, QString>> UniquePairs(const QString& option,
-                                               Qt::CaseSensitivity sensitivity) const;
+    /** Every use of the option, split at the first "="; where names are unique, none comes twice. */
+    QList<QPair<QString, QString>> Pairs(const QString& option,
+                                         std::optional<Qt::CaseSensitivity> unique = {}) const;
     /** The first argument as an absolute http or https address. */
     QUrl HttpUrl() const;
 

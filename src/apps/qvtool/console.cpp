@@ -85,11 +85,10 @@ QString Escaped(const QString& text)
 {
     QString result;
     for (const QChar c : text) {
-        if (c.category() == QChar::Other_Control || c.category() == QChar::Other_Format ||
-            c.category() == QChar::Separator_Line || c.category() == QChar::Separator_Paragraph)
-            result += QString("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
-        else
+        if (c.isPrint() || c.isSurrogate())
             result += c;
+        else
+            result += QString("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
     }
     return result;
 }
@@ -200,7 +199,8 @@ void Progress::Update(qint64 done, qint64 total)
     if (done < done_)
         sinceStart_.start();
     done_ = done;
-    if (!shown_ || (done != total && sinceDrawn_.elapsed() < drawPeriod))
+    const bool endsBar = done == total && barIsShown; // what takes no time shows no bar
+    if (!shown_ || (!endsBar && sinceDrawn_.elapsed() < drawPeriod))
         return;
     sinceDrawn_.start();
     QStringList parts;

@@ -1,12 +1,10 @@
 #include "command.h"
-#include "filejob.h"
+#include "job.h"
 #include "network.h"
 
 #include <common/contact/contactcontext.h>
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
-#include <common/shell/filecopier.h>
-#include <common/shell/fileremover.h>
 #include <common/tools/jsonfile/jsonfile.h>
 #include <common/tools/string/converter.h>
 #include <loopback/samples.h>
@@ -29,7 +27,7 @@ namespace {
 class Demo
 {
 public:
-    explicit Demo(Call& call) : call_(call), logPath_(call.Text("log-file")) {}
+    explicit Demo(Call& call) : call_(call) {}
 
     void Run()
     {
@@ -53,10 +51,8 @@ public:
         if (!directory_.isValid() || !server_.Listen())
             Fail(QString("cannot start: %1 %2")
                      .arg(directory_.errorString(), server_.errorString()));
-        if (logPath_.isEmpty() && !call_.Has("log-config")) {
-            logPath_ = Path("demo.log");
-            call_.Log().WriteToFile(logPath_, common::logger::IMessage::DEBUG);
-        }
+        if (!call_.Has("log-file") && !call_.Has("log-config"))
+            call_.Log().WriteToFile(Path("demo.log"), common::logger::IMessage::DEBUG);
         QElapsedTimer clock;
         clock.start();
         int number = 0;
@@ -163,11 +159,11 @@ private:
         download->SetExpectedMD5(md5);
         download->SetRetryCount(2);
         server_.DamageNextFile();
-        const Fetched fetched = Fetch(*download, call_.IsQuiet());
+        const Outcome outcome = qvtool::Run(*download, call_.IsQuiet());
         Say("the first try: " + call_.Log().LastFailure("CheckDownload"));
         Say(QString("the second one: %1 bytes, MD5 %2, as announced")
-                .arg(QString::number(fetched.received), md5));
-        return fetched.error == 0 && server_.Hits("/file") == 2;
+                .arg(QString::number(outcome.done), md5));
+        return outcome.error == 0 && server_.Hits("/file") == 2;
     }
 
     bool CopyAndRemove()
@@ -179,15 +175,15 @@ private:
             return false;
         common::FileCopier copier;
         copier.AddDirectory(source.path(), copy.path());
-        const JobState copied = RunJob(copier, &common::FileCopier::Copy);
+        const Outcome copied = qvtool::Run(copier, call_.IsQuiet());
         const QString target = QFileInfo(copy.filePath("seven")).symLinkTarget();
         Say(QString("%1 of %2 items copied; the absolute link leads to %3")
-                .arg(QString::number(copied.current), QString::number(copied.total), target));
+                .arg(QString::number(copied.done), QString::number(copied.total), target));
         common::FileRemover remover;
         remover.AddDirectory(source.path());
         remover.AddDirectory(copy.path());
-        const JobState removed = RunJob(remover, &common::FileRemover::Remove);
-        Say(QString("%1 of %2 items removed").arg(removed.current).arg(removed.total));
+        const Outcome removed = qvtool::Run(remover, call_.IsQuiet());
+        Say(QString("%1 of %2 items removed").arg(removed.done).arg(removed.total));
         return target == copy.filePath("folder 0/file 7") && !source.exists() && !copy.exists();
     }
 
@@ -221,9 +217,10 @@ private:
 
     bool ShowLog()
     {
-        if (logPath_.isEmpty())
+        if (call_.Has("log-config"))
             return true; // it is where the property file says
-        const QList<QByteArray> lines = ReadFile(logPath_).trimmed().split('\n');
+        const QString path = call_.Has("log-file") ? call_.Text("log-file") : Path("demo.log");
+        const QList<QByteArray> lines = ReadFile(path).trimmed().split('\n');
         Say(QString("%1 lines, the last ones:").arg(lines.size()));
         for (const QByteArray& line : lines.mid(std::max<qsizetype>(0, lines.size() - 3)))
             Say(QString::fromUtf8(line));
@@ -231,7 +228,6 @@ private:
     }
 
     Call& call_;
-    QString logPath_;
     loopback::SampleServer server_;
     Network network_;
     QTemporaryDir directory_;

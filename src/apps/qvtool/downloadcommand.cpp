@@ -1,4 +1,5 @@
 #include "command.h"
+#include "job.h"
 #include "network.h"
 
 #include <common/tools/string/converter.h>
@@ -133,20 +134,20 @@ void Configure(IFileDownload& download, Call& call)
 }
 
 // Fails unless there is a usable file.
-void Check(const Fetched& fetched, const Network& network, const Target& target, Call& call,
+void Check(const Outcome& outcome, const Network& network, const Target& target, Call& call,
            const QUrl& url)
 {
     const QString address = url.toDisplayString() + ": ";
     EndIfInterrupted(address + QString("'%1' was not written").arg(target.Path()));
-    if (fetched.error != 0 && fetched.error != verificationError)
-        Fail(address + network.Reason(fetched.message, url));
-    if (target.PartSize() < fetched.received)
+    if (outcome.error != 0 && outcome.error != verificationError)
+        Fail(address + network.Reason(outcome.message, url));
+    if (target.PartSize() < outcome.done)
         Fail(QString("only %1 of %2 bytes could be written, is the disk full?")
                  .arg(target.PartSize())
-                 .arg(fetched.received));
-    if (fetched.error != 0)
+                 .arg(outcome.done));
+    if (outcome.error != 0)
         Fail(QString("%1%2 (%3)")
-                 .arg(address, fetched.message, call.Log().LastFailure("CheckDownload")));
+                 .arg(address, outcome.message, call.Log().LastFailure("CheckDownload")));
     if (network.Head().status != httpOk)
         Fail(address + "the server sent no file, but status " + network.Head().StatusLine());
 }
@@ -170,8 +171,8 @@ int Download(Call& call)
     });
     download->SetFileName(target.Part().fileName());
     Network::UseProxiesOfEnvironment();
-    const Fetched fetched = Fetch(*download, call.IsQuiet());
-    Check(fetched, network, target, call, download->GetUrl());
+    const Outcome outcome = Run(*download, call.IsQuiet());
+    Check(outcome, network, target, call, download->GetUrl());
     const qint64 size = target.PartSize();
     if (!target.Part().open(QIODevice::ReadOnly))
         Fail(target.Part().errorString());
@@ -208,7 +209,7 @@ const Command downloadCommand = {
     Options{{"size", "Expected size in bytes.", "N"},
             {"md5", "Expected MD5 digest.", "HEX"},
             {"sha256", "Expected SHA-256 digest.", "HEX"}} +
-        NetworkOptions() + Options{jsonOption},
+        networkOptions + Options{jsonOption},
     &Download,
 };
 

@@ -1,8 +1,6 @@
 #include "command.h"
-#include "filejob.h"
-
-#include <common/shell/filecopier.h>
-#include <common/shell/fileremover.h>
+#include "console.h"
+#include "job.h"
 
 #include <QDir>
 #include <QFile>
@@ -61,11 +59,11 @@ QList<LeftOut> FindLeftOut(const QStringList& trees)
 }
 
 // Tells how a job ended.
-void Tell(Call& call, const JobState& state, const QString& done, const QStringList& trees)
+void Tell(Call& call, const Outcome& state, const QString& done, const QStringList& trees)
 {
-    const QString howFar = state.current < state.total
-                               ? QString("%1 of %2 items").arg(state.current).arg(state.total)
-                               : Counted(state.current, "item", "items");
+    const QString howFar = state.done < state.total
+                               ? QString("%1 of %2 items").arg(state.done).arg(state.total)
+                               : Counted(state.done, "item", "items");
     QStringList summary = {howFar + ' ' + done};
     EndIfInterrupted(summary.first());
     QJsonObject leftOut;
@@ -77,7 +75,7 @@ void Tell(Call& call, const JobState& state, const QString& done, const QStringL
     const QString text = summary.join(", ") + (summary.size() > 1 ? " left out" : "");
     if (state.error != 0)
         Fail(text);
-    call.Summarise(text, {{done, state.current}, {"leftOut", leftOut}});
+    call.Summarise(text, {{done, state.done}, {"leftOut", leftOut}});
 }
 
 QString DestinationOf(const QString& source, const QString& destination, bool isOnly)
@@ -115,10 +113,7 @@ int Copy(Call& call)
             trees << source;
         }
     }
-    Progress progress(Progress::Bytes, call.IsQuiet());
-    QObject::connect(&copier, &common::FileCopier::bytesProgress, &copier,
-                     [&](qint64 done, qint64 total) { progress.Update(done, total); });
-    const JobState state = RunJob(copier, &common::FileCopier::Copy);
+    const Outcome state = Run(copier, call.IsQuiet());
     if (state.error != 0)
         call.Complain(call.Log().TakeFirstFailure());
     Tell(call, state, "copied", trees);
@@ -168,20 +163,15 @@ int Remove(Call& call)
     std::copy_if(paths.cbegin(), paths.cend(), std::back_inserter(trees), IsRemovableTree);
     if (!call.Has("yes") && !trees.isEmpty())
         Confirm(trees);
-    Progress progress(Progress::Items, call.IsQuiet());
-    JobState sum;
+    Outcome sum;
     for (const QString& path : qAsConst(paths)) { // a job for each: one that fails ends no other
         common::FileRemover remover;
-        QObject::connect(&remover, &common::FileRemover::progress, &remover,
-                         [&](int done, int total) {
-                             progress.Update(sum.current + done, paths.size() == 1 ? total : -1);
-                         });
         if (trees.contains(path))
             remover.AddDirectory(path);
         else
             remover.AddFile(path);
-        const JobState state = RunJob(remover, &common::FileRemover::Remove);
-        sum = {sum.current + state.current, sum.total + state.total, sum.error | state.error};
+        const Outcome state = Run(remover, call.IsQuiet());
+        sum = {sum.done + state.done, sum.total + state.total, sum.error | state.error, {}};
         if (state.error != 0)
             call.Complain(call.Log().TakeFirstFailure());
     }

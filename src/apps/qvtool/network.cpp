@@ -4,7 +4,6 @@
 
 namespace qvtool {
 
-using common::http::IFileDownload;
 using common::http::IHttpRequest;
 
 namespace {
@@ -69,42 +68,6 @@ Answer Ask(IHttpRequest& request, IHttpRequest::HTTPRequestMethod method, const 
         end({}, reason.isEmpty() ? log.LastFailure("SendRequest") : reason);
     });
     return answer;
-}
-
-Fetched Fetch(IFileDownload& download, bool quiet)
-{
-    Progress progress(Progress::Bytes, quiet);
-    Fetched fetched;
-    QEventLoop loop;
-    QObject::connect(&download, &IFileDownload::progress, &loop,
-                     [&](qint64 received, qint64 total) {
-                         fetched.received = received;
-                         progress.Update(received, total);
-                     });
-    QObject::connect(&download, &IFileDownload::complete, &loop, &QEventLoop::quit);
-    QObject::connect(&download, &IFileDownload::failed, &loop,
-                     [&](int code, const QString& message) {
-                         fetched.error = code;
-                         fetched.message = message;
-                         loop.quit();
-                     });
-    Await(loop, [&] { download.Start(); });
-    download.Abort();
-    return fetched;
-}
-
-const Options& NetworkOptions()
-{
-    static const Options options = {
-        {"insecure", "Do not verify the server's certificate."},
-        {"tries",
-         "Number of attempts (default: 1). A download is tried again after any failure, get and "
-         "post only after a network problem.",
-         "N", "1"},
-        {"timeout", "Give up when the server is silent for so long (default: 30); 0 for no limit.",
-         "SECONDS", "30"},
-    };
-    return options;
 }
 
 } // namespace qvtool

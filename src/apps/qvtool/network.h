@@ -3,7 +3,6 @@
 #include "command.h"
 #include "console.h"
 
-#include <common/http/filedownload.h>
 #include <common/http/httprequest.h>
 
 #include <QNetworkAccessManager>
@@ -56,21 +55,18 @@ Answer Ask(common::http::IHttpRequest& request,
            common::http::IHttpRequest::HTTPRequestMethod method, const Network& network,
            const ToolLogger& log);
 
-/** How a download ended: with error 0, if it is complete. */
-struct Fetched
-{
-    qint64 received = 0;
-    int error = 0;
-    QString message;
-};
-
-/** Starts the download and waits for its end, or for a signal; with a bar, unless it is to be quiet. */
-Fetched Fetch(common::http::IFileDownload& download, bool quiet);
-
 /** What download, get and post have in common. */
 constexpr Argument urlArgument = {
     "URL", "Address that begins with http:// or https://. The environment variables http_proxy, "
            "https_proxy and no_proxy are respected."};
-const Options& NetworkOptions();
+inline const Options networkOptions = {
+    {"insecure", "Do not verify the server's certificate."},
+    {"tries",
+     "Number of attempts (default: 1). A download is tried again after any failure, get and post "
+     "only after a network problem.",
+     "N", "1"},
+    {"timeout", "Give up when the server is silent for so long (default: 30); 0 for no limit.",
+     "SECONDS", "30"},
+};
 
 } // namespace qvtool

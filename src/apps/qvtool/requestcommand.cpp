@@ -32,7 +32,7 @@ private:
 void SetHeaders(IHttpRequest& request, const Call& call)
 {
     static const QRegularExpression token("\\A[!#$%&'*+.^_`|~0-9A-Za-z-]+\\z");
-    for (const auto& [name, value] : call.UniquePairs("header", Qt::CaseInsensitive)) {
+    for (const auto& [name, value] : call.Pairs("header", Qt::CaseInsensitive)) {
         if (!token.match(name).hasMatch() || value.contains('\n') || value.contains('\r'))
             Reject(QString("'%1' is not a valid header").arg(name));
         request.SetRawHeader(name, value);
@@ -42,7 +42,7 @@ void SetHeaders(IHttpRequest& request, const Call& call)
 void SetForm(IHttpRequest& request, const Call& call)
 {
     const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
-    for (const auto& [name, value] : call.UniquePairs("form", Qt::CaseSensitive))
+    for (const auto& [name, value] : call.Pairs("form", Qt::CaseSensitive))
         form->SetParam(name, value);
     if (call.Has("form"))
         request.SetData(form);
@@ -140,7 +140,7 @@ int Post(Call& call)
 }
 
 const Options requestOptions =
-    NetworkOptions() +
+    networkOptions +
     Options{{"interval", "Pause between attempts (default: 20).", "SECONDS", "20"},
             {"header", "Send a header; may be repeated with other names.", "NAME=VALUE"}};
 
