@@ -3,6 +3,24 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+# After a build of one target, say by "./qv demo", the installation would stop half-way.
+foreach(target qvcommon qvcommon_idle qvtool)
+    if(TARGET ${target})
+        list(APPEND parts "$<TARGET_FILE:${target}>")
+    endif()
+endforeach()
+set(manual "${PROJECT_BINARY_DIR}/manual")
+if(TARGET qvtool AND NOT CMAKE_CROSSCOMPILING) # the tool itself is asked for its manual
+    list(APPEND parts "${manual}/man1/qvtool.1.gz")
+endif()
+install(CODE "
+    set(parts \"${parts}\")
+    foreach(part IN LISTS parts)
+        if(NOT EXISTS \"\${part}\")
+            message(FATAL_ERROR \"'\${part}' is not built yet: first run cmake --build '${PROJECT_BINARY_DIR}'\")
+        endif()
+    endforeach()" ALL_COMPONENTS)
+
 set(cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/${QVCOMMON_NAME}")
 
 install(TARGETS qvcommon EXPORT ${QVCOMMON_NAME}Targets
@@ -59,8 +77,7 @@ if(TARGET qvtool)
     set(QVCOMMON_ZSH_COMPLETIONS_DIR "${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions" CACHE STRING
         "Where the completion of qvtool for zsh is installed")
     mark_as_advanced(QVCOMMON_ZSH_COMPLETIONS_DIR)
-    if(NOT CMAKE_CROSSCOMPILING) # the tool itself is asked
-        set(manual "${PROJECT_BINARY_DIR}/manual")
+    if(NOT CMAKE_CROSSCOMPILING)
         add_custom_command(OUTPUT "${manual}/man1/qvtool.1.gz"
             COMMAND "${PROJECT_SOURCE_DIR}/cmake/write_manual.sh" $<TARGET_FILE:qvtool> "${manual}"
             DEPENDS qvtool cmake/write_manual.sh
