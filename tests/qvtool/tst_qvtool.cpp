@@ -89,8 +89,10 @@ private Q_SLOTS:
 
     void init()
     {
-        tree_.emplace(QStringList{"old=precious", "key=key", "tree/f=1", "tree/a/g=2",
-                                  "tree/a/l->g", "kept/f=1", "kept/.hidden=2", "fifo|"});
+        directory_ = std::make_unique<QTemporaryDir>();
+        QVERIFY(QDir::setCurrent(directory_->path()));
+        MakeTree(".", {"old=precious", "key=key", "tree/f=1", "tree/a/g=2", "tree/a/l->g",
+                       "tree/empty/", "kept/f=1", "kept/.hidden=2", "fifo|"});
     }
 
     void commands_data()
@@ -123,7 +125,7 @@ private Q_SLOTS:
             {"remove --yes \"$PWD\"", 1, "", "it holds the current directory"},
             {"remove --yes tree/a/../", 1, "", "cannot remove 'tree/a/../': its name is '..'"},
             {"remove tree", 1, "", "nothing removed: not confirmed", "no\n"},
-            {"remove --yes kept fifo tree", 1, "", "7 of 8 items removed, 1 hidden entry left out"},
+            {"remove --yes kept fifo tree", 1, "", "8 of 9 items removed, 1 hidden entry left out"},
             {"parse --json skype:X", 0, ".*\"kind\":3,.*\"number\":\"skype: x@skype.com\".*\n"},
             {"parse", 3, ".*kind +2 \\(SIP address\\)\n.*\n\n.*user +a\\\\x1b\n.*", "",
              "<sip:a@b.c>\na\033"},
@@ -147,8 +149,6 @@ private Q_SLOTS:
                                      QRegularExpression::DotMatchesEverythingOption);
         QVERIFY2(out.match(out_).hasMatch(), out_.constData());
         QVERIFY2(error_.contains(row.error) && !error_.contains("word"), error_.constData());
-        QVERIFY2(row.code == 0 || *row.error == 0 || error_.count("qvtool ") <= 2,
-                 error_.constData());
         QVERIFY(OldIsAllThereIs());
     }
 
@@ -164,13 +164,11 @@ private Q_SLOTS:
         QCOMPARE(Run("post URL/ok --part t=x --file f=old"), 0);
         QVERIFY(server_.Requests().last().body.contains("\r\n\r\nprecious\r\n"));
 
-        qputenv("http_proxy", server_.Url({}).authority().toUtf8());
+        const QString proxy = "export http_proxy=" + server_.Url({}).authority() + "; ";
         server_.Script("http://service.test/ok", {Reply::Ok("by proxy")});
-        QCOMPARE(Run("get http://service.test/ok") == 0 ? out_ : error_, QByteArray("by proxy"));
-        qputenv("NO_PROXY", "*");
-        QCOMPARE(Run("get http://service.test/ok"), 1); // nobody knows that host
-        qunsetenv("http_proxy");
-        qunsetenv("NO_PROXY");
+        QCOMPARE(Run("get http://service.test/ok", {}, proxy), 0);
+        QCOMPARE(out_, QByteArray("by proxy"));
+        QCOMPARE(Run("get http://service.test/ok", {}, proxy + "export NO_PROXY='*'; "), 1);
     }
 
     void downloadReplacesAFileOnceItIsVerified()
@@ -193,13 +191,8 @@ private Q_SLOTS:
 
     void copyAndRemove()
     {
-        QVERIFY(QDir().mkpath("tree/shut") && QFile::setPermissions("tree/shut", {}));
-        const bool isRoot = QFileInfo("tree/shut").isReadable();
         QCOMPARE(Run("copy tree old kept copies"), 0);
-        QCOMPARE(
-            out_,
-            QByteArray(isRoot ? "5 items copied, 1 hidden entry, 1 empty folder left out\n"
-                              : "5 items copied, 1 hidden entry, 1 unreadable folder left out\n"));
+        QCOMPARE(out_, QByteArray("5 items copied, 1 hidden entry, 1 empty folder left out\n"));
         QCOMPARE(error_, QByteArray()); // no progress in a pipe
         QCOMPARE(Run("copy tree/a/l copies/link --json"), 0);
         QVERIFY(out_.startsWith("{\"copied\":1,"));
@@ -227,7 +220,7 @@ private Q_SLOTS:
         const Case& row = CurrentCase<Case>();
         const bool copies = QString(row.name).startsWith("copy");
         QStringList files;
-        for (int i = 0; i < 700 && copies; ++i)
+        for (int i = 0; i < 700; ++i)
             files << QString("many/%1=%1").arg(i);
         MakeTree(".", files);
         const int hits = server_.Requests().size();
@@ -237,21 +230,19 @@ private Q_SLOTS:
                QDir("few").isEmpty() && !deadline.hasExpired())
             copies ? QThread::msleep(1) : QTest::qWait(1);
         ::kill(static_cast<pid_t>(process_.processId()), row.code - 128);
-        QTRY_COMPARE(process_.state(), QProcess::NotRunning);
         QCOMPARE(End(), row.code);
         QVERIFY2(error_.contains("interrupted: ") && error_.contains(row.error),
                  error_.right(200).constData());
         QVERIFY(OldIsAllThereIs() && QFile::exists("tree/f"));
         const int copied = DescribeTree("few").size();
-        QVERIFY(copied < 700 && copies == (copied > 0));
-        QVERIFY(!copies || error_.contains(" " + QByteArray::number(copied) + " of "));
+        const QByteArray howFar = " " + QByteArray::number(copied) + " of ";
+        QVERIFY(!copies || (copied > 0 && copied < 700 && error_.contains(howFar)));
     }
 
     void idle()
     {
-        RunOnXServer();
-        QCOMPARE(Run("idle --count 2"), 0);
-        qputenv("DISPLAY", ":none");
+        const XServer server;
+        QCOMPARE(Run("idle --count 2", {}, "DISPLAY=" + server.Display() + " "), 0);
         QVERIFY2(QRegularExpression("\\A(X11: \\d+ s\n){2}\\z").match(out_).hasMatch(),
                  out_.constData());
     }
