@@ -35,10 +35,9 @@ private:
         arguments.replace("SECRET", secret.toString()).replace("URL", server_.Url({}).toString());
         process_.setReadChannel(QProcess::StandardError);
         process_.start("sh", {"-c", before + "exec " QVTOOL_PATH " " + arguments});
-        QVERIFY(process_.waitForStarted());
     }
 
-    // The exit code; of a crash the signal, below 0. The event loop goes on meanwhile, for the server.
+    // The exit code; of a crash the signal. The event loop goes on meanwhile, for the server.
     int End()
     {
         process_.closeWriteChannel();
@@ -46,8 +45,7 @@ private:
             qFatal("qvtool hangs");
         out_ = process_.readAllStandardOutput();
         error_ = process_.readAllStandardError();
-        return process_.exitStatus() == QProcess::CrashExit ? -process_.exitCode()
-                                                            : process_.exitCode();
+        return process_.exitCode();
     }
 
     int Run(const QString& arguments, const QByteArray& input = {}, const QString& before = {})
@@ -118,8 +116,7 @@ private Q_SLOTS:
             {"download SECRET/cut old", 1, "", "/cut: "},
             {"download URL/ok - --size 4", 0, "body"},
             {"download URL/ok /dev/stdout | cat", 0, "body"},
-            {"download URL/ok /dev/null --json", 0,
-             "\\{\"file\":\"/dev/null\",\"md5\":.*\"size\":4\\}\n"},
+            {"download URL/ok /dev/null --json", 0, "\\{\"file\":.*\"md5\":.*\"size\":4\\}\n"},
             {"download URL/ok fifo --quiet & cat fifo; wait $! && test -p fifo", 0, "body"},
             {"copy old ./old new/", 1, "", "has the same destination"},
             {"remove --yes \"$PWD\"", 1, "", "it holds the current directory"},
@@ -154,15 +151,16 @@ private Q_SLOTS:
 
     void getAndPost()
     {
+        const auto sent = [&] {
+            return server_.Requests().last();
+        };
         QCOMPARE(Run("get URL/ok --form q=a=b --header X-A=1"), 0);
-        QCOMPARE(server_.Requests().last().target, QByteArray("/ok?q=a%3Db"));
-        QCOMPARE(server_.Requests().last().Header("X-A"), QByteArray("1"));
+        QCOMPARE(sent().target + sent().Header("X-A"), QByteArray("/ok?q=a%3Db1"));
         const QByteArray json = " {\"b\": 9007199254740993}\n";
         QCOMPARE(Run("post URL/ok --json -", json), 0);
-        QCOMPARE(server_.Requests().last().body, json);
-        QCOMPARE(server_.Requests().last().Header("Content-Type"), QByteArray("application/json"));
+        QCOMPARE(sent().Header("Content-Type") + sent().body, "application/json" + json);
         QCOMPARE(Run("post URL/ok --part t=x --file f=old"), 0);
-        QVERIFY(server_.Requests().last().body.contains("\r\n\r\nprecious\r\n"));
+        QVERIFY(sent().body.contains("\r\n\r\nprecious\r\n"));
 
         const QString proxy = "export http_proxy=" + server_.Url({}).authority() + "; ";
         server_.Script("http://service.test/ok", {Reply::Ok("by proxy")});
@@ -178,8 +176,7 @@ private Q_SLOTS:
         QVERIFY(QFile::link("old", "link"));
         QCOMPARE(Run("download URL/chunks link"), 0);
         QVERIFY(error_.contains("the server announced no size"));
-        QVERIFY(QFileInfo("link").isSymLink());
-        QVERIFY(!(QFileInfo("old").permissions() & QFile::ReadGroup));
+        QVERIFY(QFileInfo("link").isSymLink() && !(QFile::permissions("old") & QFile::ReadGroup));
         QCOMPARE(ContentOf("old"), QByteArray("body"));
         QCOMPARE(Run("download --quiet URL/ok new/" + longName), 0);
         QCOMPARE(ContentOf("new/" + longName) + out_ + error_, QByteArray("body"));
@@ -192,10 +189,9 @@ private Q_SLOTS:
     void copyAndRemove()
     {
         QCOMPARE(Run("copy tree old kept copies"), 0);
-        QCOMPARE(out_, QByteArray("5 items copied, 1 hidden entry, 1 empty folder left out\n"));
-        QCOMPARE(error_, QByteArray()); // no progress in a pipe
-        QCOMPARE(Run("copy tree/a/l copies/link --json"), 0);
-        QVERIFY(out_.startsWith("{\"copied\":1,"));
+        QCOMPARE(out_ + error_, // no progress in a pipe
+                 QByteArray("5 items copied, 1 hidden entry, 1 empty folder left out\n"));
+        QVERIFY(Run("copy tree/a/l copies/link --json") == 0 && out_.startsWith("{\"copied\":1,"));
         const QStringList copied = {"kept/",   "kept/f=1",   "link->g",     "old=precious", "tree/",
                                     "tree/a/", "tree/a/g=2", "tree/a/l->g", "tree/f=1"};
         QCOMPARE(DescribeTree("copies"), copied);
@@ -225,9 +221,8 @@ private Q_SLOTS:
         MakeTree(".", files);
         const int hits = server_.Requests().size();
         Start(row.name);
-        const QDeadlineTimer deadline(30000);
         while (server_.Requests().size() == hits && process_.bytesAvailable() == 0 &&
-               QDir("few").isEmpty() && !deadline.hasExpired())
+               QDir("few").isEmpty())
             copies ? QThread::msleep(1) : QTest::qWait(1);
         ::kill(static_cast<pid_t>(process_.processId()), row.code - 128);
         QCOMPARE(End(), row.code);
@@ -243,8 +238,7 @@ private Q_SLOTS:
     {
         const XServer server;
         QCOMPARE(Run("idle --count 2", {}, "DISPLAY=" + server.Display() + " "), 0);
-        QVERIFY2(QRegularExpression("\\A(X11: \\d+ s\n){2}\\z").match(out_).hasMatch(),
-                 out_.constData());
+        QCOMPARE(QString(out_).remove(QRegularExpression("\\d+ s")), QString("X11: \nX11: \n"));
     }
 };
 

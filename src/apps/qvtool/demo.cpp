@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace qvtool {
 
@@ -31,12 +32,7 @@ public:
 
     void Run()
     {
-        struct Step
-        {
-            const char* title;
-            bool (Demo::*run)();
-        };
-        const Step steps[] = {
+        const std::pair<const char*, bool (Demo::*)()> steps[] = {
             {"GET with form parameters", &Demo::GetWithForm},
             {"POST of a JSON object", &Demo::PostJson},
             {"POST of a multipart form with a file", &Demo::PostMultiPart},
@@ -56,9 +52,9 @@ public:
         QElapsedTimer clock;
         clock.start();
         int number = 0;
-        for (const Step& step : steps) {
-            Headline(QString("%1. %2").arg(++number).arg(step.title));
-            const bool passed = (this->*step.run)();
+        for (const auto& [title, step] : steps) {
+            Headline(QString("%1. %2").arg(++number).arg(title));
+            const bool passed = (this->*step)();
             EndIfInterrupted("the demo did not run to its end");
             if (!passed)
                 Fail(QString("step %1 failed").arg(number));

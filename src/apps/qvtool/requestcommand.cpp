@@ -16,7 +16,7 @@ using namespace common::http;
 
 namespace {
 
-// JSON as its author wrote it: numbers that only he can read stay what they are.
+// JSON as it was written: numbers that Qt cannot hold stay what they are.
 class JsonText : public IHttpRequestSimpleData
 {
 public:
@@ -83,23 +83,39 @@ void SetJson(IHttpRequest& request, const Call& call)
     request.SetData(QSharedPointer<JsonText>::create(text));
 }
 
-void Configure(IHttpRequest& request, const Call& call)
+void FollowRedirects(IHttpRequest& request, const Call&)
 {
-    request.SetUrl(call.HttpUrl());
-    request.SetAttemptCountOnNetworkProblem(int(call.Number("tries", 1)));
-    request.SetAttemptIntervalOnNetworkProblem(int(call.Number("interval", 0)));
-    request.SetTimeout(int(call.Number("timeout", 0)));
-    request.SetPeerVerification(!call.Has("insecure"));
-    SetHeaders(request, call);
-    SetForm(request, call);
+    request.SetRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
 }
 
-int Send(Call& call, Network& network, IHttpRequest& request,
-         IHttpRequest::HTTPRequestMethod method)
+void SetBody(IHttpRequest& request, const Call& call)
 {
-    const QString address = request.GetUrl().toDisplayString() + ": ";
+    const bool isMultiPart = call.Has("part") || call.Has("file");
+    if (call.Has("json") + call.Has("form") + isMultiPart > 1)
+        Reject("--json, --form, and --part or --file exclude each other");
+    if (isMultiPart)
+        SetParts(request, call);
+    if (call.Has("json"))
+        SetJson(request, call);
+}
+
+int Send(Call& call, IHttpRequest::HTTPRequestMethod method,
+         void (*configure)(IHttpRequest&, const Call&))
+{
+    Network network;
+    const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network, nullptr));
+    request->SetUrl(call.HttpUrl());
+    request->SetAttemptCountOnNetworkProblem(int(call.Number("tries", 1)));
+    request->SetAttemptIntervalOnNetworkProblem(int(call.Number("interval", 0)));
+    request->SetTimeout(int(call.Number("timeout", 0)));
+    request->SetPeerVerification(!call.Has("insecure"));
+    SetHeaders(*request, call);
+    SetForm(*request, call);
+    configure(*request, call);
+
+    const QString address = request->GetUrl().toDisplayString() + ": ";
     Network::UseProxiesOfEnvironment();
-    const Answer answer = Ask(request, method, network, call.Log());
+    const Answer answer = Ask(*request, method, network, call.Log());
     EndIfInterrupted(address + "no reply was received");
     if (!answer.problem.isEmpty()) {
         for (const QString& line : QString::fromUtf8(answer.body).split('\n', Qt::SkipEmptyParts))
@@ -117,26 +133,12 @@ int Send(Call& call, Network& network, IHttpRequest& request,
 
 int Get(Call& call)
 {
-    Network network;
-    const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network, nullptr));
-    request->SetRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
-    Configure(*request, call);
-    return Send(call, network, *request, IHttpRequest::GET);
+    return Send(call, IHttpRequest::GET, FollowRedirects);
 }
 
 int Post(Call& call)
 {
-    Network network;
-    const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network, nullptr));
-    Configure(*request, call);
-    const bool isMultiPart = call.Has("part") || call.Has("file");
-    if (call.Has("json") + call.Has("form") + isMultiPart > 1)
-        Reject("--json, --form, and --part or --file exclude each other");
-    if (isMultiPart)
-        SetParts(*request, call);
-    if (call.Has("json"))
-        SetJson(*request, call);
-    return Send(call, network, *request, IHttpRequest::POST);
+    return Send(call, IHttpRequest::POST, SetBody);
 }
 
 const Options requestOptions =
