@@ -182,8 +182,8 @@ private Q_SLOTS:
         QCOMPARE(ContentOf("new/" + longName) + out_ + error_, QByteArray("body"));
 
         QCOMPARE(Run("download URL/large link", {}, "ulimit -f 1; "), 1);
-        QVERIFY2(error_.contains("bytes could be written, is the disk full?"), error_.constData());
-        QCOMPARE(ContentOf("old"), QByteArray("body"));
+        QVERIFY(error_.contains("could be written, is the disk full?") &&
+                ContentOf("old") == "body");
     }
 
     void copyAndRemove()

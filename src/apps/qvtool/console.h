@@ -44,9 +44,9 @@ void PrintLine(const QString& text);
 /** A line of text from elsewhere to standard error, escaped, in the place of the progress bar. */
 void PrintError(const QString& text);
 
-/** Has SIGINT, SIGTERM and SIGHUP handled like that, unless they are ignored; a second one, as usual. */
+/** Has SIGINT, SIGTERM and SIGHUP handled once, unless they are ignored; the next one ends the process. */
 void HandleSignals(void (*handler)(int));
-/** From now on they end what waits here, for what must tidy up; a second one, the process. */
+/** Has them end what waits here, which can then tidy up and tell how far it came. */
 void CatchSignals();
 
 /** Runs @p start and the event loop until that quits, or a signal comes. */

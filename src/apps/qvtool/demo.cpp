@@ -231,6 +231,7 @@ private:
 
 int RunDemo(Call& call)
 {
+    CatchSignals(); // what the demo makes goes with it
     Demo(call).Run();
     return Success;
 }

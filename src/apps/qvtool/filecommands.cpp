@@ -59,13 +59,16 @@ QList<LeftOut> FindLeftOut(const QStringList& trees)
 }
 
 // Tells how a job ended.
-void Tell(Call& call, const Outcome& state, const QString& done, const QStringList& trees)
+void Tell(Call& call, const Outcome& outcome, const QStringList& failures, const QString& done,
+          const QStringList& trees)
 {
-    const QString howFar = state.done < state.total
-                               ? QString("%1 of %2 items").arg(state.done).arg(state.total)
-                               : Counted(state.done, "item", "items");
+    const QString howFar = outcome.done < outcome.total
+                               ? QString("%1 of %2 items").arg(outcome.done).arg(outcome.total)
+                               : Counted(outcome.done, "item", "items");
     QStringList summary = {howFar + ' ' + done};
     EndIfInterrupted(summary.first());
+    for (const QString& failure : failures)
+        call.Complain(failure);
     QJsonObject leftOut;
     for (const LeftOut& kind : FindLeftOut(trees)) {
         leftOut.insert(kind.key, kind.count);
@@ -73,9 +76,9 @@ void Tell(Call& call, const Outcome& state, const QString& done, const QStringLi
             summary << Counted(kind.count, kind.one, kind.many);
     }
     const QString text = summary.join(", ") + (summary.size() > 1 ? " left out" : "");
-    if (state.error != 0)
+    if (!failures.isEmpty())
         Fail(text);
-    call.Summarise(text, {{done, state.done}, {"leftOut", leftOut}});
+    call.Summarise(text, {{done, outcome.done}, {"leftOut", leftOut}});
 }
 
 QString DestinationOf(const QString& source, const QString& destination, bool isOnly)
@@ -113,10 +116,11 @@ int Copy(Call& call)
             trees << source;
         }
     }
-    const Outcome state = Run(copier, call.IsQuiet());
-    if (state.error != 0)
-        call.Complain(call.Log().TakeFirstFailure());
-    Tell(call, state, "copied", trees);
+    const Outcome outcome = Run(copier, call.IsQuiet());
+    QStringList failures;
+    if (outcome.error != 0)
+        failures << call.Log().TakeFirstFailure();
+    Tell(call, outcome, failures, "copied", trees);
     return Success;
 }
 
@@ -164,18 +168,20 @@ int Remove(Call& call)
     if (!call.Has("yes") && !trees.isEmpty())
         Confirm(trees);
     Outcome sum;
+    QStringList failures;
     for (const QString& path : qAsConst(paths)) { // a job for each: one that fails ends no other
         common::FileRemover remover;
         if (trees.contains(path))
             remover.AddDirectory(path);
         else
             remover.AddFile(path);
-        const Outcome state = Run(remover, call.IsQuiet());
-        sum = {sum.done + state.done, sum.total + state.total, sum.error | state.error, {}};
-        if (state.error != 0)
-            call.Complain(call.Log().TakeFirstFailure());
+        const Outcome outcome = Run(remover, call.IsQuiet());
+        sum.done += outcome.done;
+        sum.total += outcome.total;
+        if (outcome.error != 0)
+            failures << call.Log().TakeFirstFailure();
     }
-    Tell(call, sum, "removed", trees);
+    Tell(call, sum, failures, "removed", trees);
     return Success;
 }
 
@@ -185,9 +191,8 @@ const Command copyCommand = {
     "copy",
     "Copy files, links and directory trees.",
     {{"SOURCE...",
-      "Files, links and trees. Links stay links and become relative. Inside trees, "
-      "hidden entries, empty and unreadable directories, and names that are not in UTF-8 are left "
-      "out."},
+      "Files, links and trees. Links stay links and become relative. Inside trees, hidden entries, "
+      "empty and unreadable directories, and names that are not in UTF-8 are left out."},
      {"DESTINATION",
       "Directory to copy into, or the new name of a single source. Existing files are "
       "replaced."}},
