@@ -30,9 +30,8 @@ class TestQvtool : public QObject
 private:
     void Start(QString arguments, const QString& before = {})
     {
-        QUrl secret = server_.Url({});
-        secret.setUserInfo("user:word");
-        arguments.replace("SECRET", secret.toString()).replace("URL", server_.Url({}).toString());
+        const QString host = server_.Url({}).authority();
+        arguments.replace("SECRET", "http://user:word@" + host).replace("URL", "http://" + host);
         process_.setReadChannel(QProcess::StandardError);
         process_.start("sh", {"-c", before + "exec " QVTOOL_PATH " " + arguments});
     }
@@ -80,9 +79,7 @@ private Q_SLOTS:
         server_.Script("/gone", {Reply::Status(410, "Gone\033[2J", "a\033page\n")});
         server_.Script("/large", {Reply::Ok(QByteArray(100000, 'x'))});
         server_.Script("/drip", {Drip(QByteArray(1000, 'x'), 1, 20)});
-        Reply moved = Reply::Status(302, "Found", "page");
-        moved.headers << qMakePair(QByteArray("Location"), QByteArray("/ok"));
-        server_.Script("/moved", {moved});
+        server_.Script("/moved", {Reply{302, "Found", {{"Location", "/ok"}}, "page"}});
     }
 
     void init()
@@ -99,6 +96,7 @@ private Q_SLOTS:
             {"help get", 0, "Usage: qvtool get .*--header <NAME=VALUE> .*128 plus the number.*"},
             {"encrypt secret", 2, "", "1 argument too many"},
             {"get --log-file none/log URL/ok", 2, "", "log': No such file or directory"},
+            {"get --log-config none URL/ok", 2, "", "'none' is not a property file"},
             {"get --form a=1 --form a=2 URL/ok", 2, "", "--form is given twice for 'a'"},
             {"get SECRET/missing", 1, "", "/missing: 404 Not Found"},
             {"get URL/gone", 1, "", "a\\x1bpage\nqvtool get: "},
@@ -128,6 +126,7 @@ private Q_SLOTS:
              "<sip:a@b.c>\na\033"},
             {"encrypt --key-file key", 0, "O3uX6IaI38D\\+oHmVP\\+JedQ==\n", "", "secret"},
             {"decrypt --key-file key", 0, "secret\n", "", "O3uX6IaI38D+oHmVP+JedQ=="},
+            {"decrypt --key-file key", 1, "", "the key is wrong", "P3uX6IaI38D+oHmVP+JedQ=="},
             {"encrypt <&-", 1, "", "cannot read standard input"},
             {"compare 1.9 1-10", 3, "1.9.0.0 < 1.10.0.0\n"},
             {"compare 2 1.9.9", 4, "2.0.0.0 > 1.9.9.0\n"},
