@@ -169,7 +169,8 @@ int Remove(Call& call)
         Confirm(trees);
     Outcome sum;
     QStringList failures;
-    for (const QString& path : qAsConst(paths)) { // a job for each: one that fails ends no other
+    for (const QString& path :
+         std::as_const(paths)) { // a job for each: one that fails ends no other
         common::FileRemover remover;
         if (trees.contains(path))
             remover.AddDirectory(path);

@@ -60,7 +60,9 @@ QString ToolLogger::LastFailure(const char* function) const
 QString ToolLogger::TakeFirstFailure()
 {
     const QMutexLocker lock(&mutex_);
-    return failures_.take({});
+    const QString reason = failures_.take("LogReason");
+    const QString failure = failures_.take({});
+    return reason.isEmpty() ? failure : QString("%1 (%2)").arg(failure, reason);
 }
 
 } // namespace qvtool

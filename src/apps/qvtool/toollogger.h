@@ -30,7 +30,10 @@ public:
 
     /** The text of the latest failure or warning of a function of that name, without its prefix. */
     QString LastFailure(const char* function) const;
-    /** The text of the first failure since it was asked for: a job's most specific one. */
+    /**
+     * The text of the first failure since it was asked for, a job's most specific one, with the
+     * system's reason if that was logged.
+     */
     QString TakeFirstFailure();
 
     Q_DISABLE_COPY_MOVE(ToolLogger)

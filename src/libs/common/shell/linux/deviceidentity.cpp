@@ -43,7 +43,7 @@ bool DeviceIdentity::Identify(int device, hd_driveid& identification) const
 
 QString DeviceIdentity::GetHHDSerialNumber()
 {
-    for (const QString& path : qAsConst(diskDevices_)) {
+    for (const QString& path : std::as_const(diskDevices_)) {
         const int device = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
         if (device < 0) {
             Keep(Priority::ERROR, QStringLiteral("Failed to open HDD device '%1'.").arg(path));
@@ -86,7 +86,7 @@ QString DeviceIdentity::GetCPUInfoHash()
 
 QString DeviceIdentity::GetDBUSMachineID()
 {
-    for (const QString& path : qAsConst(machineIDFiles_)) {
+    for (const QString& path : std::as_const(machineIDFiles_)) {
         QFile file(path);
         if (!file.open(QIODevice::ReadOnly)) {
             Keep(Priority::ERROR, QStringLiteral("Failed to open '%1'!").arg(path));
