@@ -200,7 +200,7 @@ private Q_SLOTS:
         for (const Reply& reply :
              {Reply::Dropped(), reset(Reply::Dropped()), Silent(), Cut(content, 0), Cut(content, 5),
               reset(Cut(content, 5)), reset(Cut(content, 9)), tooLong, WrongLength(content, 5),
-              With(Chunked(content), &Reply::cutAfter, 5),
+              With(Cut(content, 5), &Reply::chunked, true),
               With(tooLong, &Reply::ending, Reply::KeepAlive)}) {
             const auto download = NewDownload("broken");
             server_.Script("/broken", {reply});

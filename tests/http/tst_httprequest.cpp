@@ -98,7 +98,7 @@ private Q_SLOTS:
             {"103", {status(103, "Early")}, 3, {"error 399 "}, refused.arg("%1", early)},
             {"redirect is not followed", {status(302, "Found")}, 3, {"binary why", "text why"}},
             {"zero byte", {Reply::Ok(zero)}, 1, {raw(zero).first(), "text ab"}},
-            {"chunked", {Chunked("body")}, 1, body},
+            {"chunked", {With(Reply::Ok("body"), &Reply::chunked, true)}, 1, body},
             {"gzip", {Gzip(packed)}, 1, {"binary unpacked", "text unpacked"}},
             {"gzip damaged", {Gzip(damaged)}, 1, raw(damaged), damagedLine},
             {"GZIP is not recognised", {Gzip(packed, "GZIP")}, 1, raw(packed)},

@@ -73,7 +73,7 @@ private Q_SLOTS:
         for (const int signal : {SIGINT, SIGHUP})
             std::signal(signal, SIG_DFL); // a background job ignores it
         server_.Script("/ok", {Reply::Ok("body")});
-        server_.Script("/chunks", {Chunked("body")});
+        server_.Script("/chunks", {With(Reply::Ok("body"), &Reply::chunked, true)});
         server_.Script("/cut", {Cut("body and more", 4)});
         server_.Script("/empty", {Reply::Status(204, "No Content")});
         server_.Script("/gone", {Reply::Status(410, "Gone\033[2J", "a\033page\n")});

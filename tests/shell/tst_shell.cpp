@@ -108,6 +108,16 @@ private Q_SLOTS:
         QCOMPARE(scan({"*.txt"}), "A.TXT sub.txt/d.txt");
     }
 
+    void whatLinuxLacks()
+    {
+        const RecordingLogger log;
+        QVERIFY(!Shell::Is64BitSystem() &&
+                (Shell::DesktopPath() + Shell::StartMenuPath()).isEmpty());
+        QVERIFY(Shell::ProcessModules({}).isEmpty() && !Shell::ProcessExists({}));
+        QVERIFY(!Shell::ProcessKill({}) && !Shell::ProcessWait({}, 1));
+        QCOMPARE(log.Lines("2 common.shell").filter("() not implemented!").size(), 7);
+    }
+
     void tempPath()
     {
         const QRegularExpression form('^' + QRegularExpression::escape(QDir::tempPath()) +

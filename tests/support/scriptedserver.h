@@ -71,11 +71,6 @@ inline loopback::Reply Drip(const QByteArray& body, int pieceSize, int pause)
     return reply;
 }
 
-inline loopback::Reply Chunked(const QByteArray& body)
-{
-    return With(loopback::Reply::Ok(body), &loopback::Reply::chunked, true);
-}
-
 /** Ends the connection after so many bytes of the body. */
 inline loopback::Reply Cut(const QByteArray& body, qint64 after)
 {
