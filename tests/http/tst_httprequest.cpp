@@ -204,17 +204,17 @@ private Q_SLOTS:
         QVERIFY(!request.isRunning() && !request.Reply() && !request.Get());
         const QString url = "URL='" + request.GetUrl().toString() + "'";
         const QString failed = "3 http.request SendRequest: Failed to send request to " + url;
-        QCOMPARE(log.Lines(),
-                 QStringList(
-                     {"3 http.request SendGetRequest: Failed to send GET request to " + url +
-                          ". Invalid request parameters type",
-                      failed, "3 http.form.multipart MultiPart: Failed to append part to multipart",
-                      "3 http.request SendPostRequest: Failed to create multipart/form-data "
-                      "POST request to " +
-                          url + ".",
-                      failed, failed,
-                      "2 http.request SendRequest: Failed to  SendRequest(): HttpRequestManager is "
-                      "NULL!"}));
+        QCOMPARE(
+            log.Lines(),
+            QStringList({"3 http.request SendGetRequest: Failed to send GET request to " + url +
+                         ". Invalid request parameters type"})
+                << failed << "3 http.form.multipart MultiPart: Failed to append part to multipart"
+                << "3 http.request SendPostRequest: Failed to create multipart/form-data POST "
+                   "request to " +
+                       url + "."
+                << failed << failed
+                << "2 http.request SendRequest: Failed to  SendRequest(): HttpRequestManager is "
+                   "NULL!");
         QTest::qWait(quietPeriod);
         QCOMPARE(record.Signals(), QStringList());
     }
