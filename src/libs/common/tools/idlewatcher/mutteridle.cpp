@@ -36,10 +36,16 @@ MutterIdle::MutterIdle()
     connect(&probe_, &QLocalSocket::errorOccurred, this, &MutterIdle::GiveUp);
 }
 
+// Qt frees a call while it is in use, if its connection is closed at the wrong moment.
 MutterIdle::~MutterIdle()
 {
-    if (bus_.isConnected())
-        QDBusConnection::disconnectFromBus(busName_);
+    const auto close = [name = busName_] {
+        QDBusConnection::disconnectFromBus(name);
+    };
+    if (call_)
+        connect(call_, &QObject::destroyed, close);
+    else if (bus_.isConnected())
+        close();
 }
 
 void MutterIdle::Ask()
@@ -96,13 +102,13 @@ void MutterIdle::Call()
         QStringLiteral("/org/gnome/Mutter/IdleMonitor/Core"),
         QStringLiteral("org.gnome.Mutter.IdleMonitor"), QStringLiteral("GetIdletime"));
     question.setAutoStartService(false);
-    auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(question, patience), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, &MutterIdle::TakeReply);
+    call_ = new QDBusPendingCallWatcher(bus_.asyncCall(question, patience)); // may outlive this
+    connect(call_, &QDBusPendingCallWatcher::finished, this, &MutterIdle::TakeReply);
+    connect(call_, &QDBusPendingCallWatcher::finished, call_, &QObject::deleteLater);
 }
 
 void MutterIdle::TakeReply(QDBusPendingCallWatcher* watcher)
 {
-    watcher->deleteLater();
     const QDBusPendingReply<quint64> reply = *watcher;
     if (reply.isError() &&
         reply.error().type() != QDBusError::NoReply) // that one hangs, but is there

@@ -4,6 +4,7 @@
 
 #include <QDBusConnection>
 #include <QLocalSocket>
+#include <QPointer>
 
 class QDBusPendingCallWatcher;
 
@@ -33,6 +34,7 @@ private:
 
     QString busName_; // of the connection, in this process
     QDBusConnection bus_;
+    QPointer<QDBusPendingCallWatcher> call_; // the latest, until it is over
     QLocalSocket probe_;
     bool isAsking_ = false;
     quint64 answer_ = 0; // milliseconds
