@@ -6,6 +6,8 @@
 
 #include <QtTest>
 
+#include <thread>
+
 using namespace common::logger;
 
 namespace {
@@ -154,6 +156,23 @@ private Q_SLOTS:
         } logger;
         logger.SetLevel(IMessage::DEBUG);
         QVERIFY(Append(logger, IMessage::INFO).text.endsWith("(file: src/file(40))"));
+    }
+
+    // For the thread sanitizer.
+    void settingsMayChangeWhileThreadsLog()
+    {
+        Logger logger;
+        logger.SetLevel(IMessage::EMERG);
+        std::thread other([&logger] {
+            for (int i = 0; i < 1000; ++i)
+                Append(logger, IMessage::EMERG);
+        });
+        for (int i = 0; i < 1000; ++i) {
+            logger.SetLevel(i % 2 ? IMessage::EMERG : IMessage::ALERT);
+            logger.EnablePosition(i % 2);
+        }
+        other.join();
+        QVERIFY(logger.IsPositionEnabled());
     }
 };
 

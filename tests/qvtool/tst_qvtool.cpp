@@ -36,7 +36,7 @@ private:
         process_.start("sh", {"-c", before + "exec " QVTOOL_PATH " " + arguments});
     }
 
-    // The exit code; of a crash the signal. The event loop goes on meanwhile, for the server.
+    // The exit code; of a crash the signal, below 0. The event loop goes on meanwhile, for the server.
     int End()
     {
         process_.closeWriteChannel();
@@ -44,7 +44,8 @@ private:
             qFatal("qvtool hangs");
         out_ = process_.readAllStandardOutput();
         error_ = process_.readAllStandardError();
-        return process_.exitCode();
+        return process_.exitStatus() == QProcess::CrashExit ? -process_.exitCode()
+                                                            : process_.exitCode();
     }
 
     int Run(const QString& arguments, const QByteArray& input = {}, const QString& before = {})

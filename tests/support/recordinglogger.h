@@ -48,7 +48,11 @@ public:
     }
 
     /** The source file that logged last. */
-    QString File() const { return file_; }
+    QString File() const
+    {
+        const QMutexLocker lock(&mutex_);
+        return file_;
+    }
 
 private:
     common::logger::ILogger* previous_;
