@@ -100,10 +100,11 @@ private:
         constexpr int pieceSize = 64 * 1024;
         constexpr auto mode = QIODevice::WriteOnly | QIODevice::Unbuffered;
         QFile sink(path_);
-        directory_->remove(); // the open file can still be read
+        // The open file can still be read. As nothing is left behind, waiting for a reader may be
+        // ended at any time.
+        directory_->remove();
+        HandleSignals(SIG_DFL);
         part_.seek(0);
-        HandleSignals(
-            SIG_DFL); // so nothing is left behind: waiting for a reader may be ended any time
         if (!(isOutput_ ? sink.open(STDOUT_FILENO, mode) : sink.open(mode)))
             FailToWrite(sink.errorString());
         for (QByteArray piece; !(piece = part_.read(pieceSize)).isEmpty();) {
