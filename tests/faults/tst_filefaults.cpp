@@ -125,7 +125,7 @@ private Q_SLOTS:
                  {Fault::Fails, Fault::Shortened, Fault::DiskFull, Fault::DiskGone}) {
                 bool hadFault = true;
                 for (int call = 1; hadFault; ++call) {
-                    const CurrentTree tree(job.before);
+                    const CurrentTree current(job.before);
                     const Run run = RunWith(job, fault, call);
                     Judge(job, fault, run);
                     if (QTest::currentTestFailed())
@@ -139,7 +139,7 @@ private Q_SLOTS:
     // Many files are flushed together, but for those that replace others.
     void manyFiles()
     {
-        const CurrentTree tree({"copy/30=old"});
+        const CurrentTree current({"copy/30=old"});
         for (int i = 0; i < 70; ++i)
             MakeTree(".", {QString("source/%1=x").arg(i)});
         const Run run = RunWith(cases[1], Fault::Fails, never);
