@@ -2,11 +2,11 @@
 
 #include <common/logger/logger.h>
 
-#include <QMutex>
 #include <QRegularExpression>
 #include <QStringList>
 
 #include <functional>
+#include <mutex>
 #include <utility>
 
 /** Keeps every message; the current logger for as long as it lives. */
@@ -23,7 +23,7 @@ public:
                                  .arg(QString::number(message.Level()), message.Category()->name,
                                       message.Function()) +
                              QString(message.Text()).remove(identity);
-        QMutexLocker lock(&mutex_);
+        std::unique_lock lock(mutex_);
         lines_ << line;
         file_ = message.File();
         lock.unlock();
@@ -43,21 +43,21 @@ public:
      */
     QStringList Lines(const QString& part = {}) const
     {
-        const QMutexLocker lock(&mutex_);
+        const std::lock_guard lock(mutex_);
         return lines_.filter(part);
     }
 
     /** The source file that logged last. */
     QString File() const
     {
-        const QMutexLocker lock(&mutex_);
+        const std::lock_guard lock(mutex_);
         return file_;
     }
 
 private:
     common::logger::ILogger* previous_;
     std::function<void(const QString&)> listener_;
-    mutable QMutex mutex_;
+    mutable std::mutex mutex_; // which the thread sanitizer sees, unlike Qt's
     QStringList lines_;
     QString file_;
 };
