@@ -30,13 +30,12 @@ public:
     }
 
     void SetHanging(bool isHanging) { reader_.setEnabled(!isHanging); }
-    /** Tells its clients that the user is idle, or no longer so. */
+    /** Tells its clients, those that ask later too, that the user is idle, or no longer so. */
     void Tell(bool isIdle)
     {
-        const auto send =
-            isIdle ? ext_idle_notification_v1_send_idled : ext_idle_notification_v1_send_resumed;
+        tell_ = isIdle ? ext_idle_notification_v1_send_idled : ext_idle_notification_v1_send_resumed;
         for (wl_resource* notification : notifications_)
-            send(notification);
+            tell_(notification);
         wl_display_flush_clients(display_);
     }
 
@@ -61,6 +60,8 @@ private:
             static_cast<Compositor*>(wl_resource_get_user_data(gone))
                 ->notifications_.removeAll(gone);
         });
+        if (tell_)
+            tell_(notifications_.last());
     }
 
     static void BindNotifier(wl_client* client, void* compositor, uint32_t version, uint32_t id)
@@ -74,4 +75,5 @@ private:
     QSocketNotifier reader_{wl_event_loop_get_fd(wl_display_get_event_loop(display_)),
                             QSocketNotifier::Read};
     QList<wl_resource*> notifications_;
+    void (*tell_)(wl_resource*) = nullptr;
 };
