@@ -1,231 +1,131 @@
 #include "command.h"
-#include "job.h"
-#include "network.h"
+#include "console.h"
 
-#include <common/contact/contactcontext.h>
-#include <common/http/httprequestdatamap.h>
-#include <common/http/httprequestmultipartformdata.h>
-#include <common/tools/jsonfile/jsonfile.h>
-#include <common/tools/string/converter.h>
 #include <loopback/samples.h>
 
-#include <QDir>
+#include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 
-#include <algorithm>
-#include <memory>
-#include <utility>
+#include <csignal>
 
 namespace qvtool {
 
-using namespace common::http;
-
 namespace {
 
-// A transcript of the library at work against a server of its own. Each step checks what came out.
+constexpr int mostLines = 20; // of what a command prints
+constexpr int mostColumns = 92;
+
+struct Step
+{
+    const char* title;
+    const char* command; ///< for a shell, in a directory with a folder "tree"; $URL is the server
+    QByteArray expected; ///< in what it prints
+};
+
+QList<Step> Steps()
+{
+    return {
+        {"GET with form parameters", "qvtool get $URL/query --form 'name=Zoë & Co' --form line=2",
+         "line=2&name=Zo%C3%AB%20%26%20Co"},
+        {"POST of a JSON object",
+         "echo '{\"caller\": \"Zoë\", \"line\": 2}' | qvtool post $URL/echo --json -",
+         "{\"caller\": \"Zoë\", \"line\": 2}"},
+        {"POST of a multipart form with a file",
+         "qvtool post $URL/echo --part comment=hello --file file='tree/folder 0/file 7'",
+         "\r\n\r\na small file\n\r\n"},
+        {"A reply compressed with gzip", "qvtool get $URL/gzip", loopback::SampleText()},
+        {"A connection that breaks", "qvtool get $URL/flaky --tries 3 --interval 1",
+         "here at last"},
+        {"A verified download, damaged at the first try",
+         "qvtool download $URL/file new --md5 67999ad5d4044f7c0086ac4cb4f36d68 --tries 2",
+         "50331648 bytes"},
+        {"A tree copied, with a log", "qvtool copy tree copy --log-file log && tail -n 2 log",
+         "200 items copied"},
+        {"Trees removed", "qvtool remove tree copy --yes", "406 items removed"},
+        {"What people type becomes a number to dial",
+         "qvtool parse '\"Zoë\" <sip:zoe@Example.COM:5060;lr>'",
+         "number            zoe@example.com:5060"},
+        {"A secret encrypted, and decrypted again",
+         "echo sesame | qvtool encrypt | tee sealed && qvtool decrypt < sealed", "\nsesame\n"},
+    };
+}
+
+// A transcript of the other commands at work against a server of its own.
 class Demo
 {
 public:
-    explicit Demo(Call& call) : call_(call) {}
+    explicit Demo(const Call& call) : isQuiet_(call.IsQuiet()) {}
 
     void Run()
     {
-        const std::pair<const char*, bool (Demo::*)()> steps[] = {
-            {"GET with form parameters", &Demo::GetWithForm},
-            {"POST of a JSON object", &Demo::PostJson},
-            {"POST of a multipart form with a file", &Demo::PostMultiPart},
-            {"A reply compressed with gzip", &Demo::GetCompressed},
-            {"A connection that breaks", &Demo::SurviveDroppedConnection},
-            {"A verified download, damaged at the first try", &Demo::DownloadVerified},
-            {"A tree copied with its links, and removed again", &Demo::CopyAndRemove},
-            {"What people type becomes a number to dial", &Demo::ParseAddresses},
-            {"Settings in an encrypted JSON file", &Demo::KeepSettings},
-            {"All of this is in the log", &Demo::ShowLog},
-        };
-        if (!directory_.isValid() || !server_.Listen())
+        if (!directory_.isValid() || !server_.Listen() ||
+            !loopback::MakeSampleTree(directory_.filePath("tree"), 2, 100))
             Fail(QString("cannot start: %1 %2")
                      .arg(directory_.errorString(), server_.errorString()));
-        if (!call_.Has("log-file") && !call_.Has("log-config"))
-            call_.Log().WriteToFile(Path("demo.log"), common::logger::IMessage::DEBUG);
+        const QByteArray ownDirectory = QFile::encodeName(QCoreApplication::applicationDirPath());
+        qputenv("PATH", ownDirectory + ':' + qgetenv("PATH"));
+        qputenv("no_proxy", "*");
+        qputenv("URL", server_.Url({}).toEncoded());
+        server_.DamageNextFile();
         QElapsedTimer clock;
         clock.start();
+        Say("URL=" + server_.Url({}).toString() + '\n');
         int number = 0;
-        for (const auto& [title, step] : steps) {
-            Headline(QString("%1. %2").arg(++number).arg(title));
-            const bool passed = (this->*step)();
-            EndIfInterrupted("the demo did not run to its end");
-            if (!passed)
-                Fail(QString("step %1 failed").arg(number));
-            Say("ok\n");
+        for (const Step& step : Steps()) {
+            Say(QString("%1. %2\n   $ %3").arg(++number).arg(step.title, step.command));
+            const auto before = server_.Requests().size();
+            if (!RunCommand(step.command).contains(step.expected))
+                Fail(QString("step %1 failed: %2").arg(number).arg(step.command));
+            const auto requests = server_.Requests().size() - before;
+            Say(requests > 1 ? QString("   (at request %1)\n").arg(requests) : QString());
         }
-        Headline(QString("All %1 steps ended as they should, in %2 s.")
-                     .arg(number)
-                     .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
+        Say(QString("All %1 steps ended as they should, in %2 s.")
+                .arg(number)
+                .arg(double(clock.elapsed()) / 1000, 0, 'f', 1));
     }
 
 private:
-    QString Path(const QString& name) const { return directory_.filePath(name); }
-
-    void Headline(const QString& text) const
+    void Say(const QString& text) const
     {
-        if (!call_.IsQuiet())
+        if (!isQuiet_)
             PrintLine(text);
     }
 
-    void Say(const QString& text) const { Headline("   " + text); }
-
-    QByteArray Ask(const QString& path, IHttpRequest::HTTPRequestMethod method,
-                   const QSharedPointer<IHttpRequestData>& data = {})
+    // Returns its output, if it succeeds.
+    QByteArray RunCommand(const QString& command) const
     {
-        const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network_, nullptr));
-        request->SetUrl(server_.Url(path));
-        request->SetTimeout(5);
-        request->SetAttemptCountOnNetworkProblem(3);
-        request->SetAttemptIntervalOnNetworkProblem(1);
-        if (data)
-            request->SetData(data);
-        const Answer answer = qvtool::Ask(*request, method, network_, call_.Log());
-        if (!answer.problem.isEmpty())
-            Say("error: " + answer.problem);
-        return answer.body;
+        QProcess shell;
+        shell.setWorkingDirectory(directory_.path());
+        shell.setProcessChannelMode(isQuiet_ ? QProcess::SeparateChannels
+                                             : QProcess::ForwardedErrorChannel);
+        QEventLoop loop;
+        QObject::connect(&shell, &QProcess::stateChanged, &loop, [&](QProcess::ProcessState state) {
+            if (state == QProcess::NotRunning)
+                loop.quit();
+        });
+        Await(loop, [&] { shell.start("setsid", {"sh", "-c", command}); });
+        if (shell.state() != QProcess::NotRunning)
+            kill(-static_cast<pid_t>(shell.processId()), SIGKILL); // its pipelines, too
+        shell.waitForFinished();
+        EndIfInterrupted("the demo did not run to its end");
+        const QByteArray output = shell.readAllStandardOutput();
+        Show(output);
+        const bool isDone = shell.exitStatus() == QProcess::NormalExit && shell.exitCode() == 0;
+        return isDone ? output : QByteArray();
     }
 
-    bool GetWithForm()
+    void Show(const QByteArray& output) const
     {
-        const auto form = IHttpRequestDataMap::CreateUrlencodedDataMap();
-        form->SetParam("name", "Zoë & Co");
-        form->SetParam("line", "2");
-        const QByteArray body = Ask("/query", IHttpRequest::GET, form);
-        Say("the server got the query " + QString::fromUtf8(body));
-        return body == "line=2&name=Zo%C3%AB%20%26%20Co";
+        const QStringList lines = QString::fromUtf8(output).trimmed().split('\n');
+        for (const QString& line : lines.mid(0, mostLines))
+            Say("   " + Escaped(line.left(mostColumns).trimmed()) +
+                (line.size() > mostColumns ? "..." : ""));
     }
 
-    bool PostJson()
-    {
-        const QByteArray body =
-            Ask("/echo", IHttpRequest::POST,
-                IHttpRequestSimpleData::CreateJsonData({{"caller", "Zoë"}, {"line", 2}}));
-        Say("echoed: " + QString::fromUtf8(body));
-        return body == R"({"caller":"Zoë","line":2})";
-    }
-
-    bool PostMultiPart()
-    {
-        const QByteArray content = server_.File().left(100000);
-        QFile file(Path("photo.png"));
-        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-            return false;
-        file.close();
-        const auto parts = IHttpRequestMultiPartData::CreateMultiPartFormData();
-        parts->AddPart(IHttpRequestPartData::CreateTextPartFormData("comment", "from the demo"));
-        parts->AddPart(IHttpRequestPartData::CreateFilePartFormData("file", file.fileName()));
-        const QByteArray body = Ask("/echo", IHttpRequest::POST, parts);
-        Say(QString("echoed: %1 bytes, a text and a file of %2 bytes among them")
-                .arg(body.size())
-                .arg(content.size()));
-        return body.contains("\r\n\r\nfrom the demo\r\n") &&
-               body.contains("\r\n\r\n" + content + "\r\n");
-    }
-
-    bool GetCompressed()
-    {
-        const QByteArray body = Ask("/gzip", IHttpRequest::GET);
-        Say(QString("%1 bytes came over the wire, decoded %2")
-                .arg(network_.Head().announcedSize)
-                .arg(body.size()));
-        return body == loopback::SampleText() && network_.Head().coding == "gzip";
-    }
-
-    bool SurviveDroppedConnection()
-    {
-        const QByteArray body = Ask("/flaky", IHttpRequest::GET);
-        Say(QString("sent again after a second: \"%1\"").arg(QString::fromUtf8(body)));
-        return body == "here at last" && server_.Hits("/flaky") > 1;
-    }
-
-    bool DownloadVerified()
-    {
-        const QString md5 = tools::string::converter::ToMD5(server_.File());
-        const std::unique_ptr<IFileDownload> download(CreateFileDownload(&network_, nullptr));
-        download->SetUrl(server_.Url("/file"));
-        download->SetFileName(Path("downloads/update.bin"));
-        download->SetExpectedSize(server_.File().size());
-        download->SetExpectedMD5(md5);
-        download->SetRetryCount(2);
-        server_.DamageNextFile();
-        const Outcome outcome = qvtool::Run(*download, call_.IsQuiet());
-        Say("the first try: " + call_.Log().LastFailure("CheckDownload"));
-        Say(QString("the second one: %1 bytes, MD5 %2, as announced")
-                .arg(QString::number(outcome.done), md5));
-        return outcome.error == 0 && server_.Hits("/file") == 2;
-    }
-
-    bool CopyAndRemove()
-    {
-        const QDir source(Path("tree"));
-        const QDir copy(Path("copy"));
-        if (!loopback::MakeSampleTree(source.path(), 2, 100) ||
-            !QFile::link(source.filePath("folder 0/file 7"), source.filePath("seven")))
-            return false;
-        common::FileCopier copier;
-        copier.AddDirectory(source.path(), copy.path());
-        const Outcome copied = qvtool::Run(copier, call_.IsQuiet());
-        const QString target = QFileInfo(copy.filePath("seven")).symLinkTarget();
-        Say(QString("%1 of %2 items copied; the absolute link leads to %3")
-                .arg(QString::number(copied.done), QString::number(copied.total), target));
-        common::FileRemover remover;
-        remover.AddDirectory(source.path());
-        remover.AddDirectory(copy.path());
-        const Outcome removed = qvtool::Run(remover, call_.IsQuiet());
-        Say(QString("%1 of %2 items removed").arg(removed.done).arg(removed.total));
-        return target == copy.filePath("folder 0/file 7") && !source.exists() && !copy.exists();
-    }
-
-    bool ParseAddresses()
-    {
-        bool isRight = true;
-        for (const auto& [text, expected] : {
-                 std::pair{" +74955550123,,1 2 3# ", "1: 74955550123,123#"},
-                 std::pair{"\"Zoë\" <sip:zoe@Example.COM:5060;lr>", "2: zoe@example.com:5060"},
-                 std::pair{"skype:Echo123", "3: skype: echo123@skype.com"},
-             }) {
-            const auto contact = common::contact::CreateInstance(text, QString());
-            const QString result = QString("%1: %2").arg(contact->Type()).arg(contact->Number());
-            Say(QString("'%1' is of kind %2").arg(text, result));
-            isRight = isRight && result == expected;
-        }
-        return isRight;
-    }
-
-    bool KeepSettings()
-    {
-        const QString path = Path("config/settings.json");
-        const QJsonObject settings{{"ring", true}, {"volume", 0.8}};
-        tools::JsonFile loaded(path, "the key");
-        tools::JsonFile withoutKey(path);
-        if (!tools::JsonFile(path, settings, "the key").Save() || !loaded.Load())
-            return false;
-        Say(QString("%1 bytes, unreadable without the key").arg(QFile(path).size()));
-        return withoutKey.Load() && withoutKey.isNull() && loaded.object() == settings;
-    }
-
-    bool ShowLog()
-    {
-        if (call_.Has("log-config"))
-            return true; // it is where the property file says
-        const QString path = call_.Has("log-file") ? call_.Text("log-file") : Path("demo.log");
-        const QList<QByteArray> lines = ReadFile(path).trimmed().split('\n');
-        Say(QString("%1 lines, the last ones:").arg(lines.size()));
-        for (const QByteArray& line : lines.mid(std::max<qsizetype>(0, lines.size() - 3)))
-            Say(QString::fromUtf8(line));
-        return lines.size() > 3;
-    }
-
-    Call& call_;
+    bool isQuiet_;
     loopback::SampleServer server_;
-    Network network_;
     QTemporaryDir directory_;
 };
 
@@ -239,7 +139,7 @@ int RunDemo(Call& call)
 } // namespace
 
 const Command demoCommand = {
-    "demo", "Show the library at work; no network is needed.", {}, {}, &RunDemo,
+    "demo", "Show the other commands at work; no network is needed.", {}, {}, &RunDemo,
 };
 
 } // namespace qvtool

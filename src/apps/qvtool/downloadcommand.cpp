@@ -2,6 +2,7 @@
 #include "job.h"
 #include "network.h"
 
+#include <common/http/filedownload.h>
 #include <common/tools/string/converter.h>
 
 #include <QDir>
@@ -172,7 +173,10 @@ int Download(Call& call)
     });
     download->SetFileName(target.Part().fileName());
     Network::UseProxiesOfEnvironment();
-    const Outcome outcome = Run(*download, call.IsQuiet());
+    const Outcome outcome = Run(
+        *download, &IFileDownload::complete, &IFileDownload::progress,
+        Progress(Progress::Bytes, call.IsQuiet()), [&] { download->Start(); },
+        [&] { download->Abort(); });
     Check(outcome, network, target, call, download->GetUrl());
     const qint64 size = target.PartSize();
     if (!target.Part().open(QIODevice::ReadOnly))

@@ -1,6 +1,8 @@
 #include "command.h"
-#include "console.h"
 #include "job.h"
+
+#include <common/shell/filecopier.h>
+#include <common/shell/fileremover.h>
 
 #include <QDir>
 #include <QFile>
@@ -10,11 +12,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-
-#include <fts.h>
 #include <utility>
 
+#include <fts.h>
+
 namespace qvtool {
+
+using common::FileCopier;
+using common::FileRemover;
 
 namespace {
 
@@ -95,7 +100,7 @@ int Copy(Call& call)
     const QString given = sources.takeLast();
     if (given.isEmpty())
         Reject("DESTINATION is empty");
-    common::FileCopier copier;
+    FileCopier copier;
     QStringList trees;
     QHash<QString, QString> sourceByDestination;
     for (const QString& source : std::as_const(sources)) {
@@ -116,7 +121,10 @@ int Copy(Call& call)
             trees << source;
         }
     }
-    const Outcome outcome = Run(copier, call.IsQuiet());
+    const Outcome outcome = Run(
+        copier, &FileCopier::succesed, &FileCopier::bytesProgress,
+        Progress(Progress::Bytes, call.IsQuiet()), [&] { copier.Copy(); },
+        [&] { copier.Abort(true); });
     QStringList failures;
     if (outcome.error != 0)
         failures << call.Log().TakeFirstFailure();
@@ -169,14 +177,17 @@ int Remove(Call& call)
         Confirm(trees);
     Outcome sum;
     QStringList failures;
-    for (const QString& path :
-         std::as_const(paths)) { // a job for each: one that fails ends no other
-        common::FileRemover remover;
+    // A job for each: one that fails ends no other.
+    for (const QString& path : std::as_const(paths)) {
+        FileRemover remover;
         if (trees.contains(path))
             remover.AddDirectory(path);
         else
             remover.AddFile(path);
-        const Outcome outcome = Run(remover, call.IsQuiet());
+        const Outcome outcome = Run(
+            remover, &FileRemover::succesed, &FileRemover::progress,
+            Progress(Progress::Items, call.IsQuiet()), [&] { remover.Remove(); },
+            [&] { remover.Abort(true); });
         sum.done += outcome.done;
         sum.total += outcome.total;
         if (outcome.error != 0)

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <common/http/filedownload.h>
-#include <common/shell/filecopier.h>
-#include <common/shell/fileremover.h>
+#include "console.h"
+
+#include <QCoreApplication>
 
 namespace qvtool {
 
@@ -15,10 +15,30 @@ struct Outcome
     QString message;
 };
 
-// Each runs a job until it ends or a signal comes, with a bar, unless it is to be quiet.
-
-Outcome Run(common::http::IFileDownload& download, bool quiet);
-Outcome Run(common::FileCopier& copier, bool quiet);
-Outcome Run(common::FileRemover& remover, bool quiet);
+/** Runs a job until it ends or a signal comes; what it tells by @p counted moves the bar. */
+template <typename Job, typename Number>
+Outcome Run(Job& job, void (Job::*ended)(), void (Job::*counted)(Number, Number),
+            Progress&& progress, const std::function<void()>& start,
+            const std::function<void()>& abort)
+{
+    Outcome outcome;
+    QEventLoop loop;
+    QObject::connect(&job, counted, &loop,
+                     [&](Number done, Number total) { progress.Update(done, total); });
+    QObject::connect(&job, &Job::progress, &loop, [&](qint64 done, qint64 total) {
+        outcome.done = done;
+        outcome.total = total;
+    });
+    QObject::connect(&job, ended, &loop, &QEventLoop::quit);
+    QObject::connect(&job, &Job::failed, &loop, [&](int error, const QString& message) {
+        outcome.error = error;
+        outcome.message = message;
+        loop.quit();
+    });
+    Await(loop, start);
+    abort();
+    QCoreApplication::sendPostedEvents(); // the last reports of a job that was aborted
+    return outcome;
+}
 
 } // namespace qvtool

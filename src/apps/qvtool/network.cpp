@@ -4,8 +4,6 @@
 
 namespace qvtool {
 
-using common::http::IHttpRequest;
-
 namespace {
 
 constexpr int firstErrorStatus = 400;
@@ -45,29 +43,6 @@ QString Network::Reason(QString message, const QUrl& url) const
     if (!url.password().isEmpty())
         message.replace(url.toString(), url.toDisplayString());
     return message;
-}
-
-Answer Ask(IHttpRequest& request, IHttpRequest::HTTPRequestMethod method, const Network& network,
-           const ToolLogger& log)
-{
-    Answer answer;
-    QEventLoop loop;
-    const auto end = [&](const QByteArray& body, const QString& problem) {
-        answer = {body, problem.isEmpty() ? QString() : network.Reason(problem, request.GetUrl())};
-        loop.quit();
-    };
-    QObject::connect(&request, &IHttpRequest::requestFinishedWithBinaryData, &loop,
-                     [&](const QByteArray& body) { end(body, {}); });
-    QObject::connect(
-        &request, qOverload<int, const QString&, const QByteArray&>(&IHttpRequest::requestError),
-        &loop, [&](int, const QString& message, const QByteArray& body) { end(body, message); });
-    Await(loop, [&] {
-        if (request.Send(method))
-            return;
-        const QString reason = log.LastFailure("AppendTo");
-        end({}, reason.isEmpty() ? log.LastFailure("SendRequest") : reason);
-    });
-    return answer;
 }
 
 } // namespace qvtool

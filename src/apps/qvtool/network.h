@@ -1,9 +1,6 @@
 #pragma once
 
 #include "command.h"
-#include "console.h"
-
-#include <common/http/httprequest.h>
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -42,18 +39,6 @@ public:
 private:
     ReplyHead head_;
 };
-
-/** The body of a reply, and why it is not what was asked for; empty if it is. */
-struct Answer
-{
-    QByteArray body;
-    QString problem;
-};
-
-/** Sends the request and waits for the end, or for a signal. */
-Answer Ask(common::http::IHttpRequest& request,
-           common::http::IHttpRequest::HTTPRequestMethod method, const Network& network,
-           const ToolLogger& log);
 
 /** What download, get and post have in common. */
 constexpr Argument urlArgument = {

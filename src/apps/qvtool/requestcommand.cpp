@@ -1,6 +1,7 @@
-#include "command.h"
+#include "console.h"
 #include "network.h"
 
+#include <common/http/httprequest.h>
 #include <common/http/httprequestdatamap.h>
 #include <common/http/httprequestmultipartformdata.h>
 
@@ -83,11 +84,6 @@ void SetJson(IHttpRequest& request, const Call& call)
     request.SetData(QSharedPointer<JsonText>::create(text));
 }
 
-void FollowRedirects(IHttpRequest& request, const Call&)
-{
-    request.SetRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
-}
-
 void SetBody(IHttpRequest& request, const Call& call)
 {
     const bool isMultiPart = call.Has("part") || call.Has("file");
@@ -99,8 +95,37 @@ void SetBody(IHttpRequest& request, const Call& call)
         SetJson(request, call);
 }
 
-int Send(Call& call, IHttpRequest::HTTPRequestMethod method,
-         void (*configure)(IHttpRequest&, const Call&))
+// The body of a reply, and why it is not what was asked for; empty if it is.
+struct Answer
+{
+    QByteArray body;
+    QString problem;
+};
+
+// Sends the request and waits for the end, or for a signal.
+Answer Ask(IHttpRequest& request, IHttpRequest::HTTPRequestMethod method, const ToolLogger& log)
+{
+    Answer answer;
+    QEventLoop loop;
+    const auto end = [&](const QByteArray& body, const QString& problem) {
+        answer = {body, problem};
+        loop.quit();
+    };
+    QObject::connect(&request, &IHttpRequest::requestFinishedWithBinaryData, &loop,
+                     [&](const QByteArray& body) { end(body, {}); });
+    QObject::connect(
+        &request, qOverload<int, const QString&, const QByteArray&>(&IHttpRequest::requestError),
+        &loop, [&](int, const QString& message, const QByteArray& body) { end(body, message); });
+    Await(loop, [&] {
+        if (request.Send(method))
+            return;
+        const QString reason = log.LastFailure("AppendTo");
+        end({}, reason.isEmpty() ? log.LastFailure("SendRequest") : reason);
+    });
+    return answer;
+}
+
+int Send(Call& call, IHttpRequest::HTTPRequestMethod method)
 {
     Network network;
     const std::unique_ptr<IHttpRequest> request(CreateHttpRequest(&network, nullptr));
@@ -111,16 +136,19 @@ int Send(Call& call, IHttpRequest::HTTPRequestMethod method,
     request->SetPeerVerification(!call.Has("insecure"));
     SetHeaders(*request, call);
     SetForm(*request, call);
-    configure(*request, call);
+    if (method == IHttpRequest::GET)
+        request->SetRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+    else
+        SetBody(*request, call);
 
     const QString address = request->GetUrl().toDisplayString() + ": ";
     Network::UseProxiesOfEnvironment();
-    const Answer answer = Ask(*request, method, network, call.Log());
+    const Answer answer = Ask(*request, method, call.Log());
     EndIfInterrupted(address + "no reply was received");
     if (!answer.problem.isEmpty()) {
         for (const QString& line : QString::fromUtf8(answer.body).split('\n', Qt::SkipEmptyParts))
             PrintError(line.trimmed());
-        Fail(address + answer.problem);
+        Fail(address + network.Reason(answer.problem, request->GetUrl()));
     }
     if (!network.Head().redirection.isEmpty())
         Fail(address + "redirected to " + network.Head().redirection);
@@ -133,12 +161,12 @@ int Send(Call& call, IHttpRequest::HTTPRequestMethod method,
 
 int Get(Call& call)
 {
-    return Send(call, IHttpRequest::GET, FollowRedirects);
+    return Send(call, IHttpRequest::GET);
 }
 
 int Post(Call& call)
 {
-    return Send(call, IHttpRequest::POST, SetBody);
+    return Send(call, IHttpRequest::POST);
 }
 
 const Options requestOptions =

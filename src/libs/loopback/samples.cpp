@@ -6,8 +6,6 @@
 #include <QFile>
 #include <QRandomGenerator>
 
-#include <algorithm>
-
 namespace loopback {
 
 namespace {
@@ -40,13 +38,6 @@ SampleServer::SampleServer(QObject* parent)
 {
     QRandomGenerator(1).fillRange(reinterpret_cast<quint32*>(file_.data()),
                                   fileSize / int(sizeof(quint32)));
-}
-
-int SampleServer::Hits(const QByteArray& path) const
-{
-    return static_cast<int>(
-        std::count_if(Requests().cbegin(), Requests().cend(),
-                      [&](const Request& request) { return request.Path() == path; }));
 }
 
 Reply SampleServer::Serve(const Request& request)

@@ -21,8 +21,6 @@ public:
     const QByteArray& File() const { return file_; }
     /** The next "/file" comes with a wrong byte. */
     void DamageNextFile() { damagesNext_ = true; }
-    /** How many requests came for that path. */
-    int Hits(const QByteArray& path) const;
 
 private:
     Reply Serve(const Request& request);
