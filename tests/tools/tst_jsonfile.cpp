@@ -74,6 +74,8 @@ private Q_SLOTS:
             QSKIP("needs 6 GiB of memory");
         const QString text(100'000'000, QChar(1)); // each of which is written as six characters
         QVERIFY(!JsonFile("big", QJsonDocument(QJsonArray{text, text, text, text})).Save());
+        QVERIFY(!JsonFile("big", QJsonObject{{"a", QJsonArray{text + text}}}).Save());
+        QVERIFY(!JsonFile("big", QJsonObject{{text + text, 1}}).Save());
         QVERIFY(!QFile::exists("big"));
     }
 

@@ -51,9 +51,35 @@ bool ReadAll(const QString& fileName, QByteArray& content)
     return file.error() == QFileDevice::NoError && content.size() >= file.size();
 }
 
+// Qt 5 doubles a buffer until a string fits, at six bytes a character at most, and overruns it once
+// its size is no int any more.
+bool CanBeWritten(const QString& text)
+{
+    return text.size() <= maxArraySize / (2 * 6);
+}
+
+bool CanBeWritten(const QJsonValue& value)
+{
+    if (value.isString())
+        return CanBeWritten(value.toString());
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue& item : array) {
+        if (!CanBeWritten(item))
+            return false;
+    }
+    const QJsonObject object = value.toObject();
+    for (auto entry = object.begin(); entry != object.end(); ++entry) {
+        if (!CanBeWritten(entry.key()) || !CanBeWritten(entry.value()))
+            return false;
+    }
+    return true;
+}
+
 // Nothing if the text is too large for a byte array.
 std::optional<QByteArray> Serialise(const QJsonDocument& document, const QString& key)
 {
+    if (!CanBeWritten(document.object()) || !CanBeWritten(document.array()))
+        return std::nullopt;
     try {
         QByteArray content = document.toJson();
         if (content.size() > maxArraySize)

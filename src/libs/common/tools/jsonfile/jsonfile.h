@@ -64,10 +64,8 @@ public:
      *
      * @return whether all of it was written. The file is overwritten in place: a write that fails
      *         or is interrupted half-way leaves it damaged. A key of more than 32 bytes, which the
-     *         cipher cannot use, and a document whose text is above 2 GiB are refused before the
-     *         file is touched.
-     * @warning Qt 5 itself may crash when it writes, here or to a stream, one string that becomes more
-     *          than 1 GiB; one of less than 178 million characters never does.
+     *         cipher cannot use, a document whose text is above 2 GiB, and one with a single string of
+     *         more than 178 million characters are refused before the file is touched.
      */
     bool Save();
 
