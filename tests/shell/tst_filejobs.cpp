@@ -8,6 +8,7 @@
 
 #include <array>
 #include <optional>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -385,12 +386,14 @@ private Q_SLOTS:
             root_.emplace(QStringList{"s/a=1", "s/b=2", "s/c=3"});
             RecordingLogger log;
             QSemaphore reached;
-            log.SetListener([&, moment = moment](const QString& line) {
-                if (!line.contains(moment))
-                    return;
-                reached.release();
-                if (reached.available() == 1)
-                    QThread::msleep(100); // time for the abort
+            QSemaphore aborted;
+            log.SetListener([&, moment = moment, isFirst = true](const QString& line) mutable {
+                if (line.contains("Abort: Waiting"))
+                    aborted.release();
+                else if (line.contains(moment) && std::exchange(isFirst, false)) {
+                    reached.release();
+                    aborted.acquire();
+                }
             });
             Job job(items);
             job.Start();
@@ -411,12 +414,17 @@ private Q_SLOTS:
         MakeTree(".", {"f=" + QString(8 << 20, 'x'), "g=old"});
         FileCopyTask task({{"f", "g"}}, {}, {});
         QSignalSpy failed(&task, &FileCopyTask::failed);
+        RecordingLogger log;
         QSemaphore reached;
-        const auto slow = [&] {
+        QSemaphore aborted;
+        log.SetListener([&](const QString& line) {
+            aborted.release(line.contains("Abort: Waiting") ? 1000 : 0);
+        });
+        const auto wait = [&] {
             reached.release();
-            QThread::msleep(50);
+            aborted.acquire();
         };
-        connect(&task, &FileCopyTask::bytesProgress, &task, slow, Qt::DirectConnection);
+        connect(&task, &FileCopyTask::bytesProgress, &task, wait, Qt::DirectConnection);
         task.Copy();
         reached.acquire();
         task.Abort(true);
