@@ -33,7 +33,8 @@ public:
     /** Tells its clients, those that ask later too, that the user is idle, or no longer so. */
     void Tell(bool isIdle)
     {
-        tell_ = isIdle ? ext_idle_notification_v1_send_idled : ext_idle_notification_v1_send_resumed;
+        tell_ =
+            isIdle ? ext_idle_notification_v1_send_idled : ext_idle_notification_v1_send_resumed;
         for (wl_resource* notification : notifications_)
             tell_(notification);
         wl_display_flush_clients(display_);
