@@ -390,7 +390,7 @@ private Q_SLOTS:
 #if defined(__SANITIZE_THREAD__)
         QSKIP("the sanitizer sleeps a second at each exit");
 #endif
-        const auto milliseconds = [this](const QStringList& arguments) {
+        const auto milliseconds = [](const QStringList& arguments) {
             QElapsedTimer time;
             time.start();
             return RunClient(arguments) == 0 ? time.elapsed() : 1000000;
