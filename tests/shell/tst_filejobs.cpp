@@ -21,6 +21,8 @@ namespace {
 
 using Rows = std::vector<std::array<QString, 5>>;
 
+constexpr int longestWait = 5000; // milliseconds for an abort
+
 const QString usualTree = "f=content g=old dir/x=1 pipes/p| tof->f totof->tof "
                           "todir->dir gone->none deep/sub/x=2 e/sub->../dir t/.hidden=1 t/f=2 "
                           "LONG=old";
@@ -392,7 +394,7 @@ private Q_SLOTS:
                     aborted.release();
                 else if (line.contains(moment) && std::exchange(isFirst, false)) {
                     reached.release();
-                    aborted.acquire();
+                    aborted.tryAcquire(1, longestWait);
                 }
             });
             Job job(items);
@@ -418,11 +420,12 @@ private Q_SLOTS:
         QSemaphore reached;
         QSemaphore aborted;
         log.SetListener([&](const QString& line) {
-            aborted.release(line.contains("Abort: Waiting") ? 1000 : 0);
+            if (line.contains("Abort: Waiting"))
+                aborted.release(1000); // for all progress to come
         });
         const auto wait = [&] {
             reached.release();
-            aborted.acquire();
+            aborted.tryAcquire(1, longestWait);
         };
         connect(&task, &FileCopyTask::bytesProgress, &task, wait, Qt::DirectConnection);
         task.Copy();

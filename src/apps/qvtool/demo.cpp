@@ -108,6 +108,7 @@ private:
         Await(loop, [&] { shell.start("setsid", {"sh", "-c", command}); });
         if (shell.state() != QProcess::NotRunning)
             kill(-static_cast<pid_t>(shell.processId()), SIGKILL); // its pipelines, too
+        shell.kill();                                              // which may not have a group yet
         shell.waitForFinished();
         EndIfInterrupted("the demo did not run to its end");
         const QByteArray output = shell.readAllStandardOutput();
